@@ -1,0 +1,39 @@
+# The two set-up commands: `make run` and `make test`. Both install what is
+# missing, configure and build first.
+BUILD ?= build
+BUILD_TYPE ?= RelWithDebInfo
+CMAKE_FLAGS ?=
+ZVWK = $(BUILD)/zvwk
+
+.PHONY: run test deps build fuzz bench asan clean
+
+run: build
+	@scripts/run-samples $(ZVWK) samples
+
+test: build
+	scripts/run-tests $(BUILD)
+
+deps:
+	@scripts/install-deps
+
+build: deps
+	@cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_FLAGS) > /dev/null
+	@cmake --build $(BUILD)
+
+# The same tests with AddressSanitizer and UndefinedBehaviorSanitizer.
+asan:
+	$(MAKE) test BUILD=build-asan CMAKE_FLAGS="-DZV_SANITIZE=ON -DZV_BENCH=OFF"
+
+# libFuzzer over the parser; FUZZ_SECONDS bounds the run.
+FUZZ_SECONDS ?= 600
+fuzz: deps
+	@CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZV_FUZZ=ON -DZV_BENCH=OFF > /dev/null
+	@cmake --build build-fuzz --target fuzz_parser
+	mkdir -p build-fuzz/corpus
+	build-fuzz/fuzz/fuzz_parser -max_total_time=$(FUZZ_SECONDS) -max_len=65536 -timeout=10 build-fuzz/corpus samples
+
+bench: build
+	scripts/run-benchmarks $(BUILD)
+
+clean:
+	rm -rf build build-asan build-fuzz

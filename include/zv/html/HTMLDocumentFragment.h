@@ -1,0 +1,18 @@
+// A parentless container of nodes, as fragment parsing returns it.
+#pragma once
+
+#include <zv/html/HTMLNode.h>
+
+namespace zv::html {
+
+class HTMLDocumentFragment final : public HTMLNode {
+public:
+    HTMLDocumentFragment() : HTMLNode(HTMLNodeType::DocumentFragment) {}
+    static Ref<HTMLDocumentFragment> create() { return make<HTMLDocumentFragment>(); }
+    static bool isKind(const HTMLNode& n) noexcept { return n.nodeType() == HTMLNodeType::DocumentFragment; }
+
+protected:
+    Ref<HTMLNode> cloneShallow() const override { return create(); }
+};
+
+}  // namespace zv::html

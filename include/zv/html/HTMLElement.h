@@ -1,0 +1,83 @@
+// An element: a name in a namespace, ordered attributes, children.
+#pragma once
+
+#include <zv/html/HTMLNode.h>
+#include <zv/html/HTMLTagNames.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zv::html {
+
+class HTMLDocumentFragment;
+
+// Only attributes adjusted by the parser in foreign content carry a namespace;
+// their qualified name is the prefix, ":" and `name` ("xlink:href").
+enum class AttributeNamespace : uint8_t { None, XLink, XML, XMLNS };
+
+struct HTMLAttribute {
+    std::string name;  // the local name
+    std::string value;
+    AttributeNamespace ns = AttributeNamespace::None;
+
+    std::string qualifiedName() const;
+};
+
+class HTMLElement : public HTMLNode {
+public:
+    HTMLElement(std::string_view localName, Namespace ns = Namespace::HTML);
+    HTMLElement(Tag tag, Namespace ns = Namespace::HTML);
+    ~HTMLElement() override;
+    static Ref<HTMLElement> create(std::string_view localName, Namespace ns = Namespace::HTML) {
+        return make<HTMLElement>(localName, ns);
+    }
+
+    std::string_view localName() const noexcept {
+        return tag_ == Tag::Unknown ? std::string_view(customName_) : zv::html::tagName(tag_);
+    }
+    // The element's name as parsed (lower case for HTML elements).
+    std::string_view tagName() const noexcept { return localName(); }
+    std::string_view name() const noexcept { return localName(); }
+    Tag tag() const noexcept { return tag_; }
+    Namespace htmlNamespace() const noexcept { return ns_; }
+    // An HTML-namespace element with this tag.
+    bool is(Tag tag) const noexcept { return tag_ == tag && ns_ == Namespace::HTML; }
+
+    const std::vector<HTMLAttribute>& attributes() const noexcept { return attributes_; }
+    // The value of the attribute with this qualified name, or null.
+    const std::string* attribute(std::string_view name) const noexcept;
+    bool hasAttribute(std::string_view name) const noexcept { return attribute(name) != nullptr; }
+    // Adds the attribute at the end, or replaces the value in place.
+    void setAttribute(std::string_view name, std::string_view value);
+    void removeAttribute(std::string_view name);
+    // Adds without checking for an existing one: for the parser, whose
+    // tokens are already free of duplicates.
+    void appendAttribute(HTMLAttribute attribute) { attributes_.push_back(std::move(attribute)); }
+
+    // "id" and "class", empty when absent.
+    std::string_view elementId() const noexcept;
+    std::string_view className() const noexcept;
+
+    // Parses `html` as a fragment with this element as context and makes the
+    // result this element's children (or its template contents).
+    void setInnerHTML(std::string_view html);
+
+    // The contents of a <template> element (created on first use); null for others.
+    HTMLDocumentFragment* templateContent();
+    const HTMLDocumentFragment* templateContent() const noexcept { return templateContent_.get(); }
+
+    static bool isKind(const HTMLNode& n) noexcept { return n.nodeType() == HTMLNodeType::Element; }
+
+protected:
+    Ref<HTMLNode> cloneShallow() const override;
+
+private:
+    Tag tag_;
+    Namespace ns_;
+    std::string customName_;  // only for Tag::Unknown
+    std::vector<HTMLAttribute> attributes_;
+    Ref<HTMLDocumentFragment> templateContent_;
+};
+
+}  // namespace zv::html

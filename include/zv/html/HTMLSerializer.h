@@ -1,0 +1,21 @@
+// The HTML fragment serialization algorithm of the HTML standard.
+#pragma once
+
+#include <zv/html/HTMLNode.h>
+
+#include <string>
+#include <string_view>
+
+namespace zv::html {
+
+// The node's children (template contents for a <template>), serialized.
+std::string serializeChildren(const HTMLNode& node);
+// The node itself and its children.
+std::string serializeNode(const HTMLNode& node);
+
+// Escaping as the serializer does it: "&", U+00A0, "<", ">" in text;
+// "&", U+00A0, '"' in attribute values (and, since 2025, "<", ">" too).
+void appendEscapedText(std::string& out, std::string_view text);
+void appendEscapedAttributeValue(std::string& out, std::string_view value);
+
+}  // namespace zv::html

@@ -1,0 +1,59 @@
+// The WHATWG HTML tokenizer, as a pull tokenizer.
+//
+// The caller takes one token at a time and may stop whenever it likes; input
+// is preprocessed (newlines normalised, invalid UTF-8 replaced) in chunks as
+// the tokenizer reaches them, so reading the first tokens of a large document
+// costs only what those tokens cover.
+#pragma once
+
+#include <zv/html/HTMLToken.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace zv::html {
+
+// The states a caller may start in or switch to; the tree builder switches
+// after start tags such as <title>, <style> or <script>.
+enum class HTMLTokenizerState : uint8_t {
+    Data,
+    RCDATA,
+    RAWTEXT,
+    ScriptData,
+    PLAINTEXT,
+    CDATASection,
+};
+
+class HTMLTokenizer {
+public:
+    using ParseErrorCallback = std::function<void(const HTMLParseError&)>;
+
+    // The input is UTF-8 and is copied lazily; `html` need not outlive the tokenizer.
+    explicit HTMLTokenizer(std::string_view html);
+    ~HTMLTokenizer();
+    HTMLTokenizer(const HTMLTokenizer&) = delete;
+    HTMLTokenizer& operator=(const HTMLTokenizer&) = delete;
+
+    // The next token, or null once the end-of-file token has been returned.
+    // The token (and any view it holds) is valid until the next call.
+    const HTMLToken* nextToken();
+    const HTMLToken* nextObject() { return nextToken(); }
+
+    void setState(HTMLTokenizerState state);
+    // The name an "appropriate end tag" must match in RCDATA, RAWTEXT and script data.
+    void setLastStartTagName(std::string_view name);
+    // Whether "<![CDATA[" opens a CDATA section (adjusted current node is foreign).
+    void setAllowCDATA(bool allow);
+
+    // Parse errors go to the callback; none (the default) switches reporting off.
+    void setParseErrorCallback(ParseErrorCallback callback);
+
+    struct Impl;
+
+private:
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace zv::html

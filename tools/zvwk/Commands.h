@@ -1,0 +1,24 @@
+// The subcommands of zvwk and what they share.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zvwk {
+
+using Args = std::vector<std::string>;
+
+// Each subcommand takes the arguments after its name and returns the exit status.
+int runParse(const Args& args);
+int runTokenize(const Args& args);
+int runSerialize(const Args& args);
+
+// The bytes of FILE, or of standard input for "-". On failure, reports
+// "zvwk: FILE: reason" on standard error and returns nothing.
+std::optional<std::string> readInput(const std::string& path);
+
+// Reports "zvwk: message" on standard error; returns the usage exit status (2).
+int usageError(const std::string& message);
+
+}  // namespace zvwk

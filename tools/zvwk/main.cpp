@@ -1,0 +1,70 @@
+// zvwk: the command-line face of ZVWebKit.
+#include "Commands.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+
+namespace zvwk {
+
+std::optional<std::string> readInput(const std::string& path) {
+    if (path == "-") {
+        std::ostringstream s;
+        s << std::cin.rdbuf();
+        return s.str();
+    }
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        std::cerr << "zvwk: " << path << ": " << std::strerror(errno) << "\n";
+        return std::nullopt;
+    }
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (in.bad()) {
+        std::cerr << "zvwk: " << path << ": read error\n";
+        return std::nullopt;
+    }
+    return bytes;
+}
+
+int usageError(const std::string& message) {
+    std::cerr << "zvwk: " << message << "\n";
+    return 2;
+}
+
+namespace {
+
+struct Command {
+    const char* name;
+    int (*run)(const Args&);
+    const char* synopsis;
+};
+
+const Command kCommands[] = {
+    {"parse", runParse, "parse [--fragment CONTEXT] [--scripting] FILE|-   print the tree (html5lib format)"},
+    {"tokenize", runTokenize,
+     "tokenize [--state STATE] [--last-start-tag NAME] FILE|-   print the tokens as JSON"},
+    {"serialize", runSerialize, "serialize FILE|-   print the document's serialization"},
+};
+
+int usage(std::ostream& out, int status) {
+    out << "usage: zvwk COMMAND [OPTIONS] [FILE...]\n\ncommands:\n";
+    for (const auto& c : kCommands) out << "  " << c.synopsis << "\n";
+    return status;
+}
+
+}  // namespace
+}  // namespace zvwk
+
+int main(int argc, char** argv) {
+    using namespace zvwk;
+    if (argc < 2) return usage(std::cerr, 2);
+    std::string name = argv[1];
+    if (name == "-h" || name == "--help" || name == "help") return usage(std::cout, 0);
+    for (const auto& c : kCommands)
+        if (name == c.name) return c.run(Args(argv + 2, argv + argc));
+    std::cerr << "zvwk: unknown command '" << name << "'\n";
+    return usage(std::cerr, 2);
+}
