@@ -73,6 +73,8 @@ protected:
     Ref<HTMLNode> cloneShallow() const override;
 
 private:
+    friend void destroyNode(const RefCounted*) noexcept;
+
     Tag tag_;
     Namespace ns_;
     std::string customName_;  // only for Tag::Unknown

@@ -1,0 +1,249 @@
+#include <zv/html/HTMLNode.h>
+
+#include <zv/html/HTMLCharacterData.h>
+#include <zv/html/HTMLDocument.h>
+#include <zv/html/HTMLDocumentFragment.h>
+#include <zv/html/HTMLDocumentType.h>
+#include <zv/html/HTMLElement.h>
+#include <zv/html/HTMLNodeIterator.h>
+#include <zv/html/HTMLSerializer.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace zv::html {
+
+HTMLNode::~HTMLNode() = default;
+
+// Frees a subtree without recursion: children whose last reference was their
+// parent's are queued rather than freed from inside the parent's destructor.
+void destroyNode(const RefCounted* counted) noexcept {
+    auto* root = static_cast<HTMLNode*>(const_cast<RefCounted*>(counted));
+    std::vector<HTMLNode*> pending{root};
+    while (!pending.empty()) {
+        HTMLNode* node = pending.back();
+        pending.pop_back();
+        for (HTMLNode* child = node->firstChild_; child;) {
+            HTMLNode* next = child->next_;
+            child->parent_ = child->prev_ = child->next_ = nullptr;
+            if (child->releaseRef()) pending.push_back(child);
+            child = next;
+        }
+        node->firstChild_ = node->lastChild_ = nullptr;
+        if (auto* element = node->as<HTMLElement>())
+            if (HTMLNode* content = element->templateContent_.leak(); content && content->releaseRef())
+                pending.push_back(content);
+        delete node;
+    }
+}
+
+std::string HTMLNode::nodeName() const {
+    switch (type_) {
+    case HTMLNodeType::Element: return std::string(static_cast<const HTMLElement*>(this)->tagName());
+    case HTMLNodeType::Text: return "#text";
+    case HTMLNodeType::Comment: return "#comment";
+    case HTMLNodeType::Document: return "#document";
+    case HTMLNodeType::DocumentType: return static_cast<const HTMLDocumentType*>(this)->name();
+    case HTMLNodeType::DocumentFragment: return "#document-fragment";
+    }
+    return {};
+}
+
+HTMLElement* HTMLNode::parentElement() const noexcept {
+    return parent_ ? parent_->as<HTMLElement>() : nullptr;
+}
+
+HTMLElement* HTMLNode::firstElementChild() const noexcept {
+    for (HTMLNode* c = firstChild_; c; c = c->next_)
+        if (c->isElement()) return static_cast<HTMLElement*>(c);
+    return nullptr;
+}
+
+HTMLNode* HTMLNode::rootNode() const noexcept {
+    auto* n = const_cast<HTMLNode*>(this);
+    while (n->parent_) n = n->parent_;
+    return n;
+}
+
+HTMLDocument* HTMLNode::ownerDocument() const noexcept {
+    return rootNode()->as<HTMLDocument>();
+}
+
+std::vector<HTMLNode*> HTMLNode::childNodes() const {
+    std::vector<HTMLNode*> nodes;
+    for (HTMLNode* c = firstChild_; c; c = c->next_) nodes.push_back(c);
+    return nodes;
+}
+
+size_t HTMLNode::childNodesCount() const noexcept {
+    size_t n = 0;
+    for (HTMLNode* c = firstChild_; c; c = c->next_) ++n;
+    return n;
+}
+
+HTMLNode* HTMLNode::childNodeAtIndex(size_t index) const noexcept {
+    HTMLNode* c = firstChild_;
+    while (c && index--) c = c->next_;
+    return c;
+}
+
+size_t HTMLNode::indexOfChildNode(const HTMLNode* child) const noexcept {
+    size_t i = 0;
+    for (HTMLNode* c = firstChild_; c; c = c->next_, ++i)
+        if (c == child) return i;
+    return SIZE_MAX;
+}
+
+void HTMLNode::enumerateChildNodes(const std::function<bool(HTMLNode&)>& fn) const {
+    // Take the next sibling first so the callback may remove the child it gets.
+    for (HTMLNode* c = firstChild_; c;) {
+        HTMLNode* next = c->next_;
+        if (!fn(*c)) return;
+        c = next;
+    }
+}
+
+bool HTMLNode::containsNode(const HTMLNode* node) const noexcept {
+    for (; node; node = node->parent_)
+        if (node == this) return true;
+    return false;
+}
+
+bool HTMLNode::canAdopt(const HTMLNode& child) const noexcept {
+    switch (type_) {
+    case HTMLNodeType::Text:
+    case HTMLNodeType::Comment:
+    case HTMLNodeType::DocumentType:
+        return false;
+    default:
+        break;
+    }
+    switch (child.type_) {
+    case HTMLNodeType::Document:
+    case HTMLNodeType::DocumentFragment:
+        return false;
+    case HTMLNodeType::DocumentType:
+        if (type_ != HTMLNodeType::Document) return false;
+        break;
+    default:
+        break;
+    }
+    // A childless node can only contain itself; testing that first keeps
+    // appending fresh nodes deep in a tree from walking up to the root.
+    if (&child == this) return false;
+    return !child.firstChild_ || !child.containsNode(this);
+}
+
+void HTMLNode::link(HTMLNode* node, HTMLNode* before) noexcept {
+    node->retain();
+    node->parent_ = this;
+    node->next_ = before;
+    node->prev_ = before ? before->prev_ : lastChild_;
+    (node->prev_ ? node->prev_->next_ : firstChild_) = node;
+    (before ? before->prev_ : lastChild_) = node;
+}
+
+void HTMLNode::unlink(HTMLNode* child) noexcept {
+    (child->prev_ ? child->prev_->next_ : firstChild_) = child->next_;
+    (child->next_ ? child->next_->prev_ : lastChild_) = child->prev_;
+    child->parent_ = child->prev_ = child->next_ = nullptr;
+    if (child->releaseRef()) destroyNode(child);
+}
+
+HTMLNode* HTMLNode::insertNode(Ref<HTMLNode> node, HTMLNode* beforeChildNode) {
+    if (!node) return nullptr;
+    if (beforeChildNode && beforeChildNode->parent_ != this) return nullptr;
+    if (node->type_ == HTMLNodeType::DocumentFragment) {
+        if (containsNode(node.get())) return nullptr;
+        while (HTMLNode* c = node->firstChild_) insertNode(c, beforeChildNode);
+        return node.get();
+    }
+    if (!canAdopt(*node)) return nullptr;
+    if (node.get() == beforeChildNode) return node.get();
+    if (node->parent_) node->parent_->unlink(node.get());  // `node` keeps it alive
+    link(node.get(), beforeChildNode);
+    return node.get();
+}
+
+HTMLNode* HTMLNode::appendNode(Ref<HTMLNode> node) {
+    return insertNode(std::move(node), nullptr);
+}
+
+HTMLNode* HTMLNode::prependNode(Ref<HTMLNode> node) {
+    return insertNode(std::move(node), firstChild_);
+}
+
+HTMLNode* HTMLNode::replaceChildNode(HTMLNode* child, Ref<HTMLNode> replacement) {
+    if (!child || child->parent_ != this) return nullptr;
+    Ref<HTMLNode> keep(child);
+    HTMLNode* inserted = insertNode(std::move(replacement), child);
+    if (inserted) removeChildNode(child);
+    return inserted;
+}
+
+void HTMLNode::removeChildNode(HTMLNode* child) {
+    if (child && child->parent_ == this) unlink(child);
+}
+
+void HTMLNode::removeFromParentNode() {
+    if (parent_) parent_->unlink(this);
+}
+
+void HTMLNode::removeAllChildNodes() {
+    while (lastChild_) unlink(lastChild_);
+}
+
+void HTMLNode::reparentChildNodesIntoNode(HTMLNode* newParent) {
+    if (!newParent || newParent == this) return;
+    while (HTMLNode* c = firstChild_) {
+        if (!newParent->insertNode(c, nullptr)) return;
+    }
+}
+
+Ref<HTMLNode> HTMLNode::cloneNodeDeep(bool deep) const {
+    Ref<HTMLNode> copy = cloneShallow();
+    if (!deep) return copy;
+    // Pairs of (original container, its copy) whose children still need copying.
+    std::vector<std::pair<const HTMLNode*, HTMLNode*>> pending{{this, copy.get()}};
+    while (!pending.empty()) {
+        auto [from, to] = pending.back();
+        pending.pop_back();
+        if (auto* element = from->as<HTMLElement>(); element && element->templateContent())
+            pending.emplace_back(element->templateContent(), static_cast<HTMLElement*>(to)->templateContent());
+        for (const HTMLNode* c = from->firstChild_; c; c = c->next_) {
+            Ref<HTMLNode> childCopy = c->cloneShallow();
+            to->link(childCopy.get(), nullptr);
+            if (c->firstChild_ || (c->isElement() && static_cast<const HTMLElement*>(c)->templateContent()))
+                pending.emplace_back(c, childCopy.get());
+        }
+    }
+    return copy;
+}
+
+std::string HTMLNode::textContent() const {
+    if (auto* data = as<HTMLCharacterData>()) return data->data();
+    std::string text;
+    for (const HTMLNode* n = firstChild_; n; n = nextNodeInSubtree(n, this))
+        if (n->isText()) text += static_cast<const HTMLText*>(n)->data();
+    return text;
+}
+
+void HTMLNode::setTextContent(std::string_view text) {
+    if (auto* data = as<HTMLCharacterData>()) {
+        data->setData(std::string(text));
+        return;
+    }
+    if (type_ == HTMLNodeType::DocumentType) return;
+    removeAllChildNodes();
+    if (!text.empty() && type_ != HTMLNodeType::Document) appendNode(HTMLText::create(std::string(text)));
+}
+
+std::string HTMLNode::outerHTML() const {
+    return serializeNode(*this);
+}
+
+std::string HTMLNode::innerHTML() const {
+    return serializeChildren(*this);
+}
+
+}  // namespace zv::html

@@ -1,0 +1,28 @@
+// zvwk serialize: parse a document and print its serialization.
+#include "Commands.h"
+
+#include <zv/html/HTMLParser.h>
+#include <zv/html/HTMLSerializer.h>
+
+#include <iostream>
+
+namespace zvwk {
+
+int runSerialize(const Args& args) {
+    if (args.empty()) return usageError("serialize: no input (FILE or -)");
+    int status = 0;
+    for (const auto& path : args) {
+        if (path.size() > 1 && path[0] == '-') return usageError("serialize: unknown option " + path);
+        auto bytes = readInput(path);
+        if (!bytes) {
+            status = 1;
+            continue;
+        }
+        // Text is UTF-8 unless a byte order mark or a <meta> says otherwise.
+        auto parser = zv::html::HTMLParser::parserForBytes(*bytes, {}, "UTF-8");
+        std::cout << zv::html::serializeNode(*parser->parseDocument()) << "\n";
+    }
+    return status;
+}
+
+}  // namespace zvwk
