@@ -26,7 +26,8 @@ SniffedEncoding sniffEncoding(std::string_view bytes, std::string_view transport
                               std::string_view defaultEncoding = "windows-1252");
 
 // Decodes `bytes` (without a BOM) from a canonical encoding to UTF-8, with
-// U+FFFD for malformed sequences.
+// U+FFFD for malformed sequences. Any label is accepted; an unknown name
+// decodes as windows-1252, which loses no byte. Safe to call from any thread.
 std::string decodeToUTF8(std::string_view bytes, std::string_view encoding);
 
 }  // namespace zv::html

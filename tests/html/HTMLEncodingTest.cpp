@@ -1,0 +1,298 @@
+// Encoding labels, sniffing and decoding, through the public interface.
+#include <zv/html/HTMLEncoding.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <vector>
+
+using namespace zv::html;
+
+namespace {
+
+std::string lowerCase(std::string s) {
+    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+    return s;
+}
+
+// html5lib-tests' encoding format: "#data", the document, "#encoding", the name.
+struct EncodingCase {
+    std::string file;
+    size_t index;
+    std::string data;
+    std::string expected;
+};
+
+std::vector<EncodingCase> readEncodingCases(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream contents;
+    contents << in.rdbuf();
+    const std::string text = contents.str();
+
+    std::vector<EncodingCase> cases;
+    const std::string dataMarker = "#data\n";
+    const std::string encodingMarker = "\n#encoding\n";
+    size_t position = text.find(dataMarker);
+    while (position != std::string::npos) {
+        size_t dataStart = position + dataMarker.size();
+        size_t encodingStart = text.find(encodingMarker, dataStart);
+        if (encodingStart == std::string::npos)
+            break;
+        size_t nameStart = encodingStart + encodingMarker.size();
+        size_t nameEnd = text.find('\n', nameStart);
+        cases.push_back({path.filename().string(), cases.size(), text.substr(dataStart, encodingStart - dataStart),
+                         text.substr(nameStart, nameEnd == std::string::npos ? nameEnd : nameEnd - nameStart)});
+        position = nameEnd == std::string::npos ? nameEnd : text.find(dataMarker, nameEnd);
+    }
+    return cases;
+}
+
+// Cases whose <meta> lies past the prescan's 1024 bytes: browsers get their
+// encoding by changing it while parsing, which the prescan alone cannot do.
+bool needsChangeWhileParsing(const EncodingCase& c) {
+    if (lowerCase(c.expected) == "windows-1252")
+        return false;
+    const std::string data = lowerCase(c.data);
+    return data.find("charset") != std::string::npos && data.substr(0, 1024).find("charset") == std::string::npos;
+}
+
+}  // namespace
+
+TEST(HTMLEncodingSniffing, Html5libEncodingCorpus) {
+    const char* root = std::getenv("ZV_HTML5LIB_TESTS");
+    if (!root || !std::filesystem::is_directory(std::filesystem::path(root) / "encoding"))
+        GTEST_SKIP() << "ZV_HTML5LIB_TESTS does not name an html5lib-tests checkout";
+
+    // Only the top folder: scripted/ needs document.write.
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::path(root) / "encoding")) {
+        if (entry.is_regular_file() && entry.path().extension() == ".dat")
+            files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+
+    size_t ran = 0;
+    size_t leftOut = 0;
+    for (const auto& file : files) {
+        for (const EncodingCase& c : readEncodingCases(file)) {
+            if (needsChangeWhileParsing(c)) {
+                ++leftOut;
+                continue;
+            }
+            ++ran;
+            EXPECT_EQ(lowerCase(sniffEncoding(c.data).encoding), lowerCase(c.expected))
+                << c.file << " case " << c.index << ":\n" << c.data.substr(0, 200);
+        }
+    }
+    std::cout << "[ encoding ] " << ran << " cases run, " << leftOut
+              << " left out (declared past the prescan window)\n";
+    EXPECT_GT(ran, 50u) << "the corpus was not read";
+}
+
+TEST(HTMLEncodingLabels, TrimsWhitespaceAndIgnoresCase) {
+    EXPECT_EQ(encodingForLabel("  LATIN1 "), "windows-1252");
+    EXPECT_EQ(encodingForLabel("\t\n\f\rutf8\r\n"), "UTF-8");
+    EXPECT_EQ(encodingForLabel("unicode-1-1-utf-8"), "UTF-8");
+    EXPECT_EQ(encodingForLabel("Shift_JIS"), "Shift_JIS");
+    EXPECT_EQ(encodingForLabel("KOI8_R"), "KOI8-R");
+}
+
+TEST(HTMLEncodingLabels, MapsLabelsToTheirEncoding) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"us-ascii", "windows-1252"},      {"iso-8859-1", "windows-1252"},   {"iso-8859-9", "windows-1254"},
+        {"tis-620", "windows-874"},        {"iso-8859-11", "windows-874"},   {"x-mac-ukrainian", "x-mac-cyrillic"},
+        {"gb2312", "GBK"},                 {"gb18030", "gb18030"},           {"big5-hkscs", "Big5"},
+        {"ks_c_5601-1987", "EUC-KR"},      {"windows-949", "EUC-KR"},        {"sjis", "Shift_JIS"},
+        {"ms932", "Shift_JIS"},            {"csiso2022jp", "ISO-2022-JP"},   {"x-euc-jp", "EUC-JP"},
+        {"iso-8859-8", "ISO-8859-8"},      {"logical", "ISO-8859-8-I"},      {"iso-8859-16", "ISO-8859-16"},
+        {"koi8-ru", "KOI8-U"},             {"dos-874", "windows-874"},       {"hz-gb-2312", "replacement"},
+        {"iso-2022-kr", "replacement"},    {"ucs-2", "UTF-16LE"},            {"utf-16", "UTF-16LE"},
+        {"unicodefffe", "UTF-16BE"},       {"x-user-defined", "x-user-defined"},
+    };
+    for (const auto& [label, encoding] : cases)
+        EXPECT_EQ(encodingForLabel(label), encoding) << label;
+}
+
+TEST(HTMLEncodingLabels, RejectsWhatIsNotALabel) {
+    for (const char* label : {"", "   ", "latin-1", "utf -8", "utf-8;", "x-mac-roman2", "iso-8859-12", "utf-7", "\xC3\xBCtf-8"})
+        EXPECT_EQ(encodingForLabel(label), std::nullopt) << label;
+}
+
+TEST(HTMLEncodingSniffing, ByteOrderMarkWinsAndIsSkipped) {
+    const std::string meta = "<meta charset=koi8-r>";
+    auto utf8 = sniffEncoding("\xEF\xBB\xBF" + meta, "windows-1251");
+    EXPECT_EQ(utf8.encoding, "UTF-8");
+    EXPECT_EQ(utf8.bomLength, 3u);
+    auto be = sniffEncoding(std::string("\xFE\xFF\0<", 4), "utf-8");
+    EXPECT_EQ(be.encoding, "UTF-16BE");
+    EXPECT_EQ(be.bomLength, 2u);
+    auto le = sniffEncoding(std::string("\xFF\xFE<\0", 4));
+    EXPECT_EQ(le.encoding, "UTF-16LE");
+    EXPECT_EQ(le.bomLength, 2u);
+    // Half a UTF-8 BOM is no BOM.
+    EXPECT_EQ(sniffEncoding("\xEF\xBB" + meta).encoding, "KOI8-R");
+}
+
+TEST(HTMLEncodingSniffing, TransportLabelBeatsMetaAndDefault) {
+    const std::string meta = "<meta charset=koi8-r>";
+    auto sniffed = sniffEncoding(meta, " ISO-8859-2 ");
+    EXPECT_EQ(sniffed.encoding, "ISO-8859-2");
+    EXPECT_EQ(sniffed.bomLength, 0u);
+    // UTF-16 from the transport is believed; from a <meta> it cannot be.
+    EXPECT_EQ(sniffEncoding(meta, "utf-16").encoding, "UTF-16LE");
+    EXPECT_EQ(sniffEncoding("<meta charset=utf-16be>").encoding, "UTF-8");
+    // An unknown transport label is ignored.
+    EXPECT_EQ(sniffEncoding(meta, "no-such-charset").encoding, "KOI8-R");
+}
+
+TEST(HTMLEncodingSniffing, DefaultAppliesOnlyWithoutDeclaration) {
+    EXPECT_EQ(sniffEncoding("<p>plain</p>").encoding, "windows-1252");
+    EXPECT_EQ(sniffEncoding("<p>plain</p>", {}, "utf8").encoding, "UTF-8");
+    EXPECT_EQ(sniffEncoding("<p>plain</p>", {}, "bogus").encoding, "windows-1252");
+    EXPECT_EQ(sniffEncoding("<meta charset=euc-kr>", {}, "utf-8").encoding, "EUC-KR");
+}
+
+TEST(HTMLEncodingPrescan, ReadsMetaDeclarations) {
+    EXPECT_EQ(prescanForEncoding("<META HTTP-EQUIV=Content-Type CONTENT='text/html; CHARSET=Big5'>"), "Big5");
+    EXPECT_EQ(prescanForEncoding("<meta content=\"text/html; charset=\\\"x\" charset=gbk>"), "GBK");
+    EXPECT_EQ(prescanForEncoding("<meta/charset=sjis>"), "Shift_JIS");
+    EXPECT_EQ(prescanForEncoding("<meta charset=x-user-defined>"), "windows-1252");
+    EXPECT_EQ(prescanForEncoding("<meta charset=iso-2022-kr>"), "replacement");
+    // Quoted charset in content; a charset attribute wins over content whatever the order.
+    EXPECT_EQ(prescanForEncoding("<meta http-equiv=content-type content=\"a;charset='koi8-u'\">"), "KOI8-U");
+    EXPECT_EQ(prescanForEncoding("<meta content='text/html;charset=big5' charset=euc-jp http-equiv=content-type>"),
+              "EUC-JP");
+    // "charset" without "=" is skipped over, not taken as the end of the search.
+    EXPECT_EQ(prescanForEncoding("<meta http-equiv=content-type content='charset; charset=gb18030'>"), "gb18030");
+}
+
+TEST(HTMLEncodingPrescan, IgnoresWhatIsNotADeclaration) {
+    EXPECT_EQ(prescanForEncoding("<meta content='text/html; charset=koi8-r'>"), std::nullopt);  // no pragma
+    EXPECT_EQ(prescanForEncoding("<meta charset=bogus content='charset=koi8-r' http-equiv=content-type>"),
+              std::nullopt);
+    // A repeated attribute counts once: the first.
+    EXPECT_EQ(prescanForEncoding("<meta charset=bogus charset=koi8-r>"), std::nullopt);
+    EXPECT_EQ(prescanForEncoding("<!-- <meta charset=koi8-r> -->"), std::nullopt);
+    EXPECT_EQ(prescanForEncoding("<?php <meta charset=koi8-r> ?>"), std::nullopt);
+    EXPECT_EQ(prescanForEncoding("<a title='<meta charset=koi8-r>'>"), std::nullopt);
+    EXPECT_EQ(prescanForEncoding("<metal charset=koi8-r>"), std::nullopt);
+    EXPECT_EQ(prescanForEncoding(""), std::nullopt);
+}
+
+TEST(HTMLEncodingPrescan, StopsAtTheWindowAndAtTheEnd) {
+    const std::string meta = "<meta charset=koi8-r>";
+    std::string padding(1024 - meta.size(), ' ');
+    EXPECT_EQ(prescanForEncoding(padding + meta), "KOI8-R");
+    EXPECT_EQ(prescanForEncoding(padding + " " + meta), std::nullopt);
+    // "<!-->" is a whole comment; "<!--" without an end hides the rest.
+    EXPECT_EQ(prescanForEncoding("<!-->" + meta), "KOI8-R");
+    EXPECT_EQ(prescanForEncoding("<!--" + meta), std::nullopt);
+    EXPECT_EQ(prescanForEncoding("<meta charset=koi8-r"), std::nullopt);
+}
+
+TEST(HTMLEncodingDecoding, DecodesKnownTextInEachFamily) {
+    struct Case {
+        const char* encoding;
+        std::string bytes;
+        std::string text;
+    };
+    const Case cases[] = {
+        {"windows-1251", "\xCF\xF0\xE8\xE2\xE5\xF2", "Привет"},
+        {"koi8-r", "\xF0\xD2\xC9\xD7\xC5\xD4", "Привет"},
+        {"koi8-u", "\xAE\xBE", "ўЎ"},
+        {"iso-8859-16", "\xAA\xBA\xDE", "ȘșȚ"},
+        {"windows-1252", "\x80\x81\x9F\xFF", "€\xC2\x81Ÿÿ"},
+        {"windows-874", "\xA1\xDB", "ก\xEF\xBF\xBD"},
+        {"ibm866", "\x8F\xE0\xA8\xA2\xA5\xE2", "Привет"},
+        {"iso-2022-jp", "\x1B$B$3$s$K$A$O\x1B(B!", "こんにちは!"},
+        {"iso-2022-jp", "\x1B(I1\x1B(B", "ｱ"},
+        {"shift_jis", "\x82\xB1\x82\xF1\x82\xC9\x82\xBF\x82\xCD\xB1\x5C\x7E", "こんにちはｱ\\~"},
+        {"euc-jp", "\xC6\xFC\xCB\xDC\x8E\xB1\x8F\xB0\xA1", "日本ｱ丂"},
+        {"gb18030", "\xD6\xD0\xCE\xC4\x81\x30\x81\x30\x80", "中文\xC2\x80€"},
+        {"gbk", "\xD6\xD0\xCE\xC4", "中文"},
+        {"euc-kr", "\xC7\xD1\xB1\xB9\xBE\xEE\x81\x41", "한국어갂"},
+        {"big5", "\xA4\xA4\xA4\xE5\xC6\xA1", "中文①"},
+        {"big5", "\x88\x62\x88\xA5", "Ê̄ê̌"},
+        {"utf-16be", std::string("\0h\0\xE9\x20\xAC\xD8\x34\xDD\x1E", 10), "hé€𝄞"},
+        {"utf-16le", std::string("h\0\xE9\0\xAC\x20\x34\xD8\x1E\xDD", 10), "hé€𝄞"},
+        {"utf-8", "h\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E", "hé€𝄞"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(decodeToUTF8(c.bytes, c.encoding), c.text) << c.encoding;
+}
+
+TEST(HTMLEncodingDecoding, ASCIIStaysASCIIInCompatibleEncodings) {
+    std::string ascii;
+    for (int b = 0; b < 0x80; ++b)
+        ascii += char(b);
+    // A trailing non-ASCII byte keeps the decoder off its pure-ASCII shortcut.
+    for (const char* encoding : {"utf-8", "ibm866", "iso-8859-2", "iso-8859-7", "iso-8859-16", "koi8-u", "macintosh",
+                                 "x-mac-cyrillic", "windows-874", "windows-1250", "windows-1252", "windows-1258",
+                                 "gbk", "gb18030", "big5", "euc-jp", "shift_jis", "euc-kr", "x-user-defined"}) {
+        std::string decoded = decodeToUTF8(ascii + "\xFF", encoding);
+        EXPECT_EQ(decoded.substr(0, 0x80), ascii) << encoding;
+        EXPECT_GT(decoded.size(), 0x80u) << encoding;
+    }
+}
+
+TEST(HTMLEncodingDecoding, MalformedUTF8BecomesOneReplacementPerMaximalSubpart) {
+    const std::string r = "\xEF\xBF\xBD";
+    const std::pair<std::string, std::string> cases[] = {
+        {"a\xC3", "a" + r},
+        {"\xE2\x82" "A", r + "A"},
+        {"\xF0\x9F\x98" "\xF0\x9F\x98\x80", r + "😀"},
+        {"\xF0\x80\x80", r + r + r},
+        {"\xED\xA0\x80", r + r + r},
+        {"\xC0\xAF", r + r},
+        {"\xF4\x90\x80\x80", r + r + r + r},
+        {"\xFF\xFE", r + r},
+        {"\x80" "abc", r + "abc"},
+        {"\xE0\xA0\x80\xEF\xBF\xBF", "\xE0\xA0\x80\xEF\xBF\xBF"},
+    };
+    for (const auto& [bytes, text] : cases)
+        EXPECT_EQ(decodeToUTF8(bytes, "UTF-8"), text);
+}
+
+TEST(HTMLEncodingDecoding, MalformedLegacyInputBecomesReplacement) {
+    const std::string r = "\xEF\xBF\xBD";
+    EXPECT_EQ(decodeToUTF8("\x82", "shift_jis"), r);
+    EXPECT_EQ(decodeToUTF8("\x82 x", "shift_jis"), r + " x");
+    EXPECT_EQ(decodeToUTF8("a\xA4", "big5"), "a" + r);
+    EXPECT_EQ(decodeToUTF8("\xC7", "euc-kr"), r);
+    EXPECT_EQ(decodeToUTF8("\x1B$B$", "iso-2022-jp").find(r), 0u);
+    EXPECT_EQ(decodeToUTF8("\xD2", "windows-1253"), r);
+    EXPECT_EQ(decodeToUTF8("\xA1", "iso-8859-8"), r);
+    EXPECT_EQ(decodeToUTF8(std::string("\0a\xD8\x00", 4), "utf-16be"), "a" + r);
+    EXPECT_EQ(decodeToUTF8(std::string("a\0b", 3), "utf-16le"), "a" + r);
+    EXPECT_EQ(decodeToUTF8(std::string("\x00\xDC\x41\x00", 4), "utf-16le"), r + "A");
+}
+
+TEST(HTMLEncodingDecoding, XUserDefinedMapsHighBytesToPrivateUse) {
+    EXPECT_EQ(decodeToUTF8("a\x80\xFF", "x-user-defined"), "a\xEF\x9E\x80\xEF\x9F\xBF");
+}
+
+TEST(HTMLEncodingDecoding, ReplacementEncodingYieldsOneReplacementCharacter) {
+    EXPECT_EQ(decodeToUTF8("", "replacement"), "");
+    EXPECT_EQ(decodeToUTF8("<p>plain ASCII</p>", "replacement"), "\xEF\xBF\xBD");
+    EXPECT_EQ(decodeToUTF8("\x1B$)C\x0E", "iso-2022-kr"), "\xEF\xBF\xBD");
+}
+
+TEST(HTMLEncodingDecoding, TakesLabelsAndFallsBackToWindows1252) {
+    EXPECT_EQ(decodeToUTF8("caf\xE9", " Latin1 "), "café");
+    EXPECT_EQ(decodeToUTF8("caf\xE9", "no-such-encoding"), "café");
+}
+
+TEST(HTMLEncodingDecoding, LongInputCrossesConverterBuffers) {
+    // More UTF-16 than one conversion buffer holds, with a surrogate pair at every boundary.
+    std::string bytes;
+    std::string text;
+    for (int i = 0; i < 5000; ++i) {
+        bytes += std::string("\x00x\xD8\x34\xDD\x1E", 6);
+        text += "x𝄞";
+    }
+    EXPECT_EQ(decodeToUTF8(bytes, "UTF-16BE"), text);
+}
