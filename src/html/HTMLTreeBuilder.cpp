@@ -713,7 +713,7 @@ void HTMLTreeBuilder::inBodyStartTag(HTMLTagToken& token) {
         reconstructActiveFormattingElements();
         if (stack_.hasInScope(Tag::nobr)) {
             parseError("nested-nobr");
-            runAdoptionAgency(token);
+            if (!runAdoptionAgency(token)) inBodyAnyOtherEndTag(token);
             reconstructActiveFormattingElements();
         }
         pushFormattingElement(*insertElement(token));
