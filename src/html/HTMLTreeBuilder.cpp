@@ -2100,6 +2100,7 @@ Ref<HTMLElement> HTMLTreeBuilder::createElement(HTMLTagToken& token, Namespace n
         sawSelectedContent_ = true;
     }
     Ref<HTMLElement> element = tag != Tag::Unknown ? make<HTMLElement>(tag, ns) : make<HTMLElement>(name, ns);
+    element->reserveAttributes(token.attributes.size());
     for (auto& attribute : token.attributes) {
         if (ns == Namespace::HTML)
             element->appendAttribute(HTMLAttribute{std::move(attribute.name), std::move(attribute.value)});
