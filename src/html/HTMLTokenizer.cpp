@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -287,6 +288,8 @@ struct HTMLTokenizer::Impl {
             reportError(code, pos);
     }
     void reportError(const char* code, size_t offset);
+    void reportInputStreamErrorsBefore(size_t offset);
+    void moveErrorPosition(size_t offset);
 
     // Emitting.
     void emit(const HTMLToken* token);
@@ -368,7 +371,12 @@ struct HTMLTokenizer::Impl {
     uint32_t referenceCode = 0;
 
     ParseErrorCallback onError;
-    size_t errorScanOffset = 0, errorLine = 1, errorLineStart = 0;
+    // Input stream errors are found a chunk at a time but reported as the
+    // tokenizer reaches them, so that all errors come in input order.
+    std::vector<std::pair<size_t, const char*>> inputStreamErrors;
+    size_t inputStreamErrorsReported = 0;
+    // Where the last error was; the next one counts lines from there.
+    size_t errorOffset = 0, errorLine = 1, errorColumn = 1;
 };
 
 int HTMLTokenizer::Impl::nextAfterPreparing() {
@@ -382,7 +390,7 @@ bool HTMLTokenizer::Impl::prepareMore() {
     if (onError) {
         HTMLInputPreprocessor::findInputStreamErrors(inputView(before, input.size()),
                                                      [&](size_t offset, const char* code) {
-                                                         reportError(code, before + offset);
+                                                         inputStreamErrors.emplace_back(before + offset, code);
                                                      });
     }
     return true;
@@ -394,23 +402,45 @@ void HTMLTokenizer::Impl::ensureAvailable(size_t count) {
 }
 
 void HTMLTokenizer::Impl::reportError(const char* code, size_t offset) {
-    const char* data = input.data();
-    if (offset < errorScanOffset) {
-        errorScanOffset = 0;
-        errorLine = 1;
-        errorLineStart = 0;
+    reportInputStreamErrorsBefore(offset + 1);
+    moveErrorPosition(offset);
+    onError(HTMLParseError{code, errorLine, errorColumn});
+}
+
+void HTMLTokenizer::Impl::reportInputStreamErrorsBefore(size_t offset) {
+    while (inputStreamErrorsReported < inputStreamErrors.size() && onError) {
+        auto [at, code] = inputStreamErrors[inputStreamErrorsReported];
+        if (at >= offset) return;
+        ++inputStreamErrorsReported;
+        moveErrorPosition(at);
+        onError(HTMLParseError{code, errorLine, errorColumn});
     }
+}
+
+// Errors come in input order (give or take a reconsumed character), so the
+// line and column, in code points, are counted on from the previous error.
+void HTMLTokenizer::Impl::moveErrorPosition(size_t offset) {
+    const char* data = input.data();
     offset = std::min(offset, input.size());
-    for (size_t i = errorScanOffset; i < offset; ++i) {
-        if (data[i] == '\n') {
-            ++errorLine;
-            errorLineStart = i + 1;
+    if (offset < errorOffset) {
+        if (std::memchr(data + offset, '\n', errorOffset - offset)) {
+            errorOffset = 0;
+            errorLine = 1;
+            errorColumn = 1;
+        } else {
+            for (size_t i = offset; i < errorOffset; ++i) errorColumn -= (uint8_t(data[i]) & 0xC0) != 0x80;
+            errorOffset = offset;
         }
     }
-    errorScanOffset = offset;
-    size_t column = 1;
-    for (size_t i = errorLineStart; i < offset; ++i) column += (uint8_t(data[i]) & 0xC0) != 0x80;
-    onError(HTMLParseError{code, errorLine, column});
+    for (size_t i = errorOffset; i < offset; ++i) {
+        if (data[i] == '\n') {
+            ++errorLine;
+            errorColumn = 1;
+        } else {
+            errorColumn += (uint8_t(data[i]) & 0xC0) != 0x80;
+        }
+    }
+    errorOffset = offset;
 }
 
 void HTMLTokenizer::Impl::emit(const HTMLToken* token) {
@@ -433,6 +463,8 @@ const HTMLToken* HTMLTokenizer::Impl::nextToken() {
         emitted = nullptr;
         run();
         token = emitted;
+        if (!inputStreamErrors.empty()) [[unlikely]]
+            reportInputStreamErrorsBefore(token == &endOfFile ? input.size() : pos);
     }
     if (token == &endOfFile) finished = true;
     return token;
