@@ -174,13 +174,14 @@ private:
 };
 
 bool isWhitespace(int c) noexcept { return c == '\t' || c == '\n' || c == '\f' || c == ' '; }
-char toASCIILower(int c) noexcept { return char(unsigned(c - 'A') < 26 ? c + 0x20 : c); }
 
 constexpr std::array<char, 256> kASCIILower = [] {
     std::array<char, 256> table{};
     for (int c = 0; c < 256; ++c) table[size_t(c)] = char(c >= 'A' && c <= 'Z' ? c + 0x20 : c);
     return table;
 }();
+
+char toASCIILower(int c) noexcept { return kASCIILower[uint8_t(c)]; }
 
 void appendLowercased(std::string& out, const char* bytes, size_t length) {
     size_t old = out.size();
@@ -245,7 +246,9 @@ private:
 }  // namespace
 
 struct HTMLTokenizer::Impl {
-    explicit Impl(std::string_view html) : input(html) {}
+    explicit Impl(std::string_view html) : input(html) {
+        nullCharacter.characters = std::string_view(kNullCharacter, 1);
+    }
 
     const HTMLToken* nextToken();
     void run();
@@ -1619,9 +1622,7 @@ void HTMLTokenizer::Impl::run() {
     }
 }
 
-HTMLTokenizer::HTMLTokenizer(std::string_view html) : impl_(std::make_unique<Impl>(html)) {
-    impl_->nullCharacter.characters = std::string_view(kNullCharacter, 1);
-}
+HTMLTokenizer::HTMLTokenizer(std::string_view html) : impl_(std::make_unique<Impl>(html)) {}
 
 HTMLTokenizer::~HTMLTokenizer() = default;
 
