@@ -5,8 +5,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <utility>
 #include <vector>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace zv::html {
 
@@ -103,38 +108,86 @@ enum class State : uint8_t {
 };
 
 // The bytes at which a state's fast scan stops; every other byte is simply
-// appended to whatever the state is collecting.
-using ByteSet = std::array<bool, 256>;
-constexpr ByteSet stopsAt(std::string_view bytes) {
-    ByteSet set{};
-    for (char b : bytes) set[uint8_t(b)] = true;
-    return set;
-}
+// appended to whatever the state is collecting. Scans go sixteen bytes at a
+// time where SSE2 is available: text and attribute values run long.
+template <char... Bytes>
+struct Stops {
+    static constexpr std::array<bool, 256> kTable = [] {
+        std::array<bool, 256> table{};
+        ((table[uint8_t(Bytes)] = true), ...);
+        return table;
+    }();
 
-constexpr ByteSet kDataStops = stopsAt("<&\0"sv);
-constexpr ByteSet kRCDATAStops = stopsAt("<&\0"sv);
-constexpr ByteSet kRawTextStops = stopsAt("<\0"sv);
-constexpr ByteSet kPlaintextStops = stopsAt("\0"sv);
-constexpr ByteSet kScriptDataEscapedStops = stopsAt("-<\0"sv);
-constexpr ByteSet kTagNameStops = stopsAt("\t\n\f />\0"sv);
-constexpr ByteSet kAttributeNameStops = stopsAt("\t\n\f />=\0\"'<"sv);
-constexpr ByteSet kDoubleQuotedValueStops = stopsAt("\"&\0"sv);
-constexpr ByteSet kSingleQuotedValueStops = stopsAt("'&\0"sv);
-constexpr ByteSet kUnquotedValueStops = stopsAt("\t\n\f &>\0\"'<=`"sv);
-constexpr ByteSet kCommentStops = stopsAt("<-\0"sv);
-constexpr ByteSet kBogusCommentStops = stopsAt(">\0"sv);
-constexpr ByteSet kDOCTYPENameStops = stopsAt("\t\n\f >\0"sv);
-constexpr ByteSet kDoubleQuotedIdentifierStops = stopsAt("\">\0"sv);
-constexpr ByteSet kSingleQuotedIdentifierStops = stopsAt("'>\0"sv);
-constexpr ByteSet kCDATAStops = stopsAt("]\0"sv);
+    // The offset of the first stop byte in data[from, size), or size.
+    static size_t find(const char* data, size_t from, size_t size) noexcept {
+#if defined(__SSE2__)
+        for (; from + 16 <= size; from += 16) {
+            __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + from));
+            __m128i hits = _mm_setzero_si128();
+            ((hits = _mm_or_si128(hits, _mm_cmpeq_epi8(bytes, _mm_set1_epi8(Bytes)))), ...);
+            if (int mask = _mm_movemask_epi8(hits)) return from + unsigned(__builtin_ctz(unsigned(mask)));
+        }
+#endif
+        for (; from < size; ++from)
+            if (kTable[uint8_t(data[from])]) return from;
+        return size;
+    }
+};
+
+using DataStops = Stops<'<', '&', '\0'>;
+using RCDATAStops = Stops<'<', '&', '\0'>;
+using RawTextStops = Stops<'<', '\0'>;
+using PlaintextStops = Stops<'\0'>;
+using ScriptDataEscapedStops = Stops<'-', '<', '\0'>;
+using TagNameStops = Stops<'\t', '\n', '\f', ' ', '/', '>', '\0'>;
+using AttributeNameStops = Stops<'\t', '\n', '\f', ' ', '/', '>', '=', '\0', '"', '\'', '<'>;
+using DoubleQuotedValueStops = Stops<'"', '&', '\0'>;
+using SingleQuotedValueStops = Stops<'\'', '&', '\0'>;
+using UnquotedValueStops = Stops<'\t', '\n', '\f', ' ', '&', '>', '\0', '"', '\'', '<', '=', '`'>;
+using CommentStops = Stops<'<', '-', '\0'>;
+using BogusCommentStops = Stops<'>', '\0'>;
+using DOCTYPENameStops = Stops<'\t', '\n', '\f', ' ', '>', '\0'>;
+using DoubleQuotedIdentifierStops = Stops<'"', '>', '\0'>;
+using SingleQuotedIdentifierStops = Stops<'\'', '>', '\0'>;
+using CDATAStops = Stops<']', '\0'>;
+
+// tagFromName for the names a document repeats: a direct-mapped cache keyed
+// by the bytes of names up to eight long, which covers the common elements.
+// Names never hold a NUL byte, so a zero-padded key is unique to its name.
+class TagNameCache {
+public:
+    Tag lookUp(std::string_view name) noexcept {
+        if (name.empty() || name.size() > 8) return tagFromName(name);
+        uint64_t key = 0;
+        for (size_t i = 0; i < name.size(); ++i) key |= uint64_t(uint8_t(name[i])) << (8 * i);
+        Slot& slot = slots_[(key * 0x9E3779B97F4A7C15ULL) >> 58];
+        if (slot.key != key) slot = {key, tagFromName(name)};
+        return slot.tag;
+    }
+
+private:
+    struct Slot {
+        uint64_t key = 0;
+        Tag tag = Tag::Unknown;
+    };
+    std::array<Slot, 64> slots_{};
+};
 
 bool isWhitespace(int c) noexcept { return c == '\t' || c == '\n' || c == '\f' || c == ' '; }
-char toASCIILower(int c) noexcept { return char(unsigned(c - 'A') < 26 ? c + 0x20 : c); }
+
+constexpr std::array<char, 256> kASCIILower = [] {
+    std::array<char, 256> table{};
+    for (int c = 0; c < 256; ++c) table[size_t(c)] = char(c >= 'A' && c <= 'Z' ? c + 0x20 : c);
+    return table;
+}();
+
+char toASCIILower(int c) noexcept { return kASCIILower[uint8_t(c)]; }
 
 void appendLowercased(std::string& out, const char* bytes, size_t length) {
     size_t old = out.size();
-    out.append(bytes, length);
-    for (size_t i = old; i < out.size(); ++i) out[i] = toASCIILower(uint8_t(out[i]));
+    out.resize(old + length);
+    char* target = out.data() + old;
+    for (size_t i = 0; i < length; ++i) target[i] = kASCIILower[uint8_t(bytes[i])];
 }
 
 bool equalsIgnoringASCIICase(std::string_view a, std::string_view lowercase) noexcept {
@@ -193,7 +246,9 @@ private:
 }  // namespace
 
 struct HTMLTokenizer::Impl {
-    explicit Impl(std::string_view html) : input(html) {}
+    explicit Impl(std::string_view html) : input(html) {
+        nullCharacter.characters = std::string_view(kNullCharacter, 1);
+    }
 
     const HTMLToken* nextToken();
     void run();
@@ -211,11 +266,16 @@ struct HTMLTokenizer::Impl {
     }
     bool prepareMore();
     void ensureAvailable(size_t count);
-    size_t skipOrdinary(const ByteSet& stops);
-    size_t consumeOrdinary(const ByteSet& stops) {
+    // Consumes the bytes before the next stop byte (or the end of the
+    // input), preparing chunks as the scan reaches their end; returns where
+    // they began.
+    template <typename StopBytes>
+    size_t consumeOrdinary() {
         size_t start = pos;
-        pos = skipOrdinary(stops);
-        return start;
+        for (;;) {
+            pos = StopBytes::find(input.data(), pos, input.size());
+            if (pos < input.size() || !prepareMore()) return start;
+        }
     }
     std::string_view inputView(size_t begin, size_t end) const {
         return {input.data() + begin, std::min(end, input.size()) - begin};
@@ -231,6 +291,8 @@ struct HTMLTokenizer::Impl {
             reportError(code, pos);
     }
     void reportError(const char* code, size_t offset);
+    void reportInputStreamErrorsBefore(size_t offset);
+    void moveErrorPosition(size_t offset);
 
     // Emitting.
     void emit(const HTMLToken* token);
@@ -252,18 +314,18 @@ struct HTMLTokenizer::Impl {
     void textLessThanSign(int c, State endTagOpen, State text);
     void textEndTagOpen(int c, State endTagName, State text);
     void textEndTagName(int c, State text);
-    void recycleAttributes(HTMLTagToken& token);
     void startAttribute();
     void finishAttributeName();
     void dropDuplicateAttribute();
-    HTMLTokenAttribute& attribute() { return tag->attributes.back(); }
-    void attributeValueQuoted(char quote, const ByteSet& stops);
+    HTMLTokenAttribute& attribute() { return tag->attributes[attributeCount - 1]; }
+    template <char Quote, typename StopBytes>
+    void attributeValueQuoted();
 
     // Comments and DOCTYPEs.
     void beginComment(std::string_view data = {}) { comment.data.assign(data); }
     void beginDOCTYPE();
-    void doctypeIdentifierQuoted(std::optional<std::string>& identifier, char quote, const ByteSet& stops,
-                                 State after, const char* abruptError);
+    template <char Quote, typename StopBytes>
+    void doctypeIdentifierQuoted(std::optional<std::string>& identifier, State after, const char* abruptError);
 
     // Character references.
     void beginCharacterReference(State returnTo) {
@@ -298,9 +360,13 @@ struct HTMLTokenizer::Impl {
     const HTMLToken* pending = nullptr;
     CharacterRun text;
 
-    // Attributes of earlier tags, kept so their strings' storage is reused.
-    std::vector<HTMLTokenAttribute> spareAttributes;
+    // A tag's attribute list keeps the entries of the tag before it, so their
+    // strings' storage is reused; the first attributeCount are the current
+    // tag's, and the list is cut to them when the tag is emitted.
+    size_t attributeCount = 0;
+    std::vector<HTMLTokenAttribute> spareAttributes;  // cut off, for longer lists later
     bool currentAttributeIsDuplicate = false;
+    TagNameCache tagNames;
     std::string lastStartTagName;
     size_t markupStart = 0;  // the '<' that opened the markup being read
     std::string temporaryBuffer;
@@ -308,7 +374,12 @@ struct HTMLTokenizer::Impl {
     uint32_t referenceCode = 0;
 
     ParseErrorCallback onError;
-    size_t errorScanOffset = 0, errorLine = 1, errorLineStart = 0;
+    // Input stream errors are found a chunk at a time but reported as the
+    // tokenizer reaches them, so that all errors come in input order.
+    std::vector<std::pair<size_t, const char*>> inputStreamErrors;
+    size_t inputStreamErrorsReported = 0;
+    // Where the last error was; the next one counts lines from there.
+    size_t errorOffset = 0, errorLine = 1, errorColumn = 1;
 };
 
 int HTMLTokenizer::Impl::nextAfterPreparing() {
@@ -322,7 +393,7 @@ bool HTMLTokenizer::Impl::prepareMore() {
     if (onError) {
         HTMLInputPreprocessor::findInputStreamErrors(inputView(before, input.size()),
                                                      [&](size_t offset, const char* code) {
-                                                         reportError(code, before + offset);
+                                                         inputStreamErrors.emplace_back(before + offset, code);
                                                      });
     }
     return true;
@@ -333,44 +404,46 @@ void HTMLTokenizer::Impl::ensureAvailable(size_t count) {
     }
 }
 
-// The offset of the next byte at or after pos that is in `stops`, or the end
-// of the input; prepares chunks as the scan reaches their end.
-size_t HTMLTokenizer::Impl::skipOrdinary(const ByteSet& stops) {
-    size_t i = pos;
-    for (;;) {
-        const char* data = input.data();
-        const size_t size = input.size();
-        while (i + 4 <= size) {
-            if (stops[uint8_t(data[i])]) return i;
-            if (stops[uint8_t(data[i + 1])]) return i + 1;
-            if (stops[uint8_t(data[i + 2])]) return i + 2;
-            if (stops[uint8_t(data[i + 3])]) return i + 3;
-            i += 4;
-        }
-        for (; i < size; ++i)
-            if (stops[uint8_t(data[i])]) return i;
-        if (!prepareMore()) return i;
+void HTMLTokenizer::Impl::reportError(const char* code, size_t offset) {
+    reportInputStreamErrorsBefore(offset + 1);
+    moveErrorPosition(offset);
+    onError(HTMLParseError{code, errorLine, errorColumn});
+}
+
+void HTMLTokenizer::Impl::reportInputStreamErrorsBefore(size_t offset) {
+    while (inputStreamErrorsReported < inputStreamErrors.size() && onError) {
+        auto [at, code] = inputStreamErrors[inputStreamErrorsReported];
+        if (at >= offset) return;
+        ++inputStreamErrorsReported;
+        moveErrorPosition(at);
+        onError(HTMLParseError{code, errorLine, errorColumn});
     }
 }
 
-void HTMLTokenizer::Impl::reportError(const char* code, size_t offset) {
+// Errors come in input order (give or take a reconsumed character), so the
+// line and column, in code points, are counted on from the previous error.
+void HTMLTokenizer::Impl::moveErrorPosition(size_t offset) {
     const char* data = input.data();
-    if (offset < errorScanOffset) {
-        errorScanOffset = 0;
-        errorLine = 1;
-        errorLineStart = 0;
-    }
     offset = std::min(offset, input.size());
-    for (size_t i = errorScanOffset; i < offset; ++i) {
-        if (data[i] == '\n') {
-            ++errorLine;
-            errorLineStart = i + 1;
+    if (offset < errorOffset) {
+        if (std::memchr(data + offset, '\n', errorOffset - offset)) {
+            errorOffset = 0;
+            errorLine = 1;
+            errorColumn = 1;
+        } else {
+            for (size_t i = offset; i < errorOffset; ++i) errorColumn -= (uint8_t(data[i]) & 0xC0) != 0x80;
+            errorOffset = offset;
         }
     }
-    errorScanOffset = offset;
-    size_t column = 1;
-    for (size_t i = errorLineStart; i < offset; ++i) column += (uint8_t(data[i]) & 0xC0) != 0x80;
-    onError(HTMLParseError{code, errorLine, column});
+    for (size_t i = errorOffset; i < offset; ++i) {
+        if (data[i] == '\n') {
+            ++errorLine;
+            errorColumn = 1;
+        } else {
+            errorColumn += (uint8_t(data[i]) & 0xC0) != 0x80;
+        }
+    }
+    errorOffset = offset;
 }
 
 void HTMLTokenizer::Impl::emit(const HTMLToken* token) {
@@ -393,13 +466,15 @@ const HTMLToken* HTMLTokenizer::Impl::nextToken() {
         emitted = nullptr;
         run();
         token = emitted;
+        if (!inputStreamErrors.empty()) [[unlikely]]
+            reportInputStreamErrorsBefore(token == &endOfFile ? input.size() : pos);
     }
     if (token == &endOfFile) finished = true;
     return token;
 }
 
 void HTMLTokenizer::Impl::beginTag(HTMLTagToken& token) {
-    recycleAttributes(token);
+    attributeCount = 0;
     token.tagName.clear();
     token.tag = Tag::Unknown;
     token.selfClosing = false;
@@ -409,46 +484,49 @@ void HTMLTokenizer::Impl::beginTag(HTMLTagToken& token) {
 
 void HTMLTokenizer::Impl::emitTag() {
     dropDuplicateAttribute();
-    tag->tag = tagFromName(tag->tagName);
+    tag->tag = tagNames.lookUp(tag->tagName);
     if (tag == &startTag) {
         lastStartTagName = tag->tagName;
     } else {
-        if (!tag->attributes.empty()) {
+        if (attributeCount) {
             error("end-tag-with-attributes");
-            recycleAttributes(*tag);
+            attributeCount = 0;
         }
         if (tag->selfClosing) {
             error("end-tag-with-trailing-solidus");
             tag->selfClosing = false;
         }
     }
+    auto& attributes = tag->attributes;
+    while (attributes.size() > attributeCount) {
+        spareAttributes.push_back(std::move(attributes.back()));
+        attributes.pop_back();
+    }
     emit(tag);
-}
-
-void HTMLTokenizer::Impl::recycleAttributes(HTMLTagToken& token) {
-    for (auto& a : token.attributes) spareAttributes.push_back(std::move(a));
-    token.attributes.clear();
 }
 
 void HTMLTokenizer::Impl::startAttribute() {
     dropDuplicateAttribute();
     auto& attributes = tag->attributes;
-    if (spareAttributes.empty()) {
-        attributes.emplace_back();
-        return;
+    if (attributeCount == attributes.size()) {
+        if (spareAttributes.empty()) {
+            attributes.emplace_back();
+        } else {
+            attributes.push_back(std::move(spareAttributes.back()));
+            spareAttributes.pop_back();
+        }
     }
-    attributes.push_back(std::move(spareAttributes.back()));
-    spareAttributes.pop_back();
-    attributes.back().name.clear();
-    attributes.back().value.clear();
+    auto& added = attributes[attributeCount++];
+    added.name.clear();
+    added.value.clear();
 }
 
 // Leaving the attribute name state: a name the tag already has makes the
 // attribute a duplicate, read to its end and then dropped.
 void HTMLTokenizer::Impl::finishAttributeName() {
     const auto& attributes = tag->attributes;
-    const auto& name = attributes.back().name;
-    for (size_t i = 0; i + 1 < attributes.size(); ++i) {
+    const auto& name = attribute().name;
+    for (size_t i = 0; i + 1 < attributeCount; ++i) {
         if (attributes[i].name == name) {
             error("duplicate-attribute");
             currentAttributeIsDuplicate = true;
@@ -460,8 +538,7 @@ void HTMLTokenizer::Impl::finishAttributeName() {
 void HTMLTokenizer::Impl::dropDuplicateAttribute() {
     if (!currentAttributeIsDuplicate) return;
     currentAttributeIsDuplicate = false;
-    spareAttributes.push_back(std::move(tag->attributes.back()));
-    tag->attributes.pop_back();
+    --attributeCount;
 }
 
 void HTMLTokenizer::Impl::beginDOCTYPE() {
@@ -530,11 +607,12 @@ void HTMLTokenizer::Impl::textEndTagName(int c, State textState) {
 }
 
 // The attribute value (double-quoted) and (single-quoted) states.
-void HTMLTokenizer::Impl::attributeValueQuoted(char quote, const ByteSet& stops) {
-    size_t start = consumeOrdinary(stops);
+template <char Quote, typename StopBytes>
+void HTMLTokenizer::Impl::attributeValueQuoted() {
+    size_t start = consumeOrdinary<StopBytes>();
     attribute().value.append(input.data() + start, pos - start);
     int c = next();
-    if (c == quote) {
+    if (c == Quote) {
         state = State::AfterAttributeValueQuoted;
     } else if (c == '&') {
         beginCharacterReference(state);
@@ -548,12 +626,13 @@ void HTMLTokenizer::Impl::attributeValueQuoted(char quote, const ByteSet& stops)
 }
 
 // The DOCTYPE public and system identifier (double- and single-quoted) states.
-void HTMLTokenizer::Impl::doctypeIdentifierQuoted(std::optional<std::string>& identifier, char quote,
-                                                  const ByteSet& stops, State after, const char* abruptError) {
-    size_t start = consumeOrdinary(stops);
+template <char Quote, typename StopBytes>
+void HTMLTokenizer::Impl::doctypeIdentifierQuoted(std::optional<std::string>& identifier, State after,
+                                                  const char* abruptError) {
+    size_t start = consumeOrdinary<StopBytes>();
     identifier->append(input.data() + start, pos - start);
     int c = next();
-    if (c == quote) {
+    if (c == Quote) {
         state = after;
     } else if (c == '\0') {
         error("unexpected-null-character");
@@ -574,7 +653,7 @@ void HTMLTokenizer::Impl::run() {
     while (!emitted) {
         switch (state) {
         case State::Data: {
-            size_t start = consumeOrdinary(kDataStops);
+            size_t start = consumeOrdinary<DataStops>();
             emitRange(start, pos);
             int c = next();
             if (c == '<') {
@@ -591,7 +670,7 @@ void HTMLTokenizer::Impl::run() {
             break;
         }
         case State::RCDATA: {
-            size_t start = consumeOrdinary(kRCDATAStops);
+            size_t start = consumeOrdinary<RCDATAStops>();
             emitRange(start, pos);
             int c = next();
             if (c == '<') {
@@ -609,7 +688,7 @@ void HTMLTokenizer::Impl::run() {
         }
         case State::RAWTEXT:
         case State::ScriptData: {
-            size_t start = consumeOrdinary(kRawTextStops);
+            size_t start = consumeOrdinary<RawTextStops>();
             emitRange(start, pos);
             int c = next();
             if (c == '<') {
@@ -624,7 +703,7 @@ void HTMLTokenizer::Impl::run() {
             break;
         }
         case State::PLAINTEXT: {
-            size_t start = consumeOrdinary(kPlaintextStops);
+            size_t start = consumeOrdinary<PlaintextStops>();
             emitRange(start, pos);
             if (next() == '\0') {
                 error("unexpected-null-character");
@@ -678,7 +757,7 @@ void HTMLTokenizer::Impl::run() {
             break;
         }
         case State::TagName: {
-            size_t start = consumeOrdinary(kTagNameStops);
+            size_t start = consumeOrdinary<TagNameStops>();
             appendLowercased(tag->tagName, input.data() + start, pos - start);
             int c = next();
             if (isWhitespace(c)) {
@@ -752,7 +831,7 @@ void HTMLTokenizer::Impl::run() {
             break;
         }
         case State::ScriptDataEscaped: {
-            size_t start = consumeOrdinary(kScriptDataEscapedStops);
+            size_t start = consumeOrdinary<ScriptDataEscapedStops>();
             emitRange(start, pos);
             int c = next();
             if (c == '-') {
@@ -834,7 +913,7 @@ void HTMLTokenizer::Impl::run() {
             break;
         }
         case State::ScriptDataDoubleEscaped: {
-            size_t start = consumeOrdinary(kScriptDataEscapedStops);
+            size_t start = consumeOrdinary<ScriptDataEscapedStops>();
             emitRange(start, pos);
             int c = next();
             if (c == '-') {
@@ -905,7 +984,7 @@ void HTMLTokenizer::Impl::run() {
             break;
         }
         case State::AttributeName: {
-            size_t start = consumeOrdinary(kAttributeNameStops);
+            size_t start = consumeOrdinary<AttributeNameStops>();
             appendLowercased(attribute().name, input.data() + start, pos - start);
             int c = next();
             if (isWhitespace(c) || c == '/' || c == '>' || c == kEndOfFile) {
@@ -959,13 +1038,13 @@ void HTMLTokenizer::Impl::run() {
             break;
         }
         case State::AttributeValueDoubleQuoted:
-            attributeValueQuoted('"', kDoubleQuotedValueStops);
+            attributeValueQuoted<'"', DoubleQuotedValueStops>();
             break;
         case State::AttributeValueSingleQuoted:
-            attributeValueQuoted('\'', kSingleQuotedValueStops);
+            attributeValueQuoted<'\'', SingleQuotedValueStops>();
             break;
         case State::AttributeValueUnquoted: {
-            size_t start = consumeOrdinary(kUnquotedValueStops);
+            size_t start = consumeOrdinary<UnquotedValueStops>();
             attribute().value.append(input.data() + start, pos - start);
             int c = next();
             if (isWhitespace(c)) {
@@ -1021,7 +1100,7 @@ void HTMLTokenizer::Impl::run() {
             break;
         }
         case State::BogusComment: {
-            size_t start = consumeOrdinary(kBogusCommentStops);
+            size_t start = consumeOrdinary<BogusCommentStops>();
             comment.data.append(input.data() + start, pos - start);
             int c = next();
             if (c == '>') {
@@ -1092,7 +1171,7 @@ void HTMLTokenizer::Impl::run() {
             break;
         }
         case State::Comment: {
-            size_t start = consumeOrdinary(kCommentStops);
+            size_t start = consumeOrdinary<CommentStops>();
             comment.data.append(input.data() + start, pos - start);
             int c = next();
             if (c == '<') {
@@ -1229,7 +1308,7 @@ void HTMLTokenizer::Impl::run() {
             break;
         }
         case State::DOCTYPEName: {
-            size_t start = consumeOrdinary(kDOCTYPENameStops);
+            size_t start = consumeOrdinary<DOCTYPENameStops>();
             appendLowercased(*doctype.name, input.data() + start, pos - start);
             int c = next();
             if (isWhitespace(c)) {
@@ -1306,12 +1385,14 @@ void HTMLTokenizer::Impl::run() {
             break;
         }
         case State::DOCTYPEPublicIdentifierDoubleQuoted:
-            doctypeIdentifierQuoted(doctype.publicIdentifier, '"', kDoubleQuotedIdentifierStops,
-                                    State::AfterDOCTYPEPublicIdentifier, "abrupt-doctype-public-identifier");
+            doctypeIdentifierQuoted<'"', DoubleQuotedIdentifierStops>(doctype.publicIdentifier,
+                                                                      State::AfterDOCTYPEPublicIdentifier,
+                                                                      "abrupt-doctype-public-identifier");
             break;
         case State::DOCTYPEPublicIdentifierSingleQuoted:
-            doctypeIdentifierQuoted(doctype.publicIdentifier, '\'', kSingleQuotedIdentifierStops,
-                                    State::AfterDOCTYPEPublicIdentifier, "abrupt-doctype-public-identifier");
+            doctypeIdentifierQuoted<'\'', SingleQuotedIdentifierStops>(doctype.publicIdentifier,
+                                                                       State::AfterDOCTYPEPublicIdentifier,
+                                                                       "abrupt-doctype-public-identifier");
             break;
         case State::AfterDOCTYPEPublicIdentifier:
         case State::BetweenDOCTYPEPublicAndSystemIdentifiers: {
@@ -1370,12 +1451,14 @@ void HTMLTokenizer::Impl::run() {
             break;
         }
         case State::DOCTYPESystemIdentifierDoubleQuoted:
-            doctypeIdentifierQuoted(doctype.systemIdentifier, '"', kDoubleQuotedIdentifierStops,
-                                    State::AfterDOCTYPESystemIdentifier, "abrupt-doctype-system-identifier");
+            doctypeIdentifierQuoted<'"', DoubleQuotedIdentifierStops>(doctype.systemIdentifier,
+                                                                      State::AfterDOCTYPESystemIdentifier,
+                                                                      "abrupt-doctype-system-identifier");
             break;
         case State::DOCTYPESystemIdentifierSingleQuoted:
-            doctypeIdentifierQuoted(doctype.systemIdentifier, '\'', kSingleQuotedIdentifierStops,
-                                    State::AfterDOCTYPESystemIdentifier, "abrupt-doctype-system-identifier");
+            doctypeIdentifierQuoted<'\'', SingleQuotedIdentifierStops>(doctype.systemIdentifier,
+                                                                       State::AfterDOCTYPESystemIdentifier,
+                                                                       "abrupt-doctype-system-identifier");
             break;
         case State::AfterDOCTYPESystemIdentifier: {
             int c = next();
@@ -1408,7 +1491,7 @@ void HTMLTokenizer::Impl::run() {
             break;
         }
         case State::CDATASection: {
-            size_t start = consumeOrdinary(kCDATAStops);
+            size_t start = consumeOrdinary<CDATAStops>();
             emitRange(start, pos);
             int c = next();
             if (c == ']') {
@@ -1539,9 +1622,7 @@ void HTMLTokenizer::Impl::run() {
     }
 }
 
-HTMLTokenizer::HTMLTokenizer(std::string_view html) : impl_(std::make_unique<Impl>(html)) {
-    impl_->nullCharacter.characters = std::string_view(kNullCharacter, 1);
-}
+HTMLTokenizer::HTMLTokenizer(std::string_view html) : impl_(std::make_unique<Impl>(html)) {}
 
 HTMLTokenizer::~HTMLTokenizer() = default;
 
