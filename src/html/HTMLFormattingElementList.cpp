@@ -1,5 +1,8 @@
 #include "HTMLFormattingElementList.h"
 
+#include <functional>
+#include <string_view>
+
 namespace zv::html {
 
 namespace {
@@ -24,25 +27,35 @@ bool matchesForNoahsArk(const HTMLElement& a, const HTMLElement& b) noexcept {
     return true;
 }
 
+// Independent of attribute order, as the comparison is.
+size_t signatureOf(const HTMLElement& element) noexcept {
+    std::hash<std::string_view> hash;
+    size_t attributes = element.attributes().size();
+    for (const auto& a : element.attributes())
+        attributes += (hash(a.name) * 31 + hash(a.value)) ^ size_t(a.ns);
+    return hash(element.localName()) ^ (attributes * 0x9E3779B97F4A7C15ull) ^ size_t(element.htmlNamespace());
+}
+
 }  // namespace
 
 void HTMLFormattingElementList::push(HTMLElement& element, size_t stackIndex) {
+    const size_t signature = signatureOf(element);
     size_t matches = 0;
     size_t earliest = npos;
     for (size_t i = entries_.size(); i-- > 0;) {
         const Entry& e = entries_[i];
         if (e.isMarker()) break;
-        if (matchesForNoahsArk(*e.element, element)) {
+        if (e.signature == signature && matchesForNoahsArk(*e.element, element)) {
             ++matches;
             earliest = i;
         }
     }
     if (matches >= 3) erase(earliest);
-    entries_.push_back(Entry{&element, stackIndex});
+    entries_.push_back(Entry{&element, stackIndex, signature});
 }
 
 void HTMLFormattingElementList::insert(size_t index, HTMLElement& element, size_t stackIndex) {
-    entries_.insert(entries_.begin() + ptrdiff_t(index), Entry{&element, stackIndex});
+    entries_.insert(entries_.begin() + ptrdiff_t(index), Entry{&element, stackIndex, signatureOf(element)});
 }
 
 void HTMLFormattingElementList::remove(const HTMLElement* element) noexcept {

@@ -19,6 +19,9 @@ public:
     struct Entry {
         HTMLElement* element = nullptr;  // null for a marker
         size_t stackIndex = HTMLElementStack::npos;
+        // A hash of name and attributes: Noah's Ark compares these first, so a
+        // long run of differing formatting elements costs integer compares.
+        size_t signature = 0;
         bool isMarker() const noexcept { return element == nullptr; }
     };
     static constexpr size_t npos = size_t(-1);
@@ -37,6 +40,11 @@ public:
     // entries after the last marker (the "Noah's Ark" clause).
     void push(HTMLElement& element, size_t stackIndex);
     void insert(size_t index, HTMLElement& element, size_t stackIndex);
+    // Puts a copy of entry `index`'s element (same name and attributes) in its place.
+    void replace(size_t index, HTMLElement& copy, size_t stackIndex) noexcept {
+        entries_[index].element = &copy;
+        entries_[index].stackIndex = stackIndex;
+    }
     void erase(size_t index) noexcept { entries_.erase(entries_.begin() + ptrdiff_t(index)); }
     void remove(const HTMLElement* element) noexcept;
     void clearToLastMarker() noexcept;

@@ -7,7 +7,7 @@
 namespace zv::html {
 
 HTMLParser::HTMLParser(std::string_view html, HTMLParserOptions options)
-    : tokenizer_(std::make_unique<HTMLTokenizer>(html)), options_(options) {}
+    : input_(html), tokenizer_(std::make_unique<HTMLTokenizer>(input_)), options_(options) {}
 
 HTMLParser::~HTMLParser() = default;
 
@@ -15,12 +15,11 @@ std::unique_ptr<HTMLParser> HTMLParser::parserForBytes(std::string_view bytes, s
                                                        std::string_view defaultEncoding, HTMLParserOptions options) {
     SniffedEncoding sniffed = sniffEncoding(bytes, transportEncoding, defaultEncoding);
     bytes.remove_prefix(std::min(sniffed.bomLength, bytes.size()));
-    std::unique_ptr<HTMLParser> parser;
-    // The tokenizer repairs malformed UTF-8 itself; decoding would only copy.
-    if (sniffed.encoding == "UTF-8")
-        parser = std::make_unique<HTMLParser>(bytes, options);
-    else
-        parser = std::make_unique<HTMLParser>(decodeToUTF8(bytes, sniffed.encoding), options);
+    // The tokenizer repairs malformed UTF-8 itself; decoding UTF-8 would only copy.
+    if (sniffed.encoding == "UTF-8") return std::make_unique<HTMLParser>(bytes, options);
+    auto parser = std::make_unique<HTMLParser>(std::string_view(), options);
+    parser->input_ = decodeToUTF8(bytes, sniffed.encoding);
+    parser->tokenizer_ = std::make_unique<HTMLTokenizer>(parser->input_);
     parser->encoding_ = std::move(sniffed.encoding);
     return parser;
 }

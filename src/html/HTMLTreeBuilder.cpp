@@ -57,6 +57,7 @@ Ref<HTMLElement> shallowCopy(const HTMLElement& element) {
     Ref<HTMLElement> copy = element.tag() != Tag::Unknown
                                 ? make<HTMLElement>(element.tag(), element.htmlNamespace())
                                 : make<HTMLElement>(element.localName(), element.htmlNamespace());
+    copy->reserveAttributes(element.attributes().size());
     for (const auto& attribute : element.attributes()) copy->appendAttribute(attribute);
     return copy;
 }
@@ -1833,7 +1834,7 @@ bool HTMLTreeBuilder::runAdoptionAgency(const HTMLTagToken& token) {
             }
             Ref<HTMLElement> replacement = shallowCopy(*node);
             stack_.replace(nodeIndex, *replacement);
-            formatting_[nodeFormattingIndex] = {replacement.get(), nodeIndex};
+            formatting_.replace(nodeFormattingIndex, *replacement, nodeIndex);
             if (lastNode.get() == furthestBlock) bookmark = nodeFormattingIndex + 1;
             replacement->appendNode(lastNode);
             lastNode = std::move(replacement);
@@ -1870,7 +1871,7 @@ void HTMLTreeBuilder::reconstructActiveFormattingElements() {
         HTMLElement& element = *copy;
         insertAt(location, std::move(copy));
         push(element);
-        formatting_[i] = {&element, stack_.size() - 1};
+        formatting_.replace(i, element, stack_.size() - 1);
     }
 }
 

@@ -54,6 +54,7 @@ public:
     const std::vector<HTMLParseError>& parseErrors() const noexcept { return errors_; }
 
 private:
+    std::string input_;  // the tokenizer reads it in place
     std::unique_ptr<HTMLTokenizer> tokenizer_;
     HTMLParserOptions options_;
     std::string encoding_ = "UTF-8";
