@@ -171,7 +171,7 @@ void HTMLTreeBuilder::stopParsing() {
 }
 
 void HTMLTreeBuilder::parseError(const char* code) {
-    if (errors_) errors_->push_back(HTMLParseError{code});
+    if (errors_) errors_->push_back(HTMLParseError{code, 0, 0});
 }
 
 void HTMLTreeBuilder::processToken(HTMLToken& token) {

@@ -51,6 +51,8 @@ public:
 
     // The name of the encoding the input was decoded from ("UTF-8" for text).
     const std::string& encoding() const noexcept { return encoding_; }
+    // In the order they arose. Tokenizer errors carry their position; tree
+    // construction errors have line and column 0, since tokens carry none.
     const std::vector<HTMLParseError>& parseErrors() const noexcept { return errors_; }
 
 private:
