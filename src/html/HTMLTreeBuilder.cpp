@@ -137,9 +137,18 @@ void HTMLTreeBuilder::buildFragment(const HTMLElement& context, HTMLDocumentFrag
 
 void HTMLTreeBuilder::run() {
     bool allowCDATA = false;
-    // Tokens belong to the tokenizer until the next call; the builder moves
-    // attribute strings and comment data out of them rather than copying.
-    while (auto* token = const_cast<HTMLToken*>(tokenizer_.nextToken())) {
+    for (;;) {
+        // Whether "<![CDATA[" opens a section depends on where the next token
+        // goes; a fragment in an SVG context starts out foreign.
+        bool foreign = !stack_.empty() && !adjustedCurrentNode().isHTML();
+        if (foreign != allowCDATA) {
+            allowCDATA = foreign;
+            tokenizer_.setAllowCDATA(foreign);
+        }
+        // Tokens belong to the tokenizer until the next call; the builder moves
+        // attribute strings and comment data out of them rather than copying.
+        auto* token = const_cast<HTMLToken*>(tokenizer_.nextToken());
+        if (!token) break;
         if (token->type == Type::ParseError) continue;
         if (skipNextNewline_) {
             skipNextNewline_ = false;
@@ -153,11 +162,6 @@ void HTMLTreeBuilder::run() {
         }
         processToken(*token);
         if (token->type == Type::EndOfFile) break;
-        bool foreign = !stack_.empty() && !adjustedCurrentNode().isHTML();
-        if (foreign != allowCDATA) {
-            allowCDATA = foreign;
-            tokenizer_.setAllowCDATA(foreign);
-        }
     }
     stopParsing();
 }

@@ -62,6 +62,11 @@ TEST(HTMLParserFragments, ForeignContextsKeepTheirNamespace) {
               "| <b>\n"
               "|   \"y\"\n");
 
+    // CDATA sections are open from the first token of a foreign fragment.
+    Ref<HTMLElement> path = HTMLElement::create("path", Namespace::SVG);
+    path->setInnerHTML("<![CDATA[a<b>]]>");
+    EXPECT_EQ(dumpTree(*path), "| \"a<b>\"\n");
+
     Ref<HTMLElement> mi = HTMLElement::create("mi", Namespace::MathML);
     mi->setInnerHTML("<mglyph/><i>x</i>");
     EXPECT_EQ(dumpTree(*mi), "| <math mglyph>\n| <i>\n|   \"x\"\n");
