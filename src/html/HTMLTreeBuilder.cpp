@@ -783,14 +783,9 @@ void HTMLTreeBuilder::inBodyStartTag(HTMLTagToken& token) {
         token.tagName = "img";
         return inBodyStartTag(token);
     case Tag::textarea:
-        insertElement(token);
         skipNextNewline_ = true;
-        tokenizer_.setState(HTMLTokenizerState::RCDATA);
-        tokenizer_.setLastStartTagName(token.tagName);
-        originalMode_ = mode_;
         framesetOK_ = false;
-        mode_ = InsertionMode::Text;
-        return;
+        return parseRawText(token, HTMLTokenizerState::RCDATA);
     case Tag::xmp:
         closePElementInButtonScope();
         reconstructActiveFormattingElements();
