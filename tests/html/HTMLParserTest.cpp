@@ -89,6 +89,18 @@ TEST(HTMLParserFragments, InnerHTMLReplacesChildrenAndFillsTemplateContents) {
     EXPECT_EQ(dumpTree(*tmpl->templateContent()), "| <col>\n");
 }
 
+TEST(HTMLParserFragments, FragmentsInheritTheContextDocumentsQuirksMode) {
+    Ref<HTMLDocument> quirks;
+    Ref<HTMLElement> inQuirks = elementInBody(quirks, "<div></div>", "div");
+    inQuirks->setInnerHTML("<p><table></table>");
+    EXPECT_EQ(serializeChildren(*inQuirks), "<p><table></table></p>");
+
+    Ref<HTMLDocument> standard;
+    Ref<HTMLElement> inStandard = elementInBody(standard, "<!DOCTYPE html><div></div>", "div");
+    inStandard->setInnerHTML("<p><table></table>");
+    EXPECT_EQ(serializeChildren(*inStandard), "<p></p><table></table>");
+}
+
 TEST(HTMLParserFragments, AFormAroundTheContextSuppressesNestedForms) {
     Ref<HTMLDocument> document;
     Ref<HTMLElement> form = elementInBody(document, "<form><div></div></form>", "form");
@@ -119,6 +131,52 @@ TEST(HTMLParserDocuments, DocumentWithStringBuildsHeadBodyAndTitle) {
     // Empty input still has the three implied elements.
     Ref<HTMLDocument> empty = HTMLDocument::documentWithString("");
     EXPECT_EQ(dumpTree(*empty), "| <html>\n|   <head>\n|   <body>\n");
+}
+
+TEST(HTMLParserDocuments, DoctypeDecidesTheQuirksMode) {
+    struct Case {
+        const char* doctype;
+        HTMLQuirksMode mode;
+    };
+    const Case cases[] = {
+        {"<!DOCTYPE html>", HTMLQuirksMode::NoQuirks},
+        {"<!doctype HTML system 'about:legacy-compat'>", HTMLQuirksMode::NoQuirks},
+        {"<!DOCTYPE>", HTMLQuirksMode::Quirks},  // no name: force-quirks
+        {"<!DOCTYPE svg>", HTMLQuirksMode::Quirks},
+        {"<!DOCTYPE html PUBLIC '-//W3C//DTD HTML 4.01//EN' 'http://www.w3.org/TR/html4/strict.dtd'>",
+         HTMLQuirksMode::NoQuirks},
+        {"<!DOCTYPE html PUBLIC '-//W3C//DTD HTML 4.01 Transitional//EN'>", HTMLQuirksMode::Quirks},
+        {"<!DOCTYPE html PUBLIC '-//W3C//DTD HTML 4.01 Transitional//EN' 'http://www.w3.org/TR/html4/loose.dtd'>",
+         HTMLQuirksMode::LimitedQuirks},
+        {"<!DOCTYPE html PUBLIC '-//w3c//dtd html 4.0 transitional//en'>", HTMLQuirksMode::Quirks},
+        {"<!DOCTYPE html PUBLIC '-//W3O//DTD W3 HTML Strict 3.0//EN//'>", HTMLQuirksMode::Quirks},
+        {"<!DOCTYPE html PUBLIC '-//W3O//DTD W3 HTML Strict 3.0//EN//x'>", HTMLQuirksMode::NoQuirks},
+        {"<!DOCTYPE html PUBLIC '-//SoftQuad Software//DTD HoTMetaL PRO 6.0::19990601::extensions to HTML "
+         "4.0//EN'>",
+         HTMLQuirksMode::Quirks},
+        {"<!DOCTYPE html SYSTEM 'http://www.ibm.com/data/dtd/v11/ibmxhtml1-transitional.dtd'>",
+         HTMLQuirksMode::Quirks},
+        {"<!DOCTYPE html PUBLIC '-//W3C//DTD XHTML 1.0 Frameset//EN' 'x'>", HTMLQuirksMode::LimitedQuirks},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(HTMLDocument::documentWithString(c.doctype)->quirksMode(), c.mode) << c.doctype;
+
+    // The one tree difference: in quirks mode a <table> does not close a <p>.
+    EXPECT_EQ(serializeChildren(*HTMLDocument::documentWithString("<p><table></table>")->body()),
+              "<p><table></table></p>");
+    EXPECT_EQ(serializeChildren(*HTMLDocument::documentWithString("<!DOCTYPE html><p><table></table>")->body()),
+              "<p></p><table></table>");
+}
+
+TEST(HTMLParserDocuments, NoahsArkKeepsThreeIdenticalFormattingElements) {
+    // Attribute order does not make entries different, so the earliest of the
+    // four identical <b>s is not reopened after the </p>; the x=9 one is.
+    Ref<HTMLDocument> document =
+        HTMLDocument::documentWithString("<!DOCTYPE html><p><b x=1 y=2><b y=2 x=1><b x=1 y=2><b y=2 x=1><b x=9></p>z");
+    EXPECT_EQ(serializeChildren(*document->body()),
+              "<p><b x=\"1\" y=\"2\"><b y=\"2\" x=\"1\"><b x=\"1\" y=\"2\"><b y=\"2\" x=\"1\"><b x=\"9\">"
+              "</b></b></b></b></b></p>"
+              "<b y=\"2\" x=\"1\"><b x=\"1\" y=\"2\"><b y=\"2\" x=\"1\"><b x=\"9\">z</b></b></b></b>");
 }
 
 TEST(HTMLParserDocuments, EachParserParsesOnce) {
@@ -153,6 +211,15 @@ TEST(HTMLParserBytes, EncodingComesFromTheBOMTheMetaOrTheDefault) {
     EXPECT_EQ(serializeChildren(*fallback->parseDocument()->body()), "<p>\xC3\xA9\xE2\x82\xAC</p>");
     auto utf8 = HTMLParser::parserForBytes("<p>\xE9", {}, "UTF-8");
     EXPECT_EQ(serializeChildren(*utf8->parseDocument()->body()), "<p>\xEF\xBF\xBD</p>");
+}
+
+TEST(HTMLParserBytes, TransportEncodingRanksBetweenTheBOMAndTheMeta) {
+    auto transport = HTMLParser::parserForBytes("<meta charset=utf-8><p>\xB1", "iso-8859-2");
+    EXPECT_EQ(transport->encoding(), "ISO-8859-2");
+    EXPECT_EQ(serializeChildren(*transport->parseDocument()->body()), "<p>\xC4\x85</p>");
+    auto bom = HTMLParser::parserForBytes("\xEF\xBB\xBF<p>\xC4\x85", "iso-8859-2");
+    EXPECT_EQ(bom->encoding(), "UTF-8");
+    EXPECT_EQ(serializeChildren(*bom->parseDocument()->body()), "<p>\xC4\x85</p>");
 }
 
 TEST(HTMLParserBytes, TheParserKeepsItsOwnCopyOfTheInput) {
