@@ -86,10 +86,10 @@ std::vector<TreeCase> parseDatFile(const fs::path& path) {
     return cases;
 }
 
-Ref<HTMLElement> contextElement(const std::string& spec) {
-    if (spec.starts_with("svg ")) return HTMLElement::create(spec.substr(4), Namespace::SVG);
-    if (spec.starts_with("math ")) return HTMLElement::create(spec.substr(5), Namespace::MathML);
-    return HTMLElement::create(spec);
+Ref<HTMLElement> contextElement(const std::string& name) {
+    if (name.starts_with("svg ")) return HTMLElement::create(name.substr(4), Namespace::SVG);
+    if (name.starts_with("math ")) return HTMLElement::create(name.substr(5), Namespace::MathML);
+    return HTMLElement::create(name);
 }
 
 std::string parseAndDump(const TreeCase& c, bool scripting) {

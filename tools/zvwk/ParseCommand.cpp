@@ -11,11 +11,11 @@ namespace zvwk {
 namespace {
 
 // "td", "svg path", "math mi": the form html5lib's #document-fragment uses.
-zv::html::Ref<zv::html::HTMLElement> contextElement(const std::string& spec) {
+zv::html::Ref<zv::html::HTMLElement> contextElement(const std::string& name) {
     using zv::html::Namespace;
-    if (spec.starts_with("svg ")) return zv::html::HTMLElement::create(spec.substr(4), Namespace::SVG);
-    if (spec.starts_with("math ")) return zv::html::HTMLElement::create(spec.substr(5), Namespace::MathML);
-    return zv::html::HTMLElement::create(spec);
+    if (name.starts_with("svg ")) return zv::html::HTMLElement::create(name.substr(4), Namespace::SVG);
+    if (name.starts_with("math ")) return zv::html::HTMLElement::create(name.substr(5), Namespace::MathML);
+    return zv::html::HTMLElement::create(name);
 }
 
 }  // namespace
