@@ -1835,7 +1835,7 @@ bool HTMLTreeBuilder::runAdoptionAgency(const HTMLTagToken& token) {
             stack_.replace(nodeIndex, *replacement);
             formatting_.replace(nodeFormattingIndex, *replacement, nodeIndex);
             if (lastNode.get() == furthestBlock) bookmark = nodeFormattingIndex + 1;
-            replacement->appendNode(lastNode);
+            replacement->insertParsedNode(lastNode, nullptr);
             lastNode = std::move(replacement);
         }
 
@@ -1843,7 +1843,7 @@ bool HTMLTreeBuilder::runAdoptionAgency(const HTMLTagToken& token) {
 
         Ref<HTMLElement> newElement = shallowCopy(*formattingElement);
         furthestBlock->reparentChildNodesIntoNode(newElement.get());
-        furthestBlock->appendNode(newElement);
+        furthestBlock->insertParsedNode(newElement, nullptr);
 
         removeFromStack(stack_.indexOf(formattingElement));
         insertIntoStack(stack_.indexOf(furthestBlock) + 1, *newElement);
@@ -2081,10 +2081,7 @@ HTMLTreeBuilder::InsertionLocation HTMLTreeBuilder::fosterParentLocation() const
 }
 
 void HTMLTreeBuilder::insertAt(const InsertionLocation& location, Ref<HTMLNode> node) {
-    if (location.before)
-        location.parent->insertNode(std::move(node), location.before);
-    else
-        location.parent->appendNode(std::move(node));
+    location.parent->insertParsedNode(std::move(node), location.before);
 }
 
 Ref<HTMLElement> HTMLTreeBuilder::createElement(HTMLTagToken& token, Namespace ns) {
