@@ -13,6 +13,7 @@ using Args = std::vector<std::string>;
 int runParse(const Args& args);
 int runTokenize(const Args& args);
 int runSerialize(const Args& args);
+int runSelect(const Args& args);
 
 // The bytes of FILE, or of standard input for "-". On failure, reports
 // "zvwk: FILE: reason" on standard error and returns nothing.

@@ -47,6 +47,8 @@ const Command kCommands[] = {
     {"tokenize", runTokenize,
      "tokenize [--state STATE] [--last-start-tag NAME] FILE|-   print the tokens as JSON"},
     {"serialize", runSerialize, "serialize FILE|-   print the document's serialization"},
+    {"select", runSelect,
+     "select [--json] SELECTOR FILE|-   print the elements the CSS selector matches, one per line"},
 };
 
 int usage(std::ostream& out, int status) {

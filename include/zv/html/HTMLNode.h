@@ -17,6 +17,7 @@ namespace zv::html {
 
 class HTMLElement;
 class HTMLDocument;
+class CSSSelector;
 
 enum class HTMLNodeType : uint8_t {
     Element = 1,
@@ -87,6 +88,14 @@ public:
     // The HTML serialization of the node and of its children.
     std::string outerHTML() const;
     std::string innerHTML() const;
+
+    // Selector queries (see CSSSelector.h). They look at the descendants of
+    // this node, not the node itself, in document order; a selector that does
+    // not parse finds nothing. Template contents are not descendants.
+    HTMLElement* querySelector(std::string_view selector) const;
+    std::vector<HTMLElement*> querySelectorAll(std::string_view selector) const;
+    HTMLElement* firstElementMatchingSelector(const CSSSelector& selector) const;
+    std::vector<HTMLElement*> elementsMatchingSelector(const CSSSelector& selector) const;
 
     // Type tests and checked casts.
     template <class T>

@@ -1,0 +1,32 @@
+// Matching compiled selectors against elements, right to left.
+//
+// The walk over ancestors and siblings reports how far a failure reaches
+// (this element, all its siblings, all its ancestors), so a descendant
+// combinator that cannot match anywhere above stops at once instead of
+// retrying every ancestor: `a b c d` costs the depth, not its power. Nothing
+// here allocates.
+#pragma once
+
+#include "CompiledSelector.h"
+
+#include <zv/html/HTMLElement.h>
+
+namespace zv::html {
+
+struct SelectorMatchContext {
+    // Ids and classes are ASCII case-insensitive in quirks-mode documents.
+    bool quirks = false;
+    // What :scope matches; null means the root element, as for a whole document.
+    const HTMLElement* scope = nullptr;
+    // The element a :has() argument is relative to while it is matched.
+    const HTMLElement* anchor = nullptr;
+};
+
+// The context for matching the elements under `root`: its document's quirks
+// mode (no-quirks when it has none), and `root` as :scope when an element.
+SelectorMatchContext selectorMatchContextFor(const HTMLNode& root);
+
+bool matchesSelectorList(const CompiledSelectorList& list, const HTMLElement& element,
+                         const SelectorMatchContext& context);
+
+}  // namespace zv::html
