@@ -130,8 +130,18 @@ public:
 
     bool matchesList(const CompiledSelectorList& list, const HTMLElement& e) const {
         for (const ComplexSelector& complex : list.selectors)
-            if (!complex.neverMatches && matchComplex(complex, 0, e) == MatchResult::Matches) return true;
+            if (matchesComplex(complex, e)) return true;
         return false;
+    }
+
+    bool matchesComplex(const ComplexSelector& complex, const HTMLElement& e) const {
+        return !complex.neverMatches && matchComplex(complex, 0, e) == MatchResult::Matches;
+    }
+
+    bool matchesCompound(const CompoundSelector& compound, const HTMLElement& e) const {
+        for (const SimpleSelector& s : compound.simples)
+            if (!matchesSimple(s, e)) return false;
+        return true;
     }
 
 private:
@@ -167,12 +177,6 @@ private:
             return MatchResult::FailsAllSiblings;
         }
         return MatchResult::FailsCompletely;
-    }
-
-    bool matchesCompound(const CompoundSelector& compound, const HTMLElement& e) const {
-        for (const SimpleSelector& s : compound.simples)
-            if (!matchesSimple(s, e)) return false;
-        return true;
     }
 
     bool matchesSimple(const SimpleSelector& s, const HTMLElement& e) const {
@@ -303,6 +307,16 @@ SelectorMatchContext selectorMatchContextFor(const HTMLNode& root) {
 bool matchesSelectorList(const CompiledSelectorList& list, const HTMLElement& element,
                          const SelectorMatchContext& context) {
     return Matcher(context).matchesList(list, element);
+}
+
+bool matchesComplexSelector(const ComplexSelector& complex, const HTMLElement& element,
+                            const SelectorMatchContext& context) {
+    return Matcher(context).matchesComplex(complex, element);
+}
+
+bool matchesCompoundSelector(const CompoundSelector& compound, const HTMLElement& element,
+                             const SelectorMatchContext& context) {
+    return Matcher(context).matchesCompound(compound, element);
 }
 
 }  // namespace zv::html

@@ -28,5 +28,10 @@ SelectorMatchContext selectorMatchContextFor(const HTMLNode& root);
 
 bool matchesSelectorList(const CompiledSelectorList& list, const HTMLElement& element,
                          const SelectorMatchContext& context);
+bool matchesComplexSelector(const ComplexSelector& complex, const HTMLElement& element,
+                            const SelectorMatchContext& context);
+// The element alone, whatever its neighbours.
+bool matchesCompoundSelector(const CompoundSelector& compound, const HTMLElement& element,
+                             const SelectorMatchContext& context);
 
 }  // namespace zv::html
