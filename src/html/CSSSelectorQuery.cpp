@@ -6,37 +6,27 @@ namespace zv::html {
 
 namespace {
 
-// Up to 64 compounds fit the masks; longer chains are matched right to left.
-bool isAncestorChain(const ComplexSelector& complex) {
-    if (complex.neverMatches || complex.compounds.size() > 64) return false;
-    for (size_t k = 0; k + 1 < complex.compounds.size(); ++k) {
-        Combinator c = complex.compounds[k].toLeft;
-        if (c != Combinator::Descendant && c != Combinator::Child) return false;
-    }
-    return true;
-}
-
 class SubtreeQuery {
 public:
     SubtreeQuery(const CompiledSelectorList& list, const HTMLNode& root)
-        : context_(selectorMatchContextFor(root)) {
+        : list_(list), context_(selectorMatchContextFor(root)), width_(2 * list.selectors.size()) {
         for (const ComplexSelector& complex : list.selectors) {
-            if (complex.neverMatches) continue;
-            (isAncestorChain(complex) ? chains_ : others_).push_back(&complex);
+            hasChains_ = hasChains_ || complex.ancestorChain;
+            hasOthers_ = hasOthers_ || (!complex.ancestorChain && !complex.neverMatches);
         }
         // Level 0 stands for the nothing above the topmost ancestor.
-        levels_.assign(2 * chains_.size(), 0);
+        if (hasChains_) levels_.assign(width_ * 16, 0);
     }
 
     void run(const HTMLNode& root, const std::function<bool(HTMLElement&)>& found) {
-        if (chains_.empty() && others_.empty()) return;
+        if (!hasChains_ && !hasOthers_) return;
         enterAncestorsOf(root);
         const HTMLNode* n = root.firstChild();
         while (n) {
             if (n->isElement()) {
                 auto& element = *const_cast<HTMLElement*>(static_cast<const HTMLElement*>(n));
-                size_t level = pushLevel(element);
-                if (matchesTop(element, level) && !found(element)) return;
+                pushLevel(element);
+                if (matchesTop(element) && !found(element)) return;
                 if (n->firstChild()) {
                     n = n->firstChild();
                     continue;
@@ -53,28 +43,25 @@ public:
     }
 
 private:
-    size_t chainCount() const { return chains_.size(); }
-
-    // The element's masks go on top: for each chain its own mask, then the
-    // union of the masks of everything above it and its own.
-    size_t pushLevel(const HTMLElement& element) {
-        size_t n = chainCount();
-        if (n == 0) return 0;
-        size_t parent = levels_.size() - 2 * n;
-        levels_.resize(levels_.size() + 2 * n);
-        size_t mine = parent + 2 * n;
-        for (size_t j = 0; j < n; ++j) {
-            uint64_t parentSelf = levels_[parent + 2 * j];
+    // The element's masks go on top: for each chain of the list its own mask,
+    // then the union of the masks of everything above it and its own.
+    void pushLevel(const HTMLElement& element) {
+        if (!hasChains_) return;
+        size_t parent = top_;
+        top_ += width_;
+        if (top_ + width_ > levels_.size()) levels_.resize(2 * levels_.size());
+        for (size_t j = 0; j < list_.selectors.size(); ++j) {
+            const ComplexSelector& complex = list_.selectors[j];
+            if (!complex.ancestorChain) continue;
             uint64_t above = levels_[parent + 2 * j + 1];
-            uint64_t self = chainMask(*chains_[j], element, parentSelf, above);
-            levels_[mine + 2 * j] = self;
-            levels_[mine + 2 * j + 1] = above | self;
+            uint64_t self = chainMask(complex, element, levels_[parent + 2 * j], above);
+            levels_[top_ + 2 * j] = self;
+            levels_[top_ + 2 * j + 1] = above | self;
         }
-        return mine;
     }
 
     void popLevel() {
-        if (size_t n = chainCount()) levels_.resize(levels_.size() - 2 * n);
+        if (hasChains_) top_ -= width_;
     }
 
     // Bit k: compounds k..last match with `element` as compound k.
@@ -94,28 +81,33 @@ private:
         return self;
     }
 
-    bool matchesTop(const HTMLElement& element, size_t level) const {
-        for (size_t j = 0; j < chainCount(); ++j)
-            if (levels_[level + 2 * j] & 1) return true;
-        for (const ComplexSelector* complex : others_)
-            if (matchesComplexSelector(*complex, element, context_)) return true;
+    bool matchesTop(const HTMLElement& element) const {
+        for (size_t j = 0; j < list_.selectors.size(); ++j) {
+            const ComplexSelector& complex = list_.selectors[j];
+            bool matches = complex.ancestorChain ? levels_[top_ + 2 * j] & 1
+                                                 : matchesComplexSelector(complex, element, context_);
+            if (matches) return true;
+        }
         return false;
     }
 
     // The masks of `root` and of its ancestors, topmost first, since the
     // selector may reach above where the query starts.
     void enterAncestorsOf(const HTMLNode& root) {
-        if (chains_.empty()) return;
+        if (!hasChains_ || !root.isElement()) return;
         std::vector<const HTMLElement*> path;
         for (const HTMLNode* n = &root; n && n->isElement(); n = n->parentNode())
             path.push_back(static_cast<const HTMLElement*>(n));
         for (size_t i = path.size(); i-- > 0;) pushLevel(*path[i]);
     }
 
+    const CompiledSelectorList& list_;
     SelectorMatchContext context_;
-    std::vector<const ComplexSelector*> chains_;
-    std::vector<const ComplexSelector*> others_;
-    std::vector<uint64_t> levels_;  // 2 masks per chain per element on the current path
+    size_t width_;  // two masks per complex selector of the list
+    bool hasChains_ = false;
+    bool hasOthers_ = false;
+    std::vector<uint64_t> levels_;  // the masks of each element on the current path
+    size_t top_ = 0;                // where the current element's masks start
 };
 
 }  // namespace
