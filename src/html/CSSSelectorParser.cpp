@@ -500,9 +500,9 @@ private:
         if (pos == end) return s;
         // `of S` is only for the child-counting forms.
         bool takesOf = kind == Kind::NthChild || kind == Kind::NthLastChild;
-        if (!takesOf || !isType(pos, end, CSSTokenType::Ident) || toASCIILower(t_[pos].value) != "of") return std::nullopt;
+        if (!takesOf || !isType(pos, end, CSSTokenType::Ident) || toASCIILower(t_[pos].value) != "of")
+            return std::nullopt;
         ++pos;
-        if (!isWhitespace(pos, end)) return std::nullopt;
         s.list = parseList(pos, end, inner, false);
         if (!s.list) return std::nullopt;
         return s;
