@@ -13,7 +13,7 @@ std::shared_ptr<const CompiledSelectorList> singleSimple(SimpleSelector simple) 
     compound.simples.push_back(std::move(simple));
     ComplexSelector complex;
     complex.compounds.push_back(std::move(compound));
-    complex.ancestorChain = true;
+    complex.topDown = true;
     auto list = std::make_shared<CompiledSelectorList>();
     list->selectors.push_back(std::move(complex));
     return list;

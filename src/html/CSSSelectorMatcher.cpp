@@ -237,11 +237,26 @@ private:
     // element itself must match S.
     bool matchesNthChild(const SimpleSelector& s, const HTMLElement& e, bool fromEnd) const {
         if (s.list && !matchesList(*s.list, e)) return false;
+        const ChildPosition* known = context_.position;
+        if (!s.list && known && known->element == &e) {
+            if (!fromEnd) return s.nth.matches(known->index);
+            if (*known->siblingCount < 0) *known->siblingCount = countElementSiblings(e);
+            return s.nth.matches(*known->siblingCount - known->index + 1);
+        }
         int64_t position = 1;
         auto step = fromEnd ? nextElementSibling : previousElementSibling;
         for (const HTMLElement* sibling = step(e); sibling; sibling = step(*sibling))
             if (!s.list || matchesList(*s.list, *sibling)) ++position;
         return s.nth.matches(position);
+    }
+
+    // `e` and its element siblings.
+    static int64_t countElementSiblings(const HTMLElement& e) {
+        const HTMLNode* parent = e.parentNode();
+        if (!parent) return 1;
+        int64_t count = 0;
+        for (const HTMLNode* n = parent->firstChild(); n; n = n->nextSibling()) count += n->isElement();
+        return count;
     }
 
     bool matchesHas(const CompiledSelectorList& list, const HTMLElement& e) const {

@@ -13,6 +13,14 @@
 
 namespace zv::html {
 
+// Where an element stands among its element siblings, as a walk over all of
+// them knows it: :nth-child() and :nth-last-child() then need not count.
+struct ChildPosition {
+    const HTMLElement* element = nullptr;
+    int64_t index = 0;              // from 1
+    int64_t* siblingCount = nullptr;  // all of them, -1 until someone counts
+};
+
 struct SelectorMatchContext {
     // Ids and classes are ASCII case-insensitive in quirks-mode documents.
     bool quirks = false;
@@ -20,6 +28,7 @@ struct SelectorMatchContext {
     const HTMLElement* scope = nullptr;
     // The element a :has() argument is relative to while it is matched.
     const HTMLElement* anchor = nullptr;
+    const ChildPosition* position = nullptr;
 };
 
 // The context for matching the elements under `root`: its document's quirks

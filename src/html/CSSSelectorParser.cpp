@@ -246,10 +246,7 @@ private:
 
         ComplexSelector complex;
         complex.neverMatches = sawPseudoElement;
-        complex.ancestorChain = !sawPseudoElement && leftToRight.size() <= 64 &&
-                                std::all_of(combinators.begin(), combinators.end(), [](Combinator c) {
-                                    return c == Combinator::Descendant || c == Combinator::Child;
-                                });
+        complex.topDown = !sawPseudoElement && leftToRight.size() <= 64;
         size_t count = leftToRight.size();
         for (size_t i = count; i-- > 0;) {
             leftToRight[i].toLeft = i > 0 ? combinators[i - 1] : leading;

@@ -6,108 +6,144 @@ namespace zv::html {
 
 namespace {
 
+// The masks of one complex selector at one element of the current path.
+struct Masks {
+    uint64_t self = 0;      // the element's own
+    uint64_t above = 0;     // the union of its own and its ancestors'
+    uint64_t lastChild = 0;  // the element child the walk visited last
+    uint64_t children = 0;   // the union over the element children visited so far
+};
+
+struct LevelInfo {
+    int64_t childrenSeen = 0;
+    int64_t childCount = -1;  // element children, counted when first needed
+};
+
 class SubtreeQuery {
 public:
     SubtreeQuery(const CompiledSelectorList& list, const HTMLNode& root)
-        : list_(list), context_(selectorMatchContextFor(root)), width_(2 * list.selectors.size()) {
-        for (const ComplexSelector& complex : list.selectors) {
-            hasChains_ = hasChains_ || complex.ancestorChain;
-            hasOthers_ = hasOthers_ || (!complex.ancestorChain && !complex.neverMatches);
-        }
-        // Level 0 stands for the nothing above the topmost ancestor.
-        if (hasChains_) levels_.assign(width_ * 16, 0);
+        : list_(list), context_(selectorMatchContextFor(root)), width_(list.selectors.size()) {
+        for (const ComplexSelector& complex : list.selectors) matchesAnything_ |= !complex.neverMatches;
+        context_.position = &position_;
+        // Level 0 is what holds the topmost element: a document, a fragment or nothing.
+        masks_.resize(width_ * 16);
+        levels_.resize(16);
     }
 
     void run(const HTMLNode& root, const std::function<bool(HTMLElement&)>& found) {
-        if (!hasChains_ && !hasOthers_) return;
+        if (!matchesAnything_) return;
         enterAncestorsOf(root);
         const HTMLNode* n = root.firstChild();
         while (n) {
             if (n->isElement()) {
                 auto& element = *const_cast<HTMLElement*>(static_cast<const HTMLElement*>(n));
-                pushLevel(element);
-                if (matchesTop(element) && !found(element)) return;
+                enter(element);
+                if (matchesCurrent(element) && !found(element)) return;
                 if (n->firstChild()) {
                     n = n->firstChild();
                     continue;
                 }
-                popLevel();
+                --depth_;
             }
             while (!n->nextSibling()) {
                 n = n->parentNode();
                 if (!n || n == &root) return;
-                popLevel();
+                --depth_;
             }
             n = n->nextSibling();
         }
     }
 
 private:
-    // The element's masks go on top: for each chain of the list its own mask,
-    // then the union of the masks of everything above it and its own.
-    void pushLevel(const HTMLElement& element) {
-        if (!hasChains_) return;
-        size_t parent = top_;
-        top_ += width_;
-        if (top_ + width_ > levels_.size()) levels_.resize(2 * levels_.size());
-        for (size_t j = 0; j < list_.selectors.size(); ++j) {
+    Masks& masks(size_t level, size_t j) { return masks_[level * width_ + j]; }
+
+    // Computes the element's masks from its parent's level and its earlier
+    // siblings', records it as the parent's latest child, and makes it the
+    // top of the path.
+    void enter(const HTMLElement& element) {
+        size_t parent = depth_;
+        size_t mine = ++depth_;
+        if (mine >= levels_.size()) {
+            levels_.resize(2 * levels_.size());
+            masks_.resize(width_ * levels_.size());
+        }
+        LevelInfo& parentInfo = levels_[parent];
+        position_ = {&element, ++parentInfo.childrenSeen, &parentInfo.childCount};
+        levels_[mine] = LevelInfo{};
+        for (size_t j = 0; j < width_; ++j) {
             const ComplexSelector& complex = list_.selectors[j];
-            if (!complex.ancestorChain) continue;
-            uint64_t above = levels_[parent + 2 * j + 1];
-            uint64_t self = chainMask(complex, element, levels_[parent + 2 * j], above);
-            levels_[top_ + 2 * j] = self;
-            levels_[top_ + 2 * j + 1] = above | self;
+            if (!complex.topDown) continue;
+            Masks& p = masks(parent, j);
+            uint64_t self = compoundsMatching(complex, element, p);
+            p.lastChild = self;
+            p.children |= self;
+            masks(mine, j) = Masks{self, p.above | self, 0, 0};
         }
     }
 
-    void popLevel() {
-        if (hasChains_) top_ -= width_;
-    }
-
     // Bit k: compounds k..last match with `element` as compound k.
-    // `parentSelf` is the parent's mask, `above` the union over all ancestors.
-    uint64_t chainMask(const ComplexSelector& complex, const HTMLElement& element, uint64_t parentSelf,
-                       uint64_t above) const {
+    uint64_t compoundsMatching(const ComplexSelector& complex, const HTMLElement& element, const Masks& parent) const {
         size_t last = complex.compounds.size() - 1;
         uint64_t self = 0;
         for (size_t k = 0; k <= last; ++k) {
             const CompoundSelector& compound = complex.compounds[k];
-            if (k < last) {
-                uint64_t needed = compound.toLeft == Combinator::Child ? parentSelf : above;
-                if (!(needed >> (k + 1) & 1)) continue;
-            }
+            if (k < last && !(leftSide(compound.toLeft, parent) >> (k + 1) & 1)) continue;
             if (matchesCompoundSelector(compound, element, context_)) self |= uint64_t(1) << k;
         }
         return self;
     }
 
-    bool matchesTop(const HTMLElement& element) const {
-        for (size_t j = 0; j < list_.selectors.size(); ++j) {
+    // The mask that says what the compounds left of `combinator` matched.
+    static uint64_t leftSide(Combinator combinator, const Masks& parent) {
+        switch (combinator) {
+        case Combinator::Child: return parent.self;
+        case Combinator::Descendant: return parent.above;
+        case Combinator::NextSibling: return parent.lastChild;
+        case Combinator::SubsequentSibling: return parent.children;
+        }
+        return 0;
+    }
+
+    // The element last entered.
+    bool matchesCurrent(const HTMLElement& element) {
+        for (size_t j = 0; j < width_; ++j) {
             const ComplexSelector& complex = list_.selectors[j];
-            bool matches = complex.ancestorChain ? levels_[top_ + 2 * j] & 1
-                                                 : matchesComplexSelector(complex, element, context_);
+            bool matches = complex.topDown ? masks(depth_, j).self & 1
+                                           : matchesComplexSelector(complex, element, context_);
             if (matches) return true;
         }
         return false;
     }
 
-    // The masks of `root` and of its ancestors, topmost first, since the
-    // selector may reach above where the query starts.
+    // Brings `root` and its ancestors onto the path, each after its earlier
+    // siblings, since the selector may reach above and beside where the
+    // query starts.
     void enterAncestorsOf(const HTMLNode& root) {
-        if (!hasChains_ || !root.isElement()) return;
+        if (!root.isElement()) return;
         std::vector<const HTMLElement*> path;
         for (const HTMLNode* n = &root; n && n->isElement(); n = n->parentNode())
             path.push_back(static_cast<const HTMLElement*>(n));
-        for (size_t i = path.size(); i-- > 0;) pushLevel(*path[i]);
+        for (size_t i = path.size(); i-- > 0;) {
+            const HTMLElement& ancestor = *path[i];
+            if (const HTMLNode* parent = ancestor.parentNode()) {
+                for (const HTMLNode* s = parent->firstChild(); s != &ancestor; s = s->nextSibling()) {
+                    if (!s->isElement()) continue;
+                    enter(*static_cast<const HTMLElement*>(s));
+                    --depth_;
+                }
+            }
+            enter(ancestor);
+        }
     }
 
     const CompiledSelectorList& list_;
     SelectorMatchContext context_;
-    size_t width_;  // two masks per complex selector of the list
-    bool hasChains_ = false;
-    bool hasOthers_ = false;
-    std::vector<uint64_t> levels_;  // the masks of each element on the current path
-    size_t top_ = 0;                // where the current element's masks start
+    ChildPosition position_;
+    size_t width_;  // complex selectors in the list
+    bool matchesAnything_ = false;
+    std::vector<Masks> masks_;        // width_ per level
+    std::vector<LevelInfo> levels_;  // one per element on the current path, after level 0
+    size_t depth_ = 0;
 };
 
 }  // namespace

@@ -1,14 +1,22 @@
 // One selector list matched against every element of a subtree.
 //
 // Matching each element right to left costs, for a descendant combinator
-// whose left side fails (`.missing div`), a walk up to the root: quadratic on
-// a document nested 100,000 deep. The walk here carries state down instead.
-// For each complex selector made only of descendant and child combinators,
-// every element on the current path keeps a bit mask: bit k set when the
-// compounds from k leftwards match with the element standing for compound k.
-// An element's mask follows from its parent's, so each element costs one
-// compound test per compound whose left side has already matched above it.
-// Selectors with sibling combinators are matched right to left as usual.
+// whose left side fails (`.missing div`), a walk up to the root, and for `~`
+// a walk over all earlier siblings: quadratic on a document nested 100,000
+// deep or a table of 100,000 rows. The walk here carries state forward
+// instead. For each complex selector, every element keeps a bit mask: bit k
+// set when the compounds from k leftwards match with the element standing
+// for compound k. An element's mask follows from four masks already known
+// when the walk reaches it, one per combinator: its parent's, the union over
+// its ancestors, its previous sibling's, and the union over its previous
+// siblings. Each element so costs one compound test per compound whose left
+// side has matched. The walk also knows each element's position among its
+// siblings, for :nth-child() and :nth-last-child().
+//
+// What stays proportional to the neighbourhood is what lies inside a compound:
+// :has() scans its candidates, :nth-child(… of S) and the -of-type
+// pseudo-classes count siblings, and :is()/:not() of complex selectors match
+// right to left.
 #pragma once
 
 #include "CSSSelectorMatcher.h"

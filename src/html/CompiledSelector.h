@@ -126,9 +126,9 @@ struct ComplexSelector {
     std::vector<CompoundSelector> compounds;  // right to left
     // Has a pseudo-element: valid, but no element is ever its subject.
     bool neverMatches = false;
-    // Can match, has at most 64 compounds, and only descendant and child
-    // combinators: queries match it top down (see CSSSelectorQuery.h).
-    bool ancestorChain = false;
+    // Can match and has at most 64 compounds: queries match it top down
+    // (see CSSSelectorQuery.h).
+    bool topDown = false;
     // For a :has() argument, whose leftmost compound is the HasAnchor.
     RelativeScope relativeScope = RelativeScope::Descendants;
 };

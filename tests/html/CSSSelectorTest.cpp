@@ -217,6 +217,21 @@ TEST(CSSSelector, ElementQueriesSearchBelowTheReceiverButMatchAboveIt) {
     EXPECT_EQ(doc->querySelector(":scope > body"), doc->body());
 }
 
+TEST(CSSSelector, ElementQueriesSeeTheSiblingsOfTheReceiverAndItsAncestors) {
+    Ref<HTMLDocument> doc = HTMLDocument::documentWithString(
+        "<!DOCTYPE html><h1 id=h>t</h1><div id=d><p id=a>1</p><p id=b>2</p><section id=s><p id=c>3</p></section>"
+        "</div>");
+    HTMLElement* section = doc->querySelector("#s");
+    HTMLElement* d = doc->querySelector("#d");
+    ASSERT_TRUE(section && d);
+    EXPECT_EQ(ids(section->querySelectorAll("#b + section > p")), "c");
+    EXPECT_EQ(ids(section->querySelectorAll("p ~ * p")), "c");
+    EXPECT_EQ(ids(section->querySelectorAll("h1 + div p:only-child")), "c");
+    EXPECT_EQ(ids(section->querySelectorAll(":nth-child(3) > :nth-last-child(1)")), "c");
+    EXPECT_EQ(ids(section->querySelectorAll("#a + section p")), "");
+    EXPECT_EQ(ids(d->querySelectorAll("h1 ~ div > :nth-child(2) ~ *")), "s");
+}
+
 TEST(CSSSelector, TemplateContentsAreSearchedOnlyThroughTheirFragment) {
     Ref<HTMLDocument> doc =
         HTMLDocument::documentWithString("<template id=t><p id=in class=x>1</p></template><p id=out class=x>2</p>");
@@ -287,6 +302,21 @@ TEST(CSSSelector, DeepTreesAreMatchedWithoutRecursionOrQuadraticWalks) {
     // Deep below the document, a query from an inner element still sees the ancestors.
     HTMLElement* inner = leaf->parentElement()->parentElement();
     EXPECT_EQ(ids(inner->querySelectorAll("body div > span")), "leaf");
+}
+
+TEST(CSSSelector, LongSiblingListsAreMatchedWithoutQuadraticWalks) {
+    const int count = 100000;
+    std::string html = "<!DOCTYPE html><ul id=list><li class=first>0</li>";
+    for (int i = 1; i < count; ++i) html += "<li>" + std::to_string(i) + "</li>";
+    html += "</ul>";
+    Ref<HTMLDocument> doc = HTMLDocument::documentWithString(html);
+
+    EXPECT_EQ(doc->querySelectorAll("li:nth-child(2n)").size(), size_t(count / 2));
+    EXPECT_EQ(doc->querySelectorAll("li:nth-last-child(-n+3)").size(), 3u);
+    EXPECT_EQ(doc->querySelectorAll(".first ~ li").size(), size_t(count - 1));
+    EXPECT_TRUE(doc->querySelectorAll(".missing ~ li").empty());
+    EXPECT_EQ(doc->querySelectorAll("li + li + li").size(), size_t(count - 2));
+    EXPECT_EQ(doc->querySelectorAll("li:first-child + li ~ li:last-child").size(), 1u);
 }
 
 TEST(CSSSelector, OversizedSelectorsAreRejectedNotOverflowed) {
