@@ -37,11 +37,6 @@ bool isRoot(const HTMLElement& e) {
     return parent && parent->nodeType() == HTMLNodeType::Document;
 }
 
-bool hasSameType(const HTMLElement& a, const HTMLElement& b) {
-    if (a.htmlNamespace() != b.htmlNamespace() || a.tag() != b.tag()) return false;
-    return a.tag() != Tag::Unknown || a.localName() == b.localName();
-}
-
 bool equalsWithCase(std::string_view a, std::string_view b, bool insensitive) {
     return insensitive ? equalsIgnoringASCIICase(a, b) : a == b;
 }
@@ -205,8 +200,8 @@ private:
         case Kind::OnlyOfType: return countSameTypeBefore(e, 1) == 0 && countSameTypeAfter(e, 1) == 0;
         case Kind::NthChild: return matchesNthChild(s, e, false);
         case Kind::NthLastChild: return matchesNthChild(s, e, true);
-        case Kind::NthOfType: return s.nth.matches(countSameTypeBefore(e, INT64_MAX) + 1);
-        case Kind::NthLastOfType: return s.nth.matches(countSameTypeAfter(e, INT64_MAX) + 1);
+        case Kind::NthOfType: return s.nth.matches(positionAmongType(e, false));
+        case Kind::NthLastOfType: return s.nth.matches(positionAmongType(e, true));
         case Kind::Checked: return isCheckedByMarkup(e);
         case Kind::Disabled: return isActuallyDisabled(e);
         case Kind::Enabled: return isEnabledFormElement(e);
@@ -223,14 +218,24 @@ private:
     static int64_t countSameTypeBefore(const HTMLElement& e, int64_t limit) {
         int64_t count = 0;
         for (const HTMLElement* s = previousElementSibling(e); s && count < limit; s = previousElementSibling(*s))
-            count += hasSameType(*s, e);
+            count += hasSameElementType(*s, e);
         return count;
     }
     static int64_t countSameTypeAfter(const HTMLElement& e, int64_t limit) {
         int64_t count = 0;
         for (const HTMLElement* s = nextElementSibling(e); s && count < limit; s = nextElementSibling(*s))
-            count += hasSameType(*s, e);
+            count += hasSameElementType(*s, e);
         return count;
+    }
+
+    int64_t positionAmongType(const HTMLElement& e, bool fromEnd) const {
+        const ChildPosition* known = context_.position;
+        if (!known || known->element != &e || known->typeIndex == 0)
+            return (fromEnd ? countSameTypeAfter(e, INT64_MAX) : countSameTypeBefore(e, INT64_MAX)) + 1;
+        if (!fromEnd) return known->typeIndex;
+        if (*known->typeCount < 0)
+            *known->typeCount = countSameTypeBefore(e, INT64_MAX) + 1 + countSameTypeAfter(e, INT64_MAX);
+        return *known->typeCount - known->typeIndex + 1;
     }
 
     // :nth-child(An+B of S) counts only the siblings matching S, and the
@@ -310,6 +315,11 @@ private:
 };
 
 }  // namespace
+
+bool hasSameElementType(const HTMLElement& a, const HTMLElement& b) {
+    if (a.htmlNamespace() != b.htmlNamespace() || a.tag() != b.tag()) return false;
+    return a.tag() != Tag::Unknown || a.localName() == b.localName();
+}
 
 SelectorMatchContext selectorMatchContextFor(const HTMLNode& root) {
     SelectorMatchContext context;

@@ -14,11 +14,13 @@
 namespace zv::html {
 
 // Where an element stands among its element siblings, as a walk over all of
-// them knows it: :nth-child() and :nth-last-child() then need not count.
+// them knows it: the nth- pseudo-classes then need not count.
 struct ChildPosition {
     const HTMLElement* element = nullptr;
-    int64_t index = 0;              // from 1
+    int64_t index = 0;                // from 1
     int64_t* siblingCount = nullptr;  // all of them, -1 until someone counts
+    int64_t typeIndex = 0;            // among those of its type, from 1; 0 when the walk did not track it
+    int64_t* typeCount = nullptr;     // those of its type, -1 until someone counts
 };
 
 struct SelectorMatchContext {
@@ -39,6 +41,9 @@ bool matchesSelectorList(const CompiledSelectorList& list, const HTMLElement& el
                          const SelectorMatchContext& context);
 bool matchesComplexSelector(const ComplexSelector& complex, const HTMLElement& element,
                             const SelectorMatchContext& context);
+// Same namespace and local name: what the -of-type pseudo-classes compare.
+bool hasSameElementType(const HTMLElement& a, const HTMLElement& b);
+
 // The element alone, whatever its neighbours.
 bool matchesCompoundSelector(const CompoundSelector& compound, const HTMLElement& element,
                              const SelectorMatchContext& context);

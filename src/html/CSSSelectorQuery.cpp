@@ -14,16 +14,46 @@ struct Masks {
     uint64_t children = 0;   // the union over the element children visited so far
 };
 
+// The element children of one type seen so far under one parent.
+struct TypeTally {
+    const HTMLElement* exemplar;
+    int64_t seen;
+    int64_t count;  // all of them, -1 until counted
+};
+
 struct LevelInfo {
     int64_t childrenSeen = 0;
     int64_t childCount = -1;  // element children, counted when first needed
+    // Only when the list counts by type. Past kMaxTypes kinds of children
+    // the lookup would cost more than counting; the matcher counts then.
+    std::vector<TypeTally> types;
+
+    void reset() {
+        childrenSeen = 0;
+        childCount = -1;
+        types.clear();  // keeps its capacity for the next element at this depth
+    }
 };
+
+constexpr size_t kMaxTypes = 32;
+
+bool countsByType(const CompiledSelectorList& list) {
+    for (const ComplexSelector& complex : list.selectors)
+        for (const CompoundSelector& compound : complex.compounds)
+            for (const SimpleSelector& simple : compound.simples) {
+                if (simple.kind == SimpleSelectorKind::NthOfType || simple.kind == SimpleSelectorKind::NthLastOfType)
+                    return true;
+                if (simple.list && countsByType(*simple.list)) return true;
+            }
+    return false;
+}
 
 class SubtreeQuery {
 public:
     SubtreeQuery(const CompiledSelectorList& list, const HTMLNode& root)
         : list_(list), context_(selectorMatchContextFor(root)), width_(list.selectors.size()) {
         for (const ComplexSelector& complex : list.selectors) matchesAnything_ |= !complex.neverMatches;
+        tracksTypes_ = countsByType(list);
         context_.position = &position_;
         // Level 0 is what holds the topmost element: a document, a fragment or nothing.
         masks_.resize(width_ * 16);
@@ -69,7 +99,8 @@ private:
         }
         LevelInfo& parentInfo = levels_[parent];
         position_ = {&element, ++parentInfo.childrenSeen, &parentInfo.childCount};
-        levels_[mine] = LevelInfo{};
+        if (tracksTypes_) tallyType(parentInfo, element);
+        levels_[mine].reset();
         for (size_t j = 0; j < width_; ++j) {
             const ComplexSelector& complex = list_.selectors[j];
             if (!complex.topDown) continue;
@@ -79,6 +110,20 @@ private:
             p.children |= self;
             masks(mine, j) = Masks{self, p.above | self, 0, 0};
         }
+    }
+
+    void tallyType(LevelInfo& parent, const HTMLElement& element) {
+        for (TypeTally& tally : parent.types) {
+            if (hasSameElementType(*tally.exemplar, element)) {
+                position_.typeIndex = ++tally.seen;
+                position_.typeCount = &tally.count;
+                return;
+            }
+        }
+        if (parent.types.size() == kMaxTypes) return;
+        parent.types.push_back({&element, 1, -1});
+        position_.typeIndex = 1;
+        position_.typeCount = &parent.types.back().count;
     }
 
     // Bit k: compounds k..last match with `element` as compound k.
@@ -141,6 +186,7 @@ private:
     ChildPosition position_;
     size_t width_;  // complex selectors in the list
     bool matchesAnything_ = false;
+    bool tracksTypes_ = false;
     std::vector<Masks> masks_;        // width_ per level
     std::vector<LevelInfo> levels_;  // one per element on the current path, after level 0
     size_t depth_ = 0;

@@ -317,6 +317,33 @@ TEST(CSSSelector, LongSiblingListsAreMatchedWithoutQuadraticWalks) {
     EXPECT_TRUE(doc->querySelectorAll(".missing ~ li").empty());
     EXPECT_EQ(doc->querySelectorAll("li + li + li").size(), size_t(count - 2));
     EXPECT_EQ(doc->querySelectorAll("li:first-child + li ~ li:last-child").size(), 1u);
+    EXPECT_EQ(doc->querySelectorAll("li:nth-of-type(2n+1)").size(), size_t(count / 2));
+    EXPECT_EQ(doc->querySelectorAll("li:nth-last-of-type(-n+2)").size(), 2u);
+}
+
+TEST(CSSSelector, TypePositionsAmongManyKindsOfSiblings) {
+    // Two of each of 50 element types, interleaved: x0 x1 … x49 x0 x1 … x49.
+    std::string html = "<!DOCTYPE html><div id=box>";
+    for (int round = 0; round < 2; ++round)
+        for (int type = 0; type < 50; ++type)
+            html += "<x" + std::to_string(type) + " id=r" + std::to_string(round) + "t" + std::to_string(type) + ">";
+    Ref<HTMLDocument> doc = HTMLDocument::documentWithString(html);
+    // The parser nests unknown elements; make them siblings.
+    HTMLElement* box = doc->querySelector("#box");
+    ASSERT_NE(box, nullptr);
+    std::vector<HTMLElement*> all = box->querySelectorAll("*");
+    ASSERT_EQ(all.size(), 100u);
+    for (HTMLElement* e : all) box->appendNode(e);
+
+    std::vector<HTMLElement*> firsts = box->querySelectorAll(":nth-of-type(1)");
+    std::vector<HTMLElement*> lasts = box->querySelectorAll(":nth-last-of-type(1)");
+    ASSERT_EQ(firsts.size(), 50u);
+    ASSERT_EQ(lasts.size(), 50u);
+    EXPECT_EQ(firsts.front()->elementId(), "r0t0");
+    EXPECT_EQ(firsts.back()->elementId(), "r0t49");
+    EXPECT_EQ(lasts.front()->elementId(), "r1t0");
+    EXPECT_EQ(lasts.back()->elementId(), "r1t49");
+    EXPECT_EQ(ids(box->querySelectorAll("x45:nth-of-type(2), x7:nth-last-of-type(2)")), "r0t7 r1t45");
 }
 
 TEST(CSSSelector, OversizedSelectorsAreRejectedNotOverflowed) {
