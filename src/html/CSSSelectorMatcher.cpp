@@ -241,13 +241,22 @@ private:
     // :nth-child(An+B of S) counts only the siblings matching S, and the
     // element itself must match S.
     bool matchesNthChild(const SimpleSelector& s, const HTMLElement& e, bool fromEnd) const {
-        if (s.list && !matchesList(*s.list, e)) return false;
         const ChildPosition* known = context_.position;
-        if (!s.list && known && known->element == &e) {
-            if (!fromEnd) return s.nth.matches(known->index);
-            if (*known->siblingCount < 0) *known->siblingCount = countElementSiblings(e);
-            return s.nth.matches(*known->siblingCount - known->index + 1);
+        if (known && known->element == &e) {
+            if (!s.list) {
+                if (!fromEnd) return s.nth.matches(known->index);
+                if (*known->siblingCount < 0) *known->siblingCount = countSiblingsMatching(e, nullptr);
+                return s.nth.matches(*known->siblingCount - known->index + 1);
+            }
+            for (const PositionAmongMatches& among : known->amongMatches) {
+                if (among.selector != &s) continue;
+                if (among.index == 0) return false;
+                if (!fromEnd) return s.nth.matches(among.index);
+                if (*among.count < 0) *among.count = countSiblingsMatching(e, s.list.get());
+                return s.nth.matches(*among.count - among.index + 1);
+            }
         }
+        if (s.list && !matchesList(*s.list, e)) return false;
         int64_t position = 1;
         auto step = fromEnd ? nextElementSibling : previousElementSibling;
         for (const HTMLElement* sibling = step(e); sibling; sibling = step(*sibling))
@@ -255,12 +264,15 @@ private:
         return s.nth.matches(position);
     }
 
-    // `e` and its element siblings.
-    static int64_t countElementSiblings(const HTMLElement& e) {
+    // `e` and its element siblings that match `list` (all without one).
+    int64_t countSiblingsMatching(const HTMLElement& e, const CompiledSelectorList* list) const {
         const HTMLNode* parent = e.parentNode();
-        if (!parent) return 1;
+        if (!parent) return !list || matchesList(*list, e);
         int64_t count = 0;
-        for (const HTMLNode* n = parent->firstChild(); n; n = n->nextSibling()) count += n->isElement();
+        for (const HTMLNode* n = parent->firstChild(); n; n = n->nextSibling()) {
+            if (!n->isElement()) continue;
+            count += !list || matchesList(*list, *static_cast<const HTMLElement*>(n));
+        }
         return count;
     }
 

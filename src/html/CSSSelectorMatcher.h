@@ -11,7 +11,17 @@
 
 #include <zv/html/HTMLElement.h>
 
+#include <span>
+
 namespace zv::html {
+
+// For one :nth-child(An+B of S) or :nth-last-child(An+B of S): the element's
+// position among its siblings matching S, 0 when it does not match S.
+struct PositionAmongMatches {
+    const SimpleSelector* selector;
+    int64_t index;
+    int64_t* count;  // the siblings matching S, -1 until someone counts
+};
 
 // Where an element stands among its element siblings, as a walk over all of
 // them knows it: the nth- pseudo-classes then need not count.
@@ -21,6 +31,7 @@ struct ChildPosition {
     int64_t* siblingCount = nullptr;  // all of them, -1 until someone counts
     int64_t typeIndex = 0;            // among those of its type, from 1; 0 when the walk did not track it
     int64_t* typeCount = nullptr;     // those of its type, -1 until someone counts
+    std::span<const PositionAmongMatches> amongMatches;
 };
 
 struct SelectorMatchContext {

@@ -27,16 +27,36 @@ struct LevelInfo {
     // Only when the list counts by type. Past kMaxTypes kinds of children
     // the lookup would cost more than counting; the matcher counts then.
     std::vector<TypeTally> types;
+    // For each tracked `of S`: the children matching S so far, and all of them.
+    std::vector<int64_t> matchesSeen;
+    std::vector<int64_t> matchCounts;
 
-    void reset() {
+    // Vectors keep their capacity for the next element at this depth.
+    void reset(size_t trackedOf) {
         childrenSeen = 0;
         childCount = -1;
-        types.clear();  // keeps its capacity for the next element at this depth
+        types.clear();
+        matchesSeen.assign(trackedOf, 0);
+        matchCounts.assign(trackedOf, -1);
     }
 };
 
 constexpr size_t kMaxTypes = 32;
+constexpr size_t kMaxTrackedOf = 8;
 
+// The :nth-child(… of S) and :nth-last-child(… of S) that are matched on the
+// element the walk is at: those in the list's compounds and in their :is()
+// and :not(), but not those inside :has() or inside another S.
+void collectNthOfSelectors(const CompiledSelectorList& list, std::vector<const SimpleSelector*>& out) {
+    for (const ComplexSelector& complex : list.selectors)
+        for (const CompoundSelector& compound : complex.compounds)
+            for (const SimpleSelector& simple : compound.simples) {
+                bool nth = simple.kind == SimpleSelectorKind::NthChild || simple.kind == SimpleSelectorKind::NthLastChild;
+                if (nth && simple.list && out.size() < kMaxTrackedOf) out.push_back(&simple);
+                if (simple.kind == SimpleSelectorKind::Not || simple.kind == SimpleSelectorKind::Is)
+                    collectNthOfSelectors(*simple.list, out);
+            }
+}
 bool countsByType(const CompiledSelectorList& list) {
     for (const ComplexSelector& complex : list.selectors)
         for (const CompoundSelector& compound : complex.compounds)
@@ -54,10 +74,13 @@ public:
         : list_(list), context_(selectorMatchContextFor(root)), width_(list.selectors.size()) {
         for (const ComplexSelector& complex : list.selectors) matchesAnything_ |= !complex.neverMatches;
         tracksTypes_ = countsByType(list);
+        collectNthOfSelectors(list, trackedOf_);
+        amongMatches_.resize(trackedOf_.size());
         context_.position = &position_;
         // Level 0 is what holds the topmost element: a document, a fragment or nothing.
         masks_.resize(width_ * 16);
         levels_.resize(16);
+        levels_[0].reset(trackedOf_.size());
     }
 
     void run(const HTMLNode& root, const std::function<bool(HTMLElement&)>& found) {
@@ -98,9 +121,13 @@ private:
             masks_.resize(width_ * levels_.size());
         }
         LevelInfo& parentInfo = levels_[parent];
-        position_ = {&element, ++parentInfo.childrenSeen, &parentInfo.childCount};
+        position_ = ChildPosition{};
+        position_.element = &element;
+        position_.index = ++parentInfo.childrenSeen;
+        position_.siblingCount = &parentInfo.childCount;
         if (tracksTypes_) tallyType(parentInfo, element);
-        levels_[mine].reset();
+        if (!trackedOf_.empty()) placeAmongMatches(parentInfo, element);
+        levels_[mine].reset(trackedOf_.size());
         for (size_t j = 0; j < width_; ++j) {
             const ComplexSelector& complex = list_.selectors[j];
             if (!complex.topDown) continue;
@@ -124,6 +151,14 @@ private:
         parent.types.push_back({&element, 1, -1});
         position_.typeIndex = 1;
         position_.typeCount = &parent.types.back().count;
+    }
+
+    void placeAmongMatches(LevelInfo& parent, const HTMLElement& element) {
+        for (size_t t = 0; t < trackedOf_.size(); ++t) {
+            bool matches = matchesSelectorList(*trackedOf_[t]->list, element, context_);
+            amongMatches_[t] = {trackedOf_[t], matches ? ++parent.matchesSeen[t] : 0, &parent.matchCounts[t]};
+        }
+        position_.amongMatches = amongMatches_;
     }
 
     // Bit k: compounds k..last match with `element` as compound k.
@@ -187,6 +222,8 @@ private:
     size_t width_;  // complex selectors in the list
     bool matchesAnything_ = false;
     bool tracksTypes_ = false;
+    std::vector<const SimpleSelector*> trackedOf_;
+    std::vector<PositionAmongMatches> amongMatches_;  // the current element's, one per trackedOf_
     std::vector<Masks> masks_;        // width_ per level
     std::vector<LevelInfo> levels_;  // one per element on the current path, after level 0
     size_t depth_ = 0;

@@ -11,12 +11,12 @@
 // its ancestors, its previous sibling's, and the union over its previous
 // siblings. Each element so costs one compound test per compound whose left
 // side has matched. The walk also knows each element's position among its
-// siblings, for :nth-child() and :nth-last-child().
+// siblings, among the siblings of its type, and among those matching the S of
+// an :nth-child(An+B of S), so the nth- pseudo-classes need not count.
 //
-// What stays proportional to the neighbourhood is what lies inside a compound:
-// :has() scans its candidates, :nth-child(… of S) and the -of-type
-// pseudo-classes count siblings, and :is()/:not() of complex selectors match
-// right to left.
+// What stays proportional to the neighbourhood is what lies inside a compound
+// and looks elsewhere: :has() scans its candidates, and :is()/:not() of
+// complex selectors match right to left.
 #pragma once
 
 #include "CSSSelectorMatcher.h"

@@ -319,6 +319,8 @@ TEST(CSSSelector, LongSiblingListsAreMatchedWithoutQuadraticWalks) {
     EXPECT_EQ(doc->querySelectorAll("li:first-child + li ~ li:last-child").size(), 1u);
     EXPECT_EQ(doc->querySelectorAll("li:nth-of-type(2n+1)").size(), size_t(count / 2));
     EXPECT_EQ(doc->querySelectorAll("li:nth-last-of-type(-n+2)").size(), 2u);
+    EXPECT_EQ(doc->querySelectorAll("li:nth-child(2n of li)").size(), size_t(count / 2));
+    EXPECT_EQ(doc->querySelectorAll(":is(li:nth-last-child(1 of :not(.first)))").size(), 1u);
 }
 
 TEST(CSSSelector, TypePositionsAmongManyKindsOfSiblings) {

@@ -24,12 +24,12 @@
 // A namespace prefix other than `*` (or none, `|p`) needs a namespace
 // declaration, which a selector string cannot carry: `svg|rect` does not parse.
 //
-// Cost: the queries in HTMLNode walk the subtree once and carry what the
-// combinators need forward, so a query costs about elements x compounds
-// however deep or wide the tree. What lies inside one compound is matched
-// in place: :has() scans its candidates (a descendant argument scans each
-// candidate's subtree), :nth-child(An+B of S) counts the siblings matching S,
-// and :is()/:not() of complex selectors look at ancestors and siblings.
+// Cost: the queries in HTMLNode walk the subtree once and carry forward what
+// the combinators and the nth- pseudo-classes need, so a query costs about
+// elements x compounds however deep or wide the tree. Still matched in place:
+// :has() scans its candidates (for a descendant argument, each candidate's
+// subtree), and :is()/:not() of complex selectors look at ancestors and
+// siblings. matches() on a single element looks at its neighbourhood.
 // Matching nests at most 32 functional pseudo-classes and 256 compounds per
 // complex selector; deeper text does not parse.
 #pragma once
