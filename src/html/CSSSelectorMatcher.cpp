@@ -209,7 +209,7 @@ private:
         case Kind::Lang: return matchesLanguageRanges(e, s.ranges);
         case Kind::Not: return !matchesList(*s.list, e);
         case Kind::Is: return matchesList(*s.list, e);
-        case Kind::Has: return matchesHas(*s.list, e);
+        case Kind::Has: return matchesHas(s, e);
         }
         return false;
     }
@@ -229,7 +229,7 @@ private:
     }
 
     int64_t positionAmongType(const HTMLElement& e, bool fromEnd) const {
-        const ChildPosition* known = context_.position;
+        const WalkedElement* known = context_.walked;
         if (!known || known->element != &e || known->typeIndex == 0)
             return (fromEnd ? countSameTypeAfter(e, INT64_MAX) : countSameTypeBefore(e, INT64_MAX)) + 1;
         if (!fromEnd) return known->typeIndex;
@@ -241,7 +241,7 @@ private:
     // :nth-child(An+B of S) counts only the siblings matching S, and the
     // element itself must match S.
     bool matchesNthChild(const SimpleSelector& s, const HTMLElement& e, bool fromEnd) const {
-        const ChildPosition* known = context_.position;
+        const WalkedElement* known = context_.walked;
         if (known && known->element == &e) {
             if (!s.list) {
                 if (!fromEnd) return s.nth.matches(known->index);
@@ -276,7 +276,12 @@ private:
         return count;
     }
 
-    bool matchesHas(const CompiledSelectorList& list, const HTMLElement& e) const {
+    bool matchesHas(const SimpleSelector& s, const HTMLElement& e) const {
+        if (const WalkedElement* known = context_.walked; known && known->element == &e) {
+            for (const KnownHas& has : known->knownHas)
+                if (has.selector == &s) return has.matches;
+        }
+        const CompiledSelectorList& list = *s.list;
         SelectorMatchContext inner = context_;
         inner.anchor = &e;
         Matcher relative(inner);

@@ -23,15 +23,22 @@ struct PositionAmongMatches {
     int64_t* count;  // the siblings matching S, -1 until someone counts
 };
 
-// Where an element stands among its element siblings, as a walk over all of
-// them knows it: the nth- pseudo-classes then need not count.
-struct ChildPosition {
+// For one :has(): whether the element has it, as a pass over the subtree found.
+struct KnownHas {
+    const SimpleSelector* selector;
+    bool matches;
+};
+
+// What a walk over a whole subtree knows about the element it is at, so
+// that matching it need not count siblings or scan descendants.
+struct WalkedElement {
     const HTMLElement* element = nullptr;
-    int64_t index = 0;                // from 1
+    int64_t index = 0;                // among its element siblings, from 1
     int64_t* siblingCount = nullptr;  // all of them, -1 until someone counts
     int64_t typeIndex = 0;            // among those of its type, from 1; 0 when the walk did not track it
     int64_t* typeCount = nullptr;     // those of its type, -1 until someone counts
     std::span<const PositionAmongMatches> amongMatches;
+    std::span<const KnownHas> knownHas;
 };
 
 struct SelectorMatchContext {
@@ -41,7 +48,7 @@ struct SelectorMatchContext {
     const HTMLElement* scope = nullptr;
     // The element a :has() argument is relative to while it is matched.
     const HTMLElement* anchor = nullptr;
-    const ChildPosition* position = nullptr;
+    const WalkedElement* walked = nullptr;
 };
 
 // The context for matching the elements under `root`: its document's quirks

@@ -6,10 +6,36 @@ namespace zv::html {
 
 namespace {
 
+using Kind = SimpleSelectorKind;
+
+// Calls enter(element) on each element under `root` in document order, and
+// leave(element) once its subtree is done, until enter returns false.
+template <class Enter, class Leave>
+void walkElements(const HTMLNode& root, Enter enter, Leave leave) {
+    const HTMLNode* n = root.firstChild();
+    while (n) {
+        if (n->isElement()) {
+            const auto& element = *static_cast<const HTMLElement*>(n);
+            if (!enter(element)) return;
+            if (n->firstChild()) {
+                n = n->firstChild();
+                continue;
+            }
+            leave(element);
+        }
+        while (!n->nextSibling()) {
+            n = n->parentNode();
+            if (!n || n == &root) return;
+            leave(*static_cast<const HTMLElement*>(n));
+        }
+        n = n->nextSibling();
+    }
+}
+
 // The masks of one complex selector at one element of the current path.
 struct Masks {
-    uint64_t self = 0;      // the element's own
-    uint64_t above = 0;     // the union of its own and its ancestors'
+    uint64_t self = 0;       // the element's own
+    uint64_t above = 0;      // the union of its own and its ancestors'
     uint64_t lastChild = 0;  // the element child the walk visited last
     uint64_t children = 0;   // the union over the element children visited so far
 };
@@ -42,69 +68,83 @@ struct LevelInfo {
 };
 
 constexpr size_t kMaxTypes = 32;
-constexpr size_t kMaxTrackedOf = 8;
+constexpr size_t kMaxTracked = 8;
 
-// The :nth-child(… of S) and :nth-last-child(… of S) that are matched on the
-// element the walk is at: those in the list's compounds and in their :is()
-// and :not(), but not those inside :has() or inside another S.
-void collectNthOfSelectors(const CompiledSelectorList& list, std::vector<const SimpleSelector*>& out) {
-    for (const ComplexSelector& complex : list.selectors)
-        for (const CompoundSelector& compound : complex.compounds)
-            for (const SimpleSelector& simple : compound.simples) {
-                bool nth = simple.kind == SimpleSelectorKind::NthChild || simple.kind == SimpleSelectorKind::NthLastChild;
-                if (nth && simple.list && out.size() < kMaxTrackedOf) out.push_back(&simple);
-                if (simple.kind == SimpleSelectorKind::Not || simple.kind == SimpleSelectorKind::Is)
-                    collectNthOfSelectors(*simple.list, out);
-            }
+// A :has() whose arguments look only downwards (`:has(img)`, `:has(> p b)`,
+// `:has(.a, td > img)`): one pass over the subtree, bottom up, answers it for
+// every element.
+bool isDownwardHas(const SimpleSelector& simple) {
+    if (simple.kind != Kind::Has) return false;
+    for (const ComplexSelector& argument : simple.list->selectors) {
+        if (argument.compounds.size() > 64) return false;
+        for (size_t k = 0; k + 1 < argument.compounds.size(); ++k) {
+            Combinator c = argument.compounds[k].toLeft;
+            if (c != Combinator::Child && c != Combinator::Descendant) return false;
+        }
+    }
+    return true;
 }
-bool countsByType(const CompiledSelectorList& list) {
-    for (const ComplexSelector& complex : list.selectors)
-        for (const CompoundSelector& compound : complex.compounds)
-            for (const SimpleSelector& simple : compound.simples) {
-                if (simple.kind == SimpleSelectorKind::NthOfType || simple.kind == SimpleSelectorKind::NthLastOfType)
-                    return true;
-                if (simple.list && countsByType(*simple.list)) return true;
-            }
-    return false;
-}
+
+// What the walk works out ahead for the element it is at: the pseudo-classes
+// in the list's compounds and in their :is() and :not(), which are matched on
+// that element (not those inside :has() or inside an S, matched on others).
+struct Tracked {
+    bool types = false;
+    std::vector<const SimpleSelector*> nthOf;
+    std::vector<const SimpleSelector*> has;
+
+    void collect(const CompiledSelectorList& list) {
+        for (const ComplexSelector& complex : list.selectors)
+            for (const CompoundSelector& compound : complex.compounds)
+                for (const SimpleSelector& simple : compound.simples) collect(simple);
+    }
+
+    void collect(const SimpleSelector& simple) {
+        switch (simple.kind) {
+        case Kind::NthOfType:
+        case Kind::NthLastOfType: types = true; break;
+        case Kind::NthChild:
+        case Kind::NthLastChild:
+            if (simple.list && nthOf.size() < kMaxTracked) nthOf.push_back(&simple);
+            break;
+        case Kind::Has:
+            if (isDownwardHas(simple) && has.size() < kMaxTracked) has.push_back(&simple);
+            break;
+        case Kind::Not:
+        case Kind::Is: collect(*simple.list); break;
+        default: break;
+        }
+    }
+};
 
 class SubtreeQuery {
 public:
     SubtreeQuery(const CompiledSelectorList& list, const HTMLNode& root)
         : list_(list), context_(selectorMatchContextFor(root)), width_(list.selectors.size()) {
         for (const ComplexSelector& complex : list.selectors) matchesAnything_ |= !complex.neverMatches;
-        tracksTypes_ = countsByType(list);
-        collectNthOfSelectors(list, trackedOf_);
-        amongMatches_.resize(trackedOf_.size());
-        context_.position = &position_;
+        tracked_.collect(list);
+        amongMatches_.resize(tracked_.nthOf.size());
+        knownHas_.resize(tracked_.has.size());
+        context_.walked = &walked_;
         // Level 0 is what holds the topmost element: a document, a fragment or nothing.
         masks_.resize(width_ * 16);
         levels_.resize(16);
-        levels_[0].reset(trackedOf_.size());
+        levels_[0].reset(tracked_.nthOf.size());
     }
 
     void run(const HTMLNode& root, const std::function<bool(HTMLElement&)>& found) {
         if (!matchesAnything_) return;
+        answerHas(root);
         enterAncestorsOf(root);
-        const HTMLNode* n = root.firstChild();
-        while (n) {
-            if (n->isElement()) {
-                auto& element = *const_cast<HTMLElement*>(static_cast<const HTMLElement*>(n));
-                enter(element);
-                if (matchesCurrent(element) && !found(element)) return;
-                if (n->firstChild()) {
-                    n = n->firstChild();
-                    continue;
-                }
-                --depth_;
-            }
-            while (!n->nextSibling()) {
-                n = n->parentNode();
-                if (!n || n == &root) return;
-                --depth_;
-            }
-            n = n->nextSibling();
-        }
+        size_t order = 0;
+        walkElements(
+            root,
+            [&](const HTMLElement& element) {
+                enter(element, &order);
+                auto& result = const_cast<HTMLElement&>(element);
+                return !matchesCurrent(element) || found(result);
+            },
+            [&](const HTMLElement&) { --depth_; });
     }
 
 private:
@@ -112,8 +152,9 @@ private:
 
     // Computes the element's masks from its parent's level and its earlier
     // siblings', records it as the parent's latest child, and makes it the
-    // top of the path.
-    void enter(const HTMLElement& element) {
+    // top of the path. `order` counts the elements under the root, for which
+    // the :has() answers are known; null for the root's ancestors.
+    void enter(const HTMLElement& element, size_t* order = nullptr) {
         size_t parent = depth_;
         size_t mine = ++depth_;
         if (mine >= levels_.size()) {
@@ -121,13 +162,14 @@ private:
             masks_.resize(width_ * levels_.size());
         }
         LevelInfo& parentInfo = levels_[parent];
-        position_ = ChildPosition{};
-        position_.element = &element;
-        position_.index = ++parentInfo.childrenSeen;
-        position_.siblingCount = &parentInfo.childCount;
-        if (tracksTypes_) tallyType(parentInfo, element);
-        if (!trackedOf_.empty()) placeAmongMatches(parentInfo, element);
-        levels_[mine].reset(trackedOf_.size());
+        walked_ = WalkedElement{};
+        walked_.element = &element;
+        walked_.index = ++parentInfo.childrenSeen;
+        walked_.siblingCount = &parentInfo.childCount;
+        if (tracked_.types) tallyType(parentInfo, element);
+        if (!tracked_.nthOf.empty()) placeAmongMatches(parentInfo, element);
+        if (order && !tracked_.has.empty()) recallHas((*order)++);
+        levels_[mine].reset(tracked_.nthOf.size());
         for (size_t j = 0; j < width_; ++j) {
             const ComplexSelector& complex = list_.selectors[j];
             if (!complex.topDown) continue;
@@ -142,23 +184,95 @@ private:
     void tallyType(LevelInfo& parent, const HTMLElement& element) {
         for (TypeTally& tally : parent.types) {
             if (hasSameElementType(*tally.exemplar, element)) {
-                position_.typeIndex = ++tally.seen;
-                position_.typeCount = &tally.count;
+                walked_.typeIndex = ++tally.seen;
+                walked_.typeCount = &tally.count;
                 return;
             }
         }
         if (parent.types.size() == kMaxTypes) return;
         parent.types.push_back({&element, 1, -1});
-        position_.typeIndex = 1;
-        position_.typeCount = &parent.types.back().count;
+        walked_.typeIndex = 1;
+        walked_.typeCount = &parent.types.back().count;
     }
 
     void placeAmongMatches(LevelInfo& parent, const HTMLElement& element) {
-        for (size_t t = 0; t < trackedOf_.size(); ++t) {
-            bool matches = matchesSelectorList(*trackedOf_[t]->list, element, context_);
-            amongMatches_[t] = {trackedOf_[t], matches ? ++parent.matchesSeen[t] : 0, &parent.matchCounts[t]};
+        for (size_t t = 0; t < tracked_.nthOf.size(); ++t) {
+            const SimpleSelector* nth = tracked_.nthOf[t];
+            bool matches = matchesSelectorList(*nth->list, element, context_);
+            amongMatches_[t] = {nth, matches ? ++parent.matchesSeen[t] : 0, &parent.matchCounts[t]};
         }
-        position_.amongMatches = amongMatches_;
+        walked_.amongMatches = amongMatches_;
+    }
+
+    // Bit t of hasAnswers_[i]: the i-th element under `root` in document
+    // order has what tracked_.has[t] asks for. Each argument is matched bottom
+    // up: when an element's subtree is done, its children's and descendants'
+    // bits are complete, so it knows which of the argument's compounds it
+    // can stand for (bit k: compounds k..0 match downwards from it), and
+    // passes that on to its parent.
+    void answerHas(const HTMLNode& root) {
+        if (tracked_.has.empty()) return;
+        struct Argument {
+            const ComplexSelector* complex;
+            uint8_t bit;
+        };
+        std::vector<Argument> arguments;
+        for (size_t t = 0; t < tracked_.has.size(); ++t)
+            for (const ComplexSelector& complex : tracked_.has[t]->list->selectors)
+                arguments.push_back({&complex, uint8_t(1u << t)});
+        // Per open element (and the root first): for each argument, the bits
+        // of its element children, then those of all its descendants.
+        size_t width = 2 * arguments.size();
+        std::vector<uint64_t> open(width, 0);
+        std::vector<size_t> openOrder;
+        walkElements(
+            root,
+            [&](const HTMLElement&) {
+                open.resize(open.size() + width, 0);
+                openOrder.push_back(hasAnswers_.size());
+                hasAnswers_.push_back(0);
+                return true;
+            },
+            [&](const HTMLElement& element) {
+                size_t mine = open.size() - width;
+                size_t parent = mine - width;
+                uint8_t answer = 0;
+                for (size_t a = 0; a < arguments.size(); ++a) {
+                    const ComplexSelector& argument = *arguments[a].complex;
+                    uint64_t children = open[mine + 2 * a];
+                    uint64_t descendants = open[mine + 2 * a + 1];
+                    size_t leftmost = argument.compounds.size() - 2;  // the last is the anchor
+                    bool childOnly = argument.compounds[leftmost].toLeft == Combinator::Child;
+                    if ((childOnly ? children : descendants) >> leftmost & 1) answer |= arguments[a].bit;
+                    uint64_t self = downwardMatches(argument, element, children, descendants);
+                    open[parent + 2 * a] |= self;
+                    open[parent + 2 * a + 1] |= self | descendants;
+                }
+                hasAnswers_[openOrder.back()] = answer;
+                openOrder.pop_back();
+                open.resize(mine);
+            });
+    }
+
+    // Bit k: `element` matches compound k of the :has() argument, and the
+    // compounds right of it match below it.
+    uint64_t downwardMatches(const ComplexSelector& argument, const HTMLElement& element, uint64_t children,
+                             uint64_t descendants) const {
+        uint64_t self = 0;
+        for (size_t k = 0; k + 1 < argument.compounds.size(); ++k) {
+            if (k > 0) {
+                bool childOnly = argument.compounds[k - 1].toLeft == Combinator::Child;
+                if (!((childOnly ? children : descendants) >> (k - 1) & 1)) continue;
+            }
+            if (matchesCompoundSelector(argument.compounds[k], element, context_)) self |= uint64_t(1) << k;
+        }
+        return self;
+    }
+
+    void recallHas(size_t order) {
+        for (size_t t = 0; t < tracked_.has.size(); ++t)
+            knownHas_[t] = {tracked_.has[t], bool(hasAnswers_[order] >> t & 1)};
+        walked_.knownHas = knownHas_;
     }
 
     // Bit k: compounds k..last match with `element` as compound k.
@@ -197,7 +311,7 @@ private:
 
     // Brings `root` and its ancestors onto the path, each after its earlier
     // siblings, since the selector may reach above and beside where the
-    // query starts.
+    // query starts. Their :has() is not known ahead: it is scanned.
     void enterAncestorsOf(const HTMLNode& root) {
         if (!root.isElement()) return;
         std::vector<const HTMLElement*> path;
@@ -218,14 +332,15 @@ private:
 
     const CompiledSelectorList& list_;
     SelectorMatchContext context_;
-    ChildPosition position_;
+    WalkedElement walked_;
     size_t width_;  // complex selectors in the list
     bool matchesAnything_ = false;
-    bool tracksTypes_ = false;
-    std::vector<const SimpleSelector*> trackedOf_;
-    std::vector<PositionAmongMatches> amongMatches_;  // the current element's, one per trackedOf_
-    std::vector<Masks> masks_;        // width_ per level
-    std::vector<LevelInfo> levels_;  // one per element on the current path, after level 0
+    Tracked tracked_;
+    std::vector<PositionAmongMatches> amongMatches_;  // the current element's, one per tracked_.nthOf
+    std::vector<KnownHas> knownHas_;                  // the current element's, one per tracked_.has
+    std::vector<uint8_t> hasAnswers_;                 // per element under the root, in document order
+    std::vector<Masks> masks_;                        // width_ per level
+    std::vector<LevelInfo> levels_;                   // one per element on the current path, after level 0
     size_t depth_ = 0;
 };
 

@@ -12,11 +12,13 @@
 // siblings. Each element so costs one compound test per compound whose left
 // side has matched. The walk also knows each element's position among its
 // siblings, among the siblings of its type, and among those matching the S of
-// an :nth-child(An+B of S), so the nth- pseudo-classes need not count.
+// an :nth-child(An+B of S), so the nth- pseudo-classes need not count; and a
+// first pass, bottom up, answers for every element each :has() whose
+// arguments look only downwards (`:has(img)`, `:has(> p b)`).
 //
 // What stays proportional to the neighbourhood is what lies inside a compound
-// and looks elsewhere: :has() scans its candidates, and :is()/:not() of
-// complex selectors match right to left.
+// and looks elsewhere: :has() with sibling combinators scans its candidates,
+// and :is()/:not() of complex selectors match right to left.
 #pragma once
 
 #include "CSSSelectorMatcher.h"

@@ -291,6 +291,10 @@ TEST(CSSSelector, DeepTreesAreMatchedWithoutRecursionOrQuadraticWalks) {
     EXPECT_TRUE(doc->querySelectorAll("span div").empty());
     EXPECT_EQ(ids(doc->querySelectorAll("body div div div > span:only-child")), "leaf");
     EXPECT_EQ(doc->querySelectorAll("div:has(> span)").size(), 1u);
+    EXPECT_EQ(doc->querySelectorAll("div:has(span)").size(), size_t(depth));
+    EXPECT_EQ(doc->querySelectorAll("div:has(* span)").size(), size_t(depth - 1));
+    EXPECT_EQ(doc->querySelectorAll("div:has(> div > span)").size(), 1u);
+    EXPECT_EQ(doc->querySelectorAll(":not(:has(div))").size(), 3u);  // head, the innermost div, the span
     EXPECT_EQ(doc->querySelectorAll(":not(.x) > div").size(), size_t(depth));
 
     HTMLElement* leaf = doc->querySelector("#leaf");

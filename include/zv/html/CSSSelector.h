@@ -25,11 +25,11 @@
 // declaration, which a selector string cannot carry: `svg|rect` does not parse.
 //
 // Cost: the queries in HTMLNode walk the subtree once and carry forward what
-// the combinators and the nth- pseudo-classes need, so a query costs about
-// elements x compounds however deep or wide the tree. Still matched in place:
-// :has() scans its candidates (for a descendant argument, each candidate's
-// subtree), and :is()/:not() of complex selectors look at ancestors and
-// siblings. matches() on a single element looks at its neighbourhood.
+// the combinators, the nth- pseudo-classes and :has() need, so a query costs
+// about elements x compounds however deep or wide the tree. Still matched in
+// place: :has() with `+` or `~` in its argument scans its candidates, and
+// :is()/:not() of complex selectors look at ancestors and siblings.
+// matches() on a single element looks at its neighbourhood.
 // Matching nests at most 32 functional pseudo-classes and 256 compounds per
 // complex selector; deeper text does not parse.
 #pragma once
