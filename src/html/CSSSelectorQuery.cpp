@@ -50,21 +50,6 @@ struct TypeTally {
 struct LevelInfo {
     int64_t childrenSeen = 0;
     int64_t childCount = -1;  // element children, counted when first needed
-    // Only when the list counts by type. Past kMaxTypes kinds of children
-    // the lookup would cost more than counting; the matcher counts then.
-    std::vector<TypeTally> types;
-    // For each tracked `of S`: the children matching S so far, and all of them.
-    std::vector<int64_t> matchesSeen;
-    std::vector<int64_t> matchCounts;
-
-    // Vectors keep their capacity for the next element at this depth.
-    void reset(size_t trackedOf) {
-        childrenSeen = 0;
-        childCount = -1;
-        types.clear();
-        matchesSeen.assign(trackedOf, 0);
-        matchCounts.assign(trackedOf, -1);
-    }
 };
 
 constexpr size_t kMaxTypes = 32;
@@ -72,24 +57,27 @@ constexpr size_t kMaxTracked = 8;
 
 // A :has() whose arguments look only downwards (`:has(img)`, `:has(> p b)`,
 // `:has(.a, td > img)`): one pass over the subtree, bottom up, answers it for
-// every element.
+// every element. Not worth it when every argument only looks at children
+// (`:has(> img)`): each element is some parent's child only once.
 bool isDownwardHas(const SimpleSelector& simple) {
     if (simple.kind != Kind::Has) return false;
+    bool reachesBelowChildren = false;
     for (const ComplexSelector& argument : simple.list->selectors) {
+        reachesBelowChildren |= argument.relativeScope == RelativeScope::Descendants;
         if (argument.compounds.size() > 64) return false;
         for (size_t k = 0; k + 1 < argument.compounds.size(); ++k) {
             Combinator c = argument.compounds[k].toLeft;
             if (c != Combinator::Child && c != Combinator::Descendant) return false;
         }
     }
-    return true;
+    return reachesBelowChildren;
 }
 
 // What the walk works out ahead for the element it is at: the pseudo-classes
 // in the list's compounds and in their :is() and :not(), which are matched on
 // that element (not those inside :has() or inside an S, matched on others).
 struct Tracked {
-    bool types = false;
+    bool types = false;  // past kMaxTypes kinds of children under one parent, the matcher counts
     std::vector<const SimpleSelector*> nthOf;
     std::vector<const SimpleSelector*> has;
 
@@ -127,9 +115,7 @@ public:
         knownHas_.resize(tracked_.has.size());
         context_.walked = &walked_;
         // Level 0 is what holds the topmost element: a document, a fragment or nothing.
-        masks_.resize(width_ * 16);
-        levels_.resize(16);
-        levels_[0].reset(tracked_.nthOf.size());
+        grow(32);
     }
 
     void run(const HTMLNode& root, const std::function<bool(HTMLElement&)>& found) {
@@ -157,19 +143,16 @@ private:
     void enter(const HTMLElement& element, size_t* order = nullptr) {
         size_t parent = depth_;
         size_t mine = ++depth_;
-        if (mine >= levels_.size()) {
-            levels_.resize(2 * levels_.size());
-            masks_.resize(width_ * levels_.size());
-        }
+        if (mine >= levels_.size()) grow(2 * levels_.size());
         LevelInfo& parentInfo = levels_[parent];
         walked_ = WalkedElement{};
         walked_.element = &element;
         walked_.index = ++parentInfo.childrenSeen;
         walked_.siblingCount = &parentInfo.childCount;
-        if (tracked_.types) tallyType(parentInfo, element);
-        if (!tracked_.nthOf.empty()) placeAmongMatches(parentInfo, element);
+        if (tracked_.types) tallyType(parent, element);
+        if (!tracked_.nthOf.empty()) placeAmongMatches(parent, element);
         if (order && !tracked_.has.empty()) recallHas((*order)++);
-        levels_[mine].reset(tracked_.nthOf.size());
+        startLevel(mine);
         for (size_t j = 0; j < width_; ++j) {
             const ComplexSelector& complex = list_.selectors[j];
             if (!complex.topDown) continue;
@@ -181,25 +164,47 @@ private:
         }
     }
 
-    void tallyType(LevelInfo& parent, const HTMLElement& element) {
-        for (TypeTally& tally : parent.types) {
+    void grow(size_t levels) {
+        levels_.resize(levels);
+        masks_.resize(width_ * levels);
+        if (tracked_.types) typeTallies_.resize(levels);
+        nthOfCounts_.resize(2 * tracked_.nthOf.size() * levels);
+        if (depth_ == 0) startLevel(0);
+    }
+
+    // A new element on the path has seen no children yet.
+    void startLevel(size_t level) {
+        levels_[level] = LevelInfo{};
+        if (tracked_.types) typeTallies_[level].clear();  // keeps its capacity for the next element here
+        size_t n = tracked_.nthOf.size();
+        for (size_t t = 0; t < n; ++t) {
+            nthOfCounts_[2 * (level * n + t)] = 0;       // children matching S so far
+            nthOfCounts_[2 * (level * n + t) + 1] = -1;  // all of them, when counted
+        }
+    }
+
+    void tallyType(size_t parent, const HTMLElement& element) {
+        std::vector<TypeTally>& tallies = typeTallies_[parent];
+        for (TypeTally& tally : tallies) {
             if (hasSameElementType(*tally.exemplar, element)) {
                 walked_.typeIndex = ++tally.seen;
                 walked_.typeCount = &tally.count;
                 return;
             }
         }
-        if (parent.types.size() == kMaxTypes) return;
-        parent.types.push_back({&element, 1, -1});
+        if (tallies.size() == kMaxTypes) return;
+        tallies.push_back({&element, 1, -1});
         walked_.typeIndex = 1;
-        walked_.typeCount = &parent.types.back().count;
+        walked_.typeCount = &tallies.back().count;
     }
 
-    void placeAmongMatches(LevelInfo& parent, const HTMLElement& element) {
-        for (size_t t = 0; t < tracked_.nthOf.size(); ++t) {
+    void placeAmongMatches(size_t parent, const HTMLElement& element) {
+        size_t n = tracked_.nthOf.size();
+        for (size_t t = 0; t < n; ++t) {
             const SimpleSelector* nth = tracked_.nthOf[t];
+            int64_t* counts = &nthOfCounts_[2 * (parent * n + t)];
             bool matches = matchesSelectorList(*nth->list, element, context_);
-            amongMatches_[t] = {nth, matches ? ++parent.matchesSeen[t] : 0, &parent.matchCounts[t]};
+            amongMatches_[t] = {nth, matches ? ++counts[0] : 0, &counts[1]};
         }
         walked_.amongMatches = amongMatches_;
     }
@@ -341,6 +346,8 @@ private:
     std::vector<uint8_t> hasAnswers_;                 // per element under the root, in document order
     std::vector<Masks> masks_;                        // width_ per level
     std::vector<LevelInfo> levels_;                   // one per element on the current path, after level 0
+    std::vector<std::vector<TypeTally>> typeTallies_;  // per level, when the list counts by type
+    std::vector<int64_t> nthOfCounts_;                // per level, per tracked `of S`: seen so far, all
     size_t depth_ = 0;
 };
 
