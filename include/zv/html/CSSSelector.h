@@ -22,7 +22,11 @@
 // `s` flag says otherwise. A tree attached to no document counts as no-quirks.
 //
 // A namespace prefix other than `*` (or none, `|p`) needs a namespace
-// declaration, which a selector string cannot carry: `svg|rect` does not parse.
+// declaration, which a selector string cannot carry: `svg|rect` does not parse;
+// nor does an unknown or vendor-prefixed pseudo-class or pseudo-element
+// (`::-moz-selection`), as in a browser. `:scope` is the element a query
+// runs on, the element itself for matches(), and the root element for a
+// query on a document or fragment.
 //
 // Cost: the queries in HTMLNode walk the subtree once and carry forward what
 // the combinators, the nth- pseudo-classes and :has() need, so a query costs
@@ -66,6 +70,7 @@ public:
     // HTMLNode read it once for the whole walk.
     bool matches(const HTMLElement& element) const;
 
+    // The compiled form, for the queries in HTMLNode; null when invalid.
     const CompiledSelectorList* compiled() const noexcept { return compiled_.get(); }
 
 private:
