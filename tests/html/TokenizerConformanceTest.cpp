@@ -3,6 +3,7 @@
 // known to fail are listed, with the reason, in tokenizer-known-failures.txt
 // beside this file; any other failure fails the test.
 #include <zv/html/HTMLTokenizer.h>
+#include "UTF8.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -38,24 +39,6 @@ std::optional<HTMLTokenizerState> stateNamed(const std::string& name) {
     auto it = states.find(name);
     if (it == states.end()) return std::nullopt;
     return it->second;
-}
-
-void appendUTF8(std::string& out, char32_t c) {
-    if (c < 0x80) {
-        out += char(c);
-    } else if (c < 0x800) {
-        out += char(0xC0 | (c >> 6));
-        out += char(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        out += char(0xE0 | (c >> 12));
-        out += char(0x80 | ((c >> 6) & 0x3F));
-        out += char(0x80 | (c & 0x3F));
-    } else {
-        out += char(0xF0 | (c >> 18));
-        out += char(0x80 | ((c >> 12) & 0x3F));
-        out += char(0x80 | ((c >> 6) & 0x3F));
-        out += char(0x80 | (c & 0x3F));
-    }
 }
 
 // The second round of unescaping of "doubleEscaped" cases: \uXXXX sequences,
