@@ -3,7 +3,9 @@
 // known to fail are listed, with the reason, in tokenizer-known-failures.txt
 // beside this file; any other failure fails the test.
 #include <zv/html/HTMLTokenizer.h>
+
 #include "UTF8.h"
+
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -64,7 +66,7 @@ std::optional<std::string> unescape(const std::string& s) {
             i += 6;
             *c = 0x10000 + ((*c - 0xD800) << 10) + (*low - 0xDC00);
         }
-        appendUTF8(out, *c);
+        zv::html::appendUTF8(out, *c);
     }
     return out;
 }
