@@ -2,6 +2,7 @@
 // Markup names and keywords are ASCII; these never look at other characters.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace zv::html {
@@ -17,6 +18,12 @@ inline int hexDigitValue(int c) noexcept {
     return lower < 6 ? int(lower) + 10 : -1;
 }
 inline char toASCIILower(char c) noexcept { return c >= 'A' && c <= 'Z' ? char(c + ('a' - 'A')) : c; }
+
+inline std::string toASCIILower(std::string_view s) {
+    std::string out(s);
+    for (char& c : out) c = toASCIILower(c);
+    return out;
+}
 
 inline bool equalsIgnoringASCIICase(std::string_view a, std::string_view b) noexcept {
     if (a.size() != b.size()) return false;

@@ -1,6 +1,6 @@
 #include "CSSAnPlusB.h"
 
-#include "ASCIICase.h"
+#include "ASCIIText.h"
 
 #include <climits>
 

@@ -1,6 +1,6 @@
 #include "CSSSelectorMatcher.h"
 
-#include "ASCIICase.h"
+#include "ASCIIText.h"
 #include "HTMLElementStates.h"
 
 #include <zv/html/HTMLCharacterData.h>

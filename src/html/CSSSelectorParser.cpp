@@ -1,6 +1,6 @@
 #include "CSSSelectorParser.h"
 
-#include "ASCIICase.h"
+#include "ASCIIText.h"
 #include "CSSAnPlusB.h"
 #include "CSSSelectorTokenizer.h"
 

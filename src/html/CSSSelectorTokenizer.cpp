@@ -1,5 +1,8 @@
 #include "CSSSelectorTokenizer.h"
 
+#include "ASCIIText.h"
+#include "UTF8.h"
+
 #include <climits>
 
 namespace zv::html {
@@ -8,33 +11,14 @@ namespace {
 
 constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
-bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
-bool isHexDigit(char c) noexcept { return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
-int hexValue(char c) noexcept { return isDigit(c) ? c - '0' : (c | 0x20) - 'a' + 10; }
+bool isDigit(char c) noexcept { return isASCIIDigit(c); }
+bool isHexDigit(char c) noexcept { return hexDigitValue(c) >= 0; }
 bool isWhitespace(char c) noexcept { return c == ' ' || c == '\t' || c == '\n'; }
 // Bytes of non-ASCII characters all count, so UTF-8 passes through whole.
 bool isNameStart(char c) noexcept {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || uint8_t(c) >= 0x80;
 }
 bool isNameChar(char c) noexcept { return isNameStart(c) || isDigit(c) || c == '-'; }
-
-void appendUTF8(std::string& out, char32_t c) {
-    if (c < 0x80) {
-        out += char(c);
-    } else if (c < 0x800) {
-        out += char(0xC0 | (c >> 6));
-        out += char(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        out += char(0xE0 | (c >> 12));
-        out += char(0x80 | ((c >> 6) & 0x3F));
-        out += char(0x80 | (c & 0x3F));
-    } else {
-        out += char(0xF0 | (c >> 18));
-        out += char(0x80 | ((c >> 12) & 0x3F));
-        out += char(0x80 | ((c >> 6) & 0x3F));
-        out += char(0x80 | (c & 0x3F));
-    }
-}
 
 // CR, CR LF and FF become LF; NUL becomes U+FFFD.
 std::string preprocess(std::string_view text) {
@@ -107,7 +91,7 @@ private:
             return;
         }
         char32_t value = 0;
-        for (int n = 0; n < 6 && isHexDigit(at(i_)); ++n) value = value * 16 + hexValue(s_[i_++]);
+        for (int n = 0; n < 6 && isHexDigit(at(i_)); ++n) value = value * 16 + hexDigitValue(s_[i_++]);
         if (isWhitespace(at(i_))) ++i_;
         bool invalid = value == 0 || (value >= 0xD800 && value <= 0xDFFF) || value > 0x10FFFF;
         if (invalid)

@@ -1,6 +1,6 @@
 #include "HTMLElementStates.h"
 
-#include "ASCIICase.h"
+#include "ASCIIText.h"
 
 namespace zv::html {
 
