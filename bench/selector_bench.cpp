@@ -122,9 +122,10 @@ private:
     size_t i_ = 0;
 };
 
-size_t countElements(HTMLNode& root) {
+// The elements a query on `root` looks at: its descendants.
+size_t countDescendantElements(HTMLNode& root) {
     size_t count = 0;
-    for (HTMLNode* n = &root; n; n = nextNodeInSubtree(n, &root)) count += n->isElement();
+    for (HTMLNode* n = root.firstChild(); n; n = nextNodeInSubtree(n, &root)) count += n->isElement();
     return count;
 }
 
@@ -153,9 +154,9 @@ bool loadNewsletter(const std::string& path) {
         n.selectors.push_back(CSSSelector::parse(text));
         invalid += !n.selectors.back().isValid();
     }
-    n.bodyElements = countElements(*n.document->body());
+    n.bodyElements = countDescendantElements(*n.document->body());
     std::cerr << path << ": " << n.texts.size() << " selectors (" << invalid << " that do not parse), "
-              << n.bodyElements << " elements in <body>\n";
+              << n.bodyElements << " elements under <body>\n";
     return true;
 }
 
