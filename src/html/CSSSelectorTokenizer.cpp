@@ -11,14 +11,13 @@ namespace {
 
 constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
-bool isDigit(char c) noexcept { return isASCIIDigit(c); }
 bool isHexDigit(char c) noexcept { return hexDigitValue(c) >= 0; }
 bool isWhitespace(char c) noexcept { return c == ' ' || c == '\t' || c == '\n'; }
 // Bytes of non-ASCII characters all count, so UTF-8 passes through whole.
 bool isNameStart(char c) noexcept {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || uint8_t(c) >= 0x80;
 }
-bool isNameChar(char c) noexcept { return isNameStart(c) || isDigit(c) || c == '-'; }
+bool isNameChar(char c) noexcept { return isNameStart(c) || isASCIIDigit(c) || c == '-'; }
 
 // CR, CR LF and FF become LF; NUL becomes U+FFFD.
 std::string preprocess(std::string_view text) {
@@ -73,11 +72,11 @@ private:
     bool startsNumber(size_t i) const noexcept {
         char c = at(i);
         if (c == '+' || c == '-') {
-            if (isDigit(at(i + 1))) return true;
-            return at(i + 1) == '.' && isDigit(at(i + 2));
+            if (isASCIIDigit(at(i + 1))) return true;
+            return at(i + 1) == '.' && isASCIIDigit(at(i + 2));
         }
-        if (c == '.') return isDigit(at(i + 1));
-        return isDigit(c);
+        if (c == '.') return isASCIIDigit(at(i + 1));
+        return isASCIIDigit(c);
     }
 
     // After the backslash.
@@ -169,7 +168,7 @@ private:
         case '\\': return isValidEscape(i_) ? consumeIdentLike() : delim();
         default: break;
         }
-        if (isDigit(c)) return consumeNumeric();
+        if (isASCIIDigit(c)) return consumeNumeric();
         if (isNameStart(c)) return consumeIdentLike();
         return delim();
     }
@@ -227,18 +226,18 @@ private:
             ++i_;
         }
         int64_t magnitude = 0;
-        for (; isDigit(at(i_)); ++i_) magnitude = std::min<int64_t>(magnitude * 10 + (s_[i_] - '0'), INT_MAX);
-        if (at(i_) == '.' && isDigit(at(i_ + 1))) {
+        for (; isASCIIDigit(at(i_)); ++i_) magnitude = std::min<int64_t>(magnitude * 10 + (s_[i_] - '0'), INT_MAX);
+        if (at(i_) == '.' && isASCIIDigit(at(i_ + 1))) {
             t.isInteger = false;
-            for (++i_; isDigit(at(i_)); ++i_) {}
+            for (++i_; isASCIIDigit(at(i_)); ++i_) {}
         }
         char e = at(i_);
         bool exponent = (e == 'e' || e == 'E') &&
-                        (isDigit(at(i_ + 1)) || ((at(i_ + 1) == '+' || at(i_ + 1) == '-') && isDigit(at(i_ + 2))));
+                        (isASCIIDigit(at(i_ + 1)) || ((at(i_ + 1) == '+' || at(i_ + 1) == '-') && isASCIIDigit(at(i_ + 2))));
         if (exponent) {
             t.isInteger = false;
-            i_ += isDigit(at(i_ + 1)) ? 1 : 2;
-            while (isDigit(at(i_))) ++i_;
+            i_ += isASCIIDigit(at(i_ + 1)) ? 1 : 2;
+            while (isASCIIDigit(at(i_))) ++i_;
         }
         t.integer = negative ? -magnitude : magnitude;
         if (startsIdentifier(i_)) {
