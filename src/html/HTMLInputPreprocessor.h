@@ -1,0 +1,67 @@
+// The tokenizer's input stream: the source with newlines normalised (CR LF and
+// lone CR become LF) and invalid UTF-8 replaced by U+FFFD, prepared into one
+// contiguous buffer a chunk at a time as the tokenizer reaches its end.
+//
+// Nothing is read at construction, so a caller that takes only the first
+// tokens of a large document pays only for the chunks those tokens cover.
+// The buffer can move when invalid bytes make it outgrow its reservation, so
+// hold offsets into it, not pointers, across calls to prepareMore().
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace zv::html {
+
+class HTMLInputPreprocessor {
+public:
+    // Source bytes per chunk; a chunk ends early or late only to keep a
+    // CR LF pair or a UTF-8 sequence whole.
+    static constexpr size_t kChunkSize = 32 * 1024;
+
+    // `source` must stay alive and unchanged while chunks are still to come.
+    explicit HTMLInputPreprocessor(std::string_view source) noexcept : source_(source) {}
+
+    const char* data() const noexcept { return buffer_.data(); }
+    size_t size() const noexcept { return buffer_.size(); }
+    // Whether the whole source has been prepared.
+    bool finished() const noexcept { return sourcePosition_ == source_.size(); }
+
+    // Appends the next chunk, which is never empty; false when there was
+    // nothing left to prepare.
+    bool prepareMore();
+
+    // Calls report(offset, code) for each control or noncharacter in `text`,
+    // which must be prepared (valid) UTF-8; the HTML standard counts them as
+    // parse errors of the input stream.
+    template <typename Report>
+    static void findInputStreamErrors(std::string_view text, Report&& report);
+
+private:
+    std::string_view source_;
+    size_t sourcePosition_ = 0;
+    std::string buffer_;
+};
+
+template <typename Report>
+void HTMLInputPreprocessor::findInputStreamErrors(std::string_view text, Report&& report) {
+    for (size_t i = 0; i < text.size();) {
+        auto b = uint8_t(text[i]);
+        if (b < 0x80) {
+            bool control = (b < 0x20 && b != '\t' && b != '\n' && b != '\f' && b != 0) || b == 0x7F;
+            if (control) report(i, "control-character-in-input-stream");
+            ++i;
+            continue;
+        }
+        size_t length = b >= 0xF0 ? 4 : b >= 0xE0 ? 3 : 2;
+        char32_t c = b & (0x7F >> length);
+        for (size_t k = 1; k < length && i + k < text.size(); ++k) c = (c << 6) | (uint8_t(text[i + k]) & 0x3F);
+        if (c >= 0x80 && c <= 0x9F) report(i, "control-character-in-input-stream");
+        else if ((c >= 0xFDD0 && c <= 0xFDEF) || (c & 0xFFFE) == 0xFFFE) report(i, "noncharacter-in-input-stream");
+        i += length;
+    }
+}
+
+}  // namespace zv::html
