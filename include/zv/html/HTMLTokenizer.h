@@ -3,7 +3,8 @@
 // The caller takes one token at a time and may stop whenever it likes; input
 // is preprocessed (newlines normalised, invalid UTF-8 replaced) in chunks as
 // the tokenizer reaches them, so reading the first tokens of a large document
-// costs only what those tokens cover.
+// costs only what those tokens cover. That is also why the tokenizer reads
+// the caller's text in place: it must outlive the tokenizer.
 #pragma once
 
 #include <zv/html/HTMLToken.h>
@@ -30,8 +31,10 @@ class HTMLTokenizer {
 public:
     using ParseErrorCallback = std::function<void(const HTMLParseError&)>;
 
-    // The input is UTF-8 and is copied lazily; `html` need not outlive the tokenizer.
+    // `html` is UTF-8 and must stay alive and unchanged while tokens are taken.
     explicit HTMLTokenizer(std::string_view html);
+    // A temporary would be gone before the first chunk is read.
+    explicit HTMLTokenizer(std::string&&) = delete;
     ~HTMLTokenizer();
     HTMLTokenizer(const HTMLTokenizer&) = delete;
     HTMLTokenizer& operator=(const HTMLTokenizer&) = delete;
