@@ -50,9 +50,10 @@ TEST(ZvwkCommand, ParsePrintsTheTestSuiteTreeFormat) {
 }
 
 TEST(ZvwkCommand, ParseFragmentInForeignContext) {
-    Run run = zvwk("parse --fragment 'svg path' -", "<b>x</b>");
+    // <g> stays in the context's namespace; <b> breaks out of foreign content.
+    Run run = zvwk("parse --fragment 'svg path' -", "<g>x</g><b>y</b>");
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, "| <svg b>\n|   \"x\"\n");
+    EXPECT_EQ(run.out, "| <svg g>\n|   \"x\"\n| <b>\n|   \"y\"\n");
 }
 
 TEST(ZvwkCommand, TokenizePrintsOneJSONArrayWithMergedCharacters) {

@@ -54,6 +54,8 @@ public:
     // Adds without checking for an existing one: for the parser, whose
     // tokens are already free of duplicates.
     void appendAttribute(HTMLAttribute attribute) { attributes_.push_back(std::move(attribute)); }
+    // Room for `count` attributes, so the parser allocates once per element.
+    void reserveAttributes(size_t count) { attributes_.reserve(count); }
 
     // "id" and "class", empty when absent.
     std::string_view elementId() const noexcept;

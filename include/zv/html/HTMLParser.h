@@ -51,9 +51,12 @@ public:
 
     // The name of the encoding the input was decoded from ("UTF-8" for text).
     const std::string& encoding() const noexcept { return encoding_; }
+    // In the order they arose. Tokenizer errors carry their position; tree
+    // construction errors have line and column 0, since tokens carry none.
     const std::vector<HTMLParseError>& parseErrors() const noexcept { return errors_; }
 
 private:
+    std::string input_;  // the tokenizer reads it in place
     std::unique_ptr<HTMLTokenizer> tokenizer_;
     HTMLParserOptions options_;
     std::string encoding_ = "UTF-8";

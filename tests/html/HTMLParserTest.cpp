@@ -1,0 +1,323 @@
+// What the html5lib corpus does not reach: the public entry points around the
+// tree builder (innerHTML, documentWithString, byte input), error collection,
+// very deep documents, and serialize-then-reparse stability.
+#include <zv/html/HTMLCharacterData.h>
+#include <zv/html/HTMLParser.h>
+#include <zv/html/HTMLSerializer.h>
+#include <zv/html/HTMLTreeDump.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using namespace zv::html;
+
+namespace {
+
+Ref<HTMLElement> elementInBody(Ref<HTMLDocument>& holder, std::string_view html, std::string_view name) {
+    holder = HTMLDocument::documentWithString(html);
+    for (HTMLNode* n = holder->body()->firstChild(); n; n = n->nextSibling())
+        if (auto* e = n->as<HTMLElement>(); e && e->localName() == name) return e;
+    return nullptr;
+}
+
+TEST(HTMLParserFragments, InnerHTMLFollowsTheContextElement) {
+    struct Case {
+        const char* context;
+        const char* html;
+        const char* tree;
+    };
+    const Case cases[] = {
+        // A cell: table parts that need a table are dropped, content stays.
+        {"td", "<b>x</b><td>y", "| <b>\n|   \"x\"\n| \"y\"\n"},
+        // A row: cells are parsed as cells, not as body content.
+        {"tr", "<td>a<td>b", "| <td>\n|   \"a\"\n| <td>\n|   \"b\"\n"},
+        // A select context drops <input> and nested <select>, keeps options.
+        {"select", "<option>a<input><select><option>b", "| <option>\n|   \"a\"\n| <option>\n|   \"b\"\n"},
+        // Raw text contexts: the markup is text.
+        {"textarea", "<b>x</b>", "| \"<b>x</b>\"\n"},
+        {"title", "a &amp; <i>b</i>", "| \"a & <i>b</i>\"\n"},
+        {"style", "p > a { }", "| \"p > a { }\"\n"},
+        {"script", "if (a<b) {}", "| \"if (a<b) {}\"\n"},
+        // Scripting is off for innerHTML, so <noscript> content is markup.
+        {"noscript", "<b>x", "| <b>\n|   \"x\"\n"},
+        {"plaintext", "</plaintext><b>", "| \"</plaintext><b>\"\n"},
+    };
+    for (const auto& c : cases) {
+        Ref<HTMLElement> context = HTMLElement::create(c.context);
+        context->setInnerHTML(c.html);
+        EXPECT_EQ(dumpTree(*context), c.tree) << c.context << " / " << c.html;
+    }
+}
+
+TEST(HTMLParserFragments, ForeignContextsKeepTheirNamespace) {
+    Ref<HTMLElement> svg = HTMLElement::create("svg", Namespace::SVG);
+    svg->setInnerHTML("<circle r='1'/><foreignobject><p>x</p></foreignobject><b>y</b>");
+    EXPECT_EQ(dumpTree(*svg),
+              "| <svg circle>\n"
+              "|   r=\"1\"\n"
+              "| <svg foreignObject>\n"
+              "|   <p>\n"
+              "|     \"x\"\n"
+              "| <b>\n"
+              "|   \"y\"\n");
+
+    // CDATA sections are open from the first token of a foreign fragment.
+    Ref<HTMLElement> path = HTMLElement::create("path", Namespace::SVG);
+    path->setInnerHTML("<![CDATA[a<b>]]>");
+    EXPECT_EQ(dumpTree(*path), "| \"a<b>\"\n");
+
+    Ref<HTMLElement> mi = HTMLElement::create("mi", Namespace::MathML);
+    mi->setInnerHTML("<mglyph/><i>x</i>");
+    EXPECT_EQ(dumpTree(*mi), "| <math mglyph>\n| <i>\n|   \"x\"\n");
+}
+
+TEST(HTMLParserFragments, InnerHTMLReplacesChildrenAndFillsTemplateContents) {
+    Ref<HTMLDocument> document;
+    Ref<HTMLElement> div = elementInBody(document, "<div><p>old</p>text</div>", "div");
+    ASSERT_TRUE(div);
+    div->setInnerHTML("<i>new</i>");
+    EXPECT_EQ(serializeChildren(*div), "<i>new</i>");
+    EXPECT_EQ(div->parentNode(), document->body());
+
+    Ref<HTMLElement> tmpl = HTMLElement::create("template");
+    tmpl->setInnerHTML("<tr><td>cell</td></tr>");
+    EXPECT_FALSE(tmpl->hasChildNodes());
+    ASSERT_TRUE(tmpl->templateContent());
+    EXPECT_EQ(dumpTree(*tmpl->templateContent()), "| <tr>\n|   <td>\n|     \"cell\"\n");
+    tmpl->setInnerHTML("<col>");
+    EXPECT_EQ(dumpTree(*tmpl->templateContent()), "| <col>\n");
+}
+
+TEST(HTMLParserFragments, FragmentsInheritTheContextDocumentsQuirksMode) {
+    Ref<HTMLDocument> quirks;
+    Ref<HTMLElement> inQuirks = elementInBody(quirks, "<div></div>", "div");
+    inQuirks->setInnerHTML("<p><table></table>");
+    EXPECT_EQ(serializeChildren(*inQuirks), "<p><table></table></p>");
+
+    Ref<HTMLDocument> standard;
+    Ref<HTMLElement> inStandard = elementInBody(standard, "<!DOCTYPE html><div></div>", "div");
+    inStandard->setInnerHTML("<p><table></table>");
+    EXPECT_EQ(serializeChildren(*inStandard), "<p></p><table></table>");
+}
+
+TEST(HTMLParserFragments, AFormAroundTheContextSuppressesNestedForms) {
+    Ref<HTMLDocument> document;
+    Ref<HTMLElement> form = elementInBody(document, "<form><div></div></form>", "form");
+    ASSERT_TRUE(form);
+    auto* div = form->firstElementChild();
+    ASSERT_TRUE(div);
+    div->setInnerHTML("<form id=inner><input></form>");
+    EXPECT_EQ(serializeChildren(*div), "<input>");
+
+    Ref<HTMLElement> detached = HTMLElement::create("div");
+    detached->setInnerHTML("<form id=inner><input></form>");
+    EXPECT_EQ(serializeChildren(*detached), "<form id=\"inner\"><input></form>");
+}
+
+TEST(HTMLParserDocuments, DocumentWithStringBuildsHeadBodyAndTitle) {
+    Ref<HTMLDocument> document = HTMLDocument::documentWithString("<title>  Mail   from\nBob </title><p>Hi");
+    ASSERT_TRUE(document->head());
+    ASSERT_TRUE(document->body());
+    EXPECT_EQ(document->title(), "Mail from Bob");
+    EXPECT_EQ(serializeChildren(*document->body()), "<p>Hi</p>");
+    EXPECT_EQ(document->quirksMode(), HTMLQuirksMode::Quirks);
+
+    EXPECT_EQ(HTMLDocument::documentWithString("<!DOCTYPE html>")->quirksMode(), HTMLQuirksMode::NoQuirks);
+    EXPECT_EQ(HTMLDocument::documentWithString(
+                  "<!DOCTYPE html PUBLIC \"-//W3C//DTD XHTML 1.0 Transitional//EN\" \"x\">")->quirksMode(),
+              HTMLQuirksMode::LimitedQuirks);
+
+    // Empty input still has the three implied elements.
+    Ref<HTMLDocument> empty = HTMLDocument::documentWithString("");
+    EXPECT_EQ(dumpTree(*empty), "| <html>\n|   <head>\n|   <body>\n");
+}
+
+TEST(HTMLParserDocuments, DoctypeDecidesTheQuirksMode) {
+    struct Case {
+        const char* doctype;
+        HTMLQuirksMode mode;
+    };
+    const Case cases[] = {
+        {"<!DOCTYPE html>", HTMLQuirksMode::NoQuirks},
+        {"<!doctype HTML system 'about:legacy-compat'>", HTMLQuirksMode::NoQuirks},
+        {"<!DOCTYPE>", HTMLQuirksMode::Quirks},  // no name: force-quirks
+        {"<!DOCTYPE svg>", HTMLQuirksMode::Quirks},
+        {"<!DOCTYPE html PUBLIC '-//W3C//DTD HTML 4.01//EN' 'http://www.w3.org/TR/html4/strict.dtd'>",
+         HTMLQuirksMode::NoQuirks},
+        {"<!DOCTYPE html PUBLIC '-//W3C//DTD HTML 4.01 Transitional//EN'>", HTMLQuirksMode::Quirks},
+        {"<!DOCTYPE html PUBLIC '-//W3C//DTD HTML 4.01 Transitional//EN' 'http://www.w3.org/TR/html4/loose.dtd'>",
+         HTMLQuirksMode::LimitedQuirks},
+        {"<!DOCTYPE html PUBLIC '-//w3c//dtd html 4.0 transitional//en'>", HTMLQuirksMode::Quirks},
+        {"<!DOCTYPE html PUBLIC '-//W3O//DTD W3 HTML Strict 3.0//EN//'>", HTMLQuirksMode::Quirks},
+        {"<!DOCTYPE html PUBLIC '-//W3O//DTD W3 HTML Strict 3.0//EN//x'>", HTMLQuirksMode::NoQuirks},
+        {"<!DOCTYPE html PUBLIC '-//SoftQuad Software//DTD HoTMetaL PRO 6.0::19990601::extensions to HTML "
+         "4.0//EN'>",
+         HTMLQuirksMode::Quirks},
+        {"<!DOCTYPE html SYSTEM 'http://www.ibm.com/data/dtd/v11/ibmxhtml1-transitional.dtd'>",
+         HTMLQuirksMode::Quirks},
+        {"<!DOCTYPE html PUBLIC '-//W3C//DTD XHTML 1.0 Frameset//EN' 'x'>", HTMLQuirksMode::LimitedQuirks},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(HTMLDocument::documentWithString(c.doctype)->quirksMode(), c.mode) << c.doctype;
+
+    // The one tree difference: in quirks mode a <table> does not close a <p>.
+    EXPECT_EQ(serializeChildren(*HTMLDocument::documentWithString("<p><table></table>")->body()),
+              "<p><table></table></p>");
+    EXPECT_EQ(serializeChildren(*HTMLDocument::documentWithString("<!DOCTYPE html><p><table></table>")->body()),
+              "<p></p><table></table>");
+}
+
+TEST(HTMLParserDocuments, NoahsArkKeepsThreeIdenticalFormattingElements) {
+    // Attribute order does not make entries different, so the earliest of the
+    // four identical <b>s is not reopened after the </p>; the x=9 one is.
+    Ref<HTMLDocument> document =
+        HTMLDocument::documentWithString("<!DOCTYPE html><p><b x=1 y=2><b y=2 x=1><b x=1 y=2><b y=2 x=1><b x=9></p>z");
+    EXPECT_EQ(serializeChildren(*document->body()),
+              "<p><b x=\"1\" y=\"2\"><b y=\"2\" x=\"1\"><b x=\"1\" y=\"2\"><b y=\"2\" x=\"1\"><b x=\"9\">"
+              "</b></b></b></b></b></p>"
+              "<b y=\"2\" x=\"1\"><b x=\"1\" y=\"2\"><b y=\"2\" x=\"1\"><b x=\"9\">z</b></b></b></b>");
+}
+
+TEST(HTMLParserDocuments, EachParserParsesOnce) {
+    HTMLParser parser("<p>x");
+    Ref<HTMLDocument> first = parser.parseDocument();
+    EXPECT_EQ(parser.parseDocument(), first);
+    // The input went into the document; a fragment from the same parser is empty.
+    Ref<HTMLElement> div = HTMLElement::create("div");
+    EXPECT_FALSE(parser.parseFragment(*div)->hasChildNodes());
+}
+
+TEST(HTMLParserBytes, EncodingComesFromTheBOMTheMetaOrTheDefault) {
+    // UTF-8 byte order mark: used, and not part of the text.
+    auto bom = HTMLParser::parserForBytes("\xEF\xBB\xBF<p>\xC3\xA9");
+    EXPECT_EQ(serializeChildren(*bom->parseDocument()->body()), "<p>\xC3\xA9</p>");
+    EXPECT_EQ(bom->encoding(), "UTF-8");
+
+    // UTF-16LE with a byte order mark.
+    const std::string utf16("\xFF\xFE<\0p\0>\0\xE9\0", 10);
+    auto wide = HTMLParser::parserForBytes(utf16);
+    EXPECT_EQ(wide->encoding(), "UTF-16LE");
+    EXPECT_EQ(serializeChildren(*wide->parseDocument()->body()), "<p>\xC3\xA9</p>");
+
+    // A <meta> charset beats the default.
+    auto meta = HTMLParser::parserForBytes("<meta charset=iso-8859-2><p>\xB1", {}, "UTF-8");
+    EXPECT_EQ(meta->encoding(), "ISO-8859-2");
+    EXPECT_EQ(serializeChildren(*meta->parseDocument()->body()), "<p>\xC4\x85</p>");
+
+    // Nothing declared: windows-1252 unless the caller names another default.
+    auto fallback = HTMLParser::parserForBytes("<p>\xE9\x80");
+    EXPECT_EQ(fallback->encoding(), "windows-1252");
+    EXPECT_EQ(serializeChildren(*fallback->parseDocument()->body()), "<p>\xC3\xA9\xE2\x82\xAC</p>");
+    auto utf8 = HTMLParser::parserForBytes("<p>\xE9", {}, "UTF-8");
+    EXPECT_EQ(serializeChildren(*utf8->parseDocument()->body()), "<p>\xEF\xBF\xBD</p>");
+}
+
+TEST(HTMLParserBytes, TransportEncodingRanksBetweenTheBOMAndTheMeta) {
+    auto transport = HTMLParser::parserForBytes("<meta charset=utf-8><p>\xB1", "iso-8859-2");
+    EXPECT_EQ(transport->encoding(), "ISO-8859-2");
+    EXPECT_EQ(serializeChildren(*transport->parseDocument()->body()), "<p>\xC4\x85</p>");
+    auto bom = HTMLParser::parserForBytes("\xEF\xBB\xBF<p>\xC4\x85", "iso-8859-2");
+    EXPECT_EQ(bom->encoding(), "UTF-8");
+    EXPECT_EQ(serializeChildren(*bom->parseDocument()->body()), "<p>\xC4\x85</p>");
+}
+
+TEST(HTMLParserBytes, TheParserKeepsItsOwnCopyOfTheInput) {
+    std::string html = "<p>kept</p>";
+    HTMLParser parser(html);
+    html.assign(html.size(), 'x');
+    EXPECT_EQ(serializeChildren(*parser.parseDocument()->body()), "<p>kept</p>");
+}
+
+// Depth of the last-child chain below `node`, and where it ends.
+size_t lastChildDepth(const HTMLNode& node, const HTMLNode** deepest = nullptr) {
+    size_t depth = 0;
+    const HTMLNode* last = &node;
+    for (const HTMLNode* n = node.lastChild(); n; n = n->lastChild()) {
+        ++depth;
+        last = n;
+    }
+    if (deepest) *deepest = last;
+    return depth;
+}
+
+TEST(HTMLParserDeepNesting, HundredThousandLevelsParseAndFreeWithoutRecursion) {
+    constexpr size_t kDepth = 100000;
+    std::string divs;
+    for (size_t i = 0; i < kDepth; ++i) divs += "<div>";
+    divs += "x";
+    Ref<HTMLDocument> document = HTMLDocument::documentWithString(divs);
+    EXPECT_EQ(lastChildDepth(*document->body()), kDepth + 1);  // the divs and the text
+
+    std::string bolds;
+    for (size_t i = 0; i < kDepth; ++i) bolds += "<b>";
+    bolds += "x</p>y";
+    document = HTMLDocument::documentWithString(bolds);
+    EXPECT_EQ(lastChildDepth(*document->body()), kDepth + 1);
+
+    // Tables and formatting elements nested deep.
+    std::string tables;
+    for (size_t i = 0; i < 20000; ++i) tables += "<table><tr><td><b><i>";
+    tables += "x";
+    document = HTMLDocument::documentWithString(tables);
+    EXPECT_EQ(lastChildDepth(*document->body()), 20000u * 6 + 1);
+
+    // The adoption agency moving a subtree 50,000 deep.
+    std::string misnested = "<b>";
+    for (size_t i = 0; i < 50000; ++i) misnested += "<div>";
+    misnested += "</b>x";
+    document = HTMLDocument::documentWithString(misnested);
+    const HTMLNode* deepest = nullptr;
+    EXPECT_GT(lastChildDepth(*document->body(), &deepest), 50000u);
+    ASSERT_TRUE(deepest->isText());
+    EXPECT_EQ(static_cast<const HTMLText*>(deepest)->data(), "x");
+}
+
+TEST(HTMLParserErrors, CollectedOnlyWhenAskedFor) {
+    const char* html = "<p>unclosed <b>bold</p></i><div id=a id=b>";
+    HTMLParser quiet(html);
+    quiet.parseDocument();
+    EXPECT_TRUE(quiet.parseErrors().empty());
+
+    HTMLParserOptions options;
+    options.collectErrors = true;
+    HTMLParser loud(html, options);
+    Ref<HTMLDocument> document = loud.parseDocument();
+    const auto& errors = loud.parseErrors();
+    auto has = [&](std::string_view code) {
+        for (const auto& e : errors)
+            if (e.code == code) return true;
+        return false;
+    };
+    EXPECT_TRUE(has("missing-doctype"));           // tree construction
+    EXPECT_TRUE(has("duplicate-attribute"));       // tokenizer
+    EXPECT_TRUE(has("unexpected-end-tag"));        // the stray </i>
+    EXPECT_TRUE(has("eof-with-unclosed-elements"));
+    for (const auto& e : errors)
+        if (e.code == "duplicate-attribute") EXPECT_EQ(e.line, 1u);
+    // Errors do not change the tree.
+    EXPECT_EQ(dumpTree(*document), dumpTree(*HTMLDocument::documentWithString(html)));
+}
+
+TEST(HTMLParserRoundTrip, ReparsingTheSerializationGivesTheSameTree) {
+    const char* inputs[] = {
+        "<b><i>x</b>y</i>z",
+        "<table>text<tr><td>cell<td>two</table>after",
+        "<pre>\nfirst newline dropped</pre><textarea>\nt</textarea><listing>\nl</listing>",
+        "<svg viewBox='0 0 1 1'><foreignObject><p>x</p></foreignObject><use xlink:href='#a'/></svg>",
+        "<math><mi>x</mi><annotation-xml encoding='text/html'><div>y</div></annotation-xml></math>",
+        "<template><tr><td>x</td></tr></template><p>a<p>b",
+        "<!DOCTYPE html><!-- c --><select><option selected>x<option>y</select>",
+        "<a href=1><div><a href=2>nested</a></div></a>",
+        "<ul><li>one<li>two</ul><dl><dt>t<dd>d</dl>",
+        "<p>1 &lt; 2 &amp; 3&nbsp;4</p><script>if (a < b) {}</script><style>a>b{}</style>",
+    };
+    for (const char* input : inputs) {
+        Ref<HTMLDocument> first = HTMLDocument::documentWithString(input);
+        const std::string serialized = serializeChildren(*first);
+        Ref<HTMLDocument> second = HTMLDocument::documentWithString(serialized);
+        EXPECT_EQ(dumpTree(*second), dumpTree(*first)) << input << "\nserialized: " << serialized;
+    }
+}
+
+}  // namespace
