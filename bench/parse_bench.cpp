@@ -7,8 +7,9 @@
 //       synthetic-newsletter.html (the large mail). Reports bytes per second.
 //   parse_bench --peak-memory zvhtml|gumbo FILE
 //       Parses FILE once and prints how far the parse raised the process's
-//       peak resident set (ru_maxrss), in KiB. Run it in a fresh process per
-//       parser: the peak never goes down, so a second parse would hide.
+//       peak resident set above what it held before, in KiB. Run it in a
+//       fresh process per parser, so that one parser's freed memory does not
+//       hide the other's.
 //
 // Both parsers build and free a whole tree for every document: zvhtml
 // through HTMLDocument::documentWithString and the last Ref's release,
@@ -17,11 +18,10 @@
 
 #include <benchmark/benchmark.h>
 #include <gumbo.h>
-#include <sys/resource.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -82,10 +82,26 @@ void registerBenchmark(const std::string& name, Parse parse, const std::vector<s
     })->Unit(benchmark::kMillisecond);
 }
 
-long peakResidentKiB() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss;
+// A "Vm…:" line of /proc/self/status, in KiB. VmHWM, unlike getrusage's
+// ru_maxrss, belongs to this program alone: ru_maxrss survives exec and
+// starts at the peak of whatever process launched the benchmark.
+std::optional<long> statusKiB(std::string_view field) {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.starts_with(field) && line.size() > field.size() && line[field.size()] == ':')
+            return std::stol(line.substr(field.size() + 1));
+    }
+    return std::nullopt;
+}
+
+// Writing 5 to clear_refs brings the high-water mark down to the current
+// resident set, so what reading the file freed again is not counted.
+bool resetPeakResident() {
+    std::ofstream clearRefs("/proc/self/clear_refs");
+    clearRefs << "5";
+    clearRefs.flush();
+    return bool(clearRefs);
 }
 
 int measurePeakMemory(std::string_view parser, const fs::path& path) {
@@ -99,10 +115,15 @@ int measurePeakMemory(std::string_view parser, const fs::path& path) {
         std::cerr << "parse_bench: " << path.string() << ": cannot read\n";
         return 1;
     }
-    const long baseline = peakResidentKiB();
+    const auto baseline = statusKiB("VmRSS");
+    if (!baseline || !resetPeakResident()) {
+        std::cerr << "parse_bench: --peak-memory needs /proc/self/status and /proc/self/clear_refs\n";
+        return 1;
+    }
     parse(*html);
-    const long peak = peakResidentKiB();
-    std::cout << parser << " peak-memory-kib " << (peak - baseline) << " input-bytes " << html->size() << '\n';
+    const auto peak = statusKiB("VmHWM");
+    std::cout << parser << " peak-memory-kib " << (peak.value_or(0) - *baseline) << " input-bytes " << html->size()
+              << '\n';
     return 0;
 }
 
