@@ -2,6 +2,9 @@
 // tokenizer and by stringByDecodingHTMLEntities.
 #pragma once
 
+#include "ASCIIText.h"
+#include "UTF8.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -30,21 +33,5 @@ struct NumericCharacterReference {
 // numbers past U+10FFFF, the windows-1252 reading of 0x80-0x9F, else itself.
 // `code` saturates: callers clamp anything above 0x10FFFF to 0x110000.
 NumericCharacterReference resolveNumericCharacterReference(uint32_t code) noexcept;
-
-// Writes the UTF-8 form of a code point (at most 4 bytes); returns its length.
-size_t encodeUTF8(char32_t codePoint, char* out) noexcept;
-inline void appendUTF8(std::string& out, char32_t codePoint) {
-    char bytes[4];
-    out.append(bytes, encodeUTF8(codePoint, bytes));
-}
-
-inline bool isASCIIAlpha(int c) noexcept { return unsigned((c | 0x20) - 'a') < 26; }
-inline bool isASCIIDigit(int c) noexcept { return unsigned(c - '0') < 10; }
-inline bool isASCIIAlphanumeric(int c) noexcept { return isASCIIAlpha(c) || isASCIIDigit(c); }
-inline int hexDigitValue(int c) noexcept {
-    if (isASCIIDigit(c)) return c - '0';
-    unsigned lower = unsigned((c | 0x20) - 'a');
-    return lower < 6 ? int(lower) + 10 : -1;
-}
 
 }  // namespace zv::html

@@ -4,6 +4,8 @@
 #include <zv/html/HTMLElement.h>
 #include <zv/html/HTMLNodeIterator.h>
 
+#include "ASCIIText.h"
+
 namespace zv::html {
 
 HTMLDocumentType* HTMLDocument::documentType() const noexcept {
@@ -33,10 +35,6 @@ HTMLElement* HTMLDocument::head() const noexcept {
 // As the DOM has it, a <frameset> is the body of a frameset document.
 HTMLElement* HTMLDocument::body() const noexcept {
     return childOfRoot(*this, Tag::body, Tag::frameset);
-}
-
-static bool isASCIIWhitespace(char c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\f' || c == '\r';
 }
 
 std::string HTMLDocument::title() const {

@@ -1,5 +1,7 @@
 #include "HTMLElementCategories.h"
 
+#include "ASCIIText.h"
+
 #include <array>
 #include <initializer_list>
 
@@ -43,17 +45,6 @@ constexpr auto kHTMLCategories = [] {
          OpenAtEndOfBody);
     return result;
 }();
-
-bool equalsIgnoringASCIICase(std::string_view a, std::string_view b) noexcept {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        char x = a[i], y = b[i];
-        if (x >= 'A' && x <= 'Z') x = char(x + 32);
-        if (y >= 'A' && y <= 'Z') y = char(y + 32);
-        if (x != y) return false;
-    }
-    return true;
-}
 
 uint32_t mathMLCategories(Tag tag, const HTMLElement& element) noexcept {
     switch (tag) {

@@ -1,6 +1,8 @@
 // Encoding labels and the encoding sniffing algorithm of the HTML standard.
 #include <zv/html/HTMLEncoding.h>
 
+#include "ASCIIText.h"
+
 #include <utility>
 
 namespace zv::html {
@@ -15,22 +17,6 @@ struct Label {
 constexpr Label kLabels[] = {
 #include "EncodingLabels.inc"
 };
-
-bool isASCIIWhitespace(char c) {
-    return c == '\t' || c == '\n' || c == '\f' || c == '\r' || c == ' ';
-}
-
-char toASCIILower(char c) {
-    return c >= 'A' && c <= 'Z' ? char(c + ('a' - 'A')) : c;
-}
-
-std::string_view trimASCIIWhitespace(std::string_view s) {
-    while (!s.empty() && isASCIIWhitespace(s.front()))
-        s.remove_prefix(1);
-    while (!s.empty() && isASCIIWhitespace(s.back()))
-        s.remove_suffix(1);
-    return s;
-}
 
 bool equalsLowerCaseLabel(std::string_view candidate, std::string_view lowerLabel) {
     if (candidate.size() != lowerLabel.size())

@@ -8,6 +8,8 @@
 // business and are done here.
 #include <zv/html/HTMLEncoding.h>
 
+#include "UTF8.h"
+
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
 #include <unicode/utf16.h>
@@ -144,24 +146,6 @@ constexpr ByteOverride kByteOverrides[] = {
     {"windows-874", 0xFE, 0xFFFD},
     {"windows-874", 0xFF, 0xFFFD},
 };
-
-void appendUTF8(std::string& out, char32_t c) {
-    if (c < 0x80) {
-        out += char(c);
-    } else if (c < 0x800) {
-        out += char(0xC0 | (c >> 6));
-        out += char(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        out += char(0xE0 | (c >> 12));
-        out += char(0x80 | ((c >> 6) & 0x3F));
-        out += char(0x80 | (c & 0x3F));
-    } else {
-        out += char(0xF0 | (c >> 18));
-        out += char(0x80 | ((c >> 12) & 0x3F));
-        out += char(0x80 | ((c >> 6) & 0x3F));
-        out += char(0x80 | (c & 0x3F));
-    }
-}
 
 bool isASCII(std::string_view bytes) {
     for (char c : bytes) {

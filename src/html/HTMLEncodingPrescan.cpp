@@ -7,6 +7,8 @@
 // 1024-byte window never counts.
 #include <zv/html/HTMLEncoding.h>
 
+#include "ASCIIText.h"
+
 #include <algorithm>
 #include <vector>
 
@@ -15,18 +17,6 @@ namespace zv::html {
 namespace {
 
 constexpr size_t kPrescanLength = 1024;
-
-bool isASCIIWhitespace(char c) {
-    return c == '\t' || c == '\n' || c == '\f' || c == '\r' || c == ' ';
-}
-
-bool isASCIIAlpha(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-char toASCIILower(char c) {
-    return c >= 'A' && c <= 'Z' ? char(c + ('a' - 'A')) : c;
-}
 
 bool startsWithIgnoringASCIICase(std::string_view s, std::string_view lowerPrefix) {
     if (s.size() < lowerPrefix.size())

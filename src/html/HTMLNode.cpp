@@ -109,15 +109,12 @@ bool HTMLNode::containsNode(const HTMLNode* node) const noexcept {
     return false;
 }
 
+bool HTMLNode::canHaveChildren() const noexcept {
+    return type_ != HTMLNodeType::Text && type_ != HTMLNodeType::Comment && type_ != HTMLNodeType::DocumentType;
+}
+
 bool HTMLNode::canAdopt(const HTMLNode& child) const noexcept {
-    switch (type_) {
-    case HTMLNodeType::Text:
-    case HTMLNodeType::Comment:
-    case HTMLNodeType::DocumentType:
-        return false;
-    default:
-        break;
-    }
+    if (!canHaveChildren()) return false;
     switch (child.type_) {
     case HTMLNodeType::Document:
     case HTMLNodeType::DocumentFragment:
@@ -165,6 +162,11 @@ HTMLNode* HTMLNode::insertNode(Ref<HTMLNode> node, HTMLNode* beforeChildNode) {
     return node.get();
 }
 
+void HTMLNode::insertParsedNode(Ref<HTMLNode> node, HTMLNode* before) noexcept {
+    if (node->parent_) node->parent_->unlink(node.get());
+    link(node.get(), before);
+}
+
 HTMLNode* HTMLNode::appendNode(Ref<HTMLNode> node) {
     return insertNode(std::move(node), nullptr);
 }
@@ -194,10 +196,19 @@ void HTMLNode::removeAllChildNodes() {
 }
 
 void HTMLNode::reparentChildNodesIntoNode(HTMLNode* newParent) {
-    if (!newParent || newParent == this) return;
-    while (HTMLNode* c = firstChild_) {
-        if (!newParent->insertNode(c, nullptr)) return;
+    // One ancestor check covers every child: none of them can contain
+    // `newParent` unless this node does.
+    if (!newParent || containsNode(newParent) || !newParent->canHaveChildren()) return;
+    if (type_ == HTMLNodeType::Document && newParent->type_ != HTMLNodeType::Document) {
+        // A doctype cannot leave a document; insertNode refuses it and it stays.
+        for (HTMLNode* c = firstChild_; c;) {
+            HTMLNode* next = c->next_;
+            newParent->insertNode(c, nullptr);
+            c = next;
+        }
+        return;
     }
+    while (HTMLNode* c = firstChild_) newParent->insertParsedNode(c, nullptr);
 }
 
 Ref<HTMLNode> HTMLNode::cloneNodeDeep(bool deep) const {

@@ -190,13 +190,6 @@ void appendLowercased(std::string& out, const char* bytes, size_t length) {
     for (size_t i = 0; i < length; ++i) target[i] = kASCIILower[uint8_t(bytes[i])];
 }
 
-bool equalsIgnoringASCIICase(std::string_view a, std::string_view lowercase) noexcept {
-    if (a.size() != lowercase.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i)
-        if (toASCIILower(uint8_t(a[i])) != lowercase[i]) return false;
-    return true;
-}
-
 // The characters gathered for one character token: a range of the input
 // buffer while they are contiguous there, a copy once they are not (after a
 // character reference or a replaced NUL).

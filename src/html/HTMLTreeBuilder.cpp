@@ -1,5 +1,6 @@
 #include "HTMLTreeBuilder.h"
 
+#include "ASCIIText.h"
 #include "HTMLForeignContent.h"
 #include "HTMLQuirks.h"
 
@@ -19,26 +20,13 @@ constexpr size_t npos = size_t(-1);
 std::string_view& textOf(HTMLToken& token) { return static_cast<HTMLCharacterToken&>(token).characters; }
 HTMLTagToken& tagOf(HTMLToken& token) { return static_cast<HTMLTagToken&>(token); }
 
-bool isHTMLWhitespace(char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\f' || c == '\r'; }
-
 size_t leadingWhitespace(std::string_view text) {
     size_t n = 0;
-    while (n < text.size() && isHTMLWhitespace(text[n])) ++n;
+    while (n < text.size() && isASCIIWhitespace(text[n])) ++n;
     return n;
 }
 
 bool isAllWhitespace(std::string_view text) { return leadingWhitespace(text) == text.size(); }
-
-bool equalsIgnoringASCIICase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        char x = a[i], y = b[i];
-        if (x >= 'A' && x <= 'Z') x = char(x + 32);
-        if (y >= 'A' && y <= 'Z') y = char(y + 32);
-        if (x != y) return false;
-    }
-    return true;
-}
 
 // An HTML element of the token's name; unknown names compare as strings.
 bool hasTokenName(const HTMLElementStack::Entry& entry, const HTMLTagToken& token) {
@@ -1585,7 +1573,7 @@ void HTMLTreeBuilder::inFramesetMode(HTMLToken& token) {
         std::string_view text = textOf(token);
         std::string whitespace;
         for (char c : text)
-            if (isHTMLWhitespace(c)) whitespace.push_back(c);
+            if (isASCIIWhitespace(c)) whitespace.push_back(c);
         if (whitespace.size() != text.size()) parseError("unexpected-character-in-frameset");
         if (!whitespace.empty()) insertCharacters(whitespace);
         return;
@@ -1630,7 +1618,7 @@ void HTMLTreeBuilder::afterFramesetMode(HTMLToken& token) {
         std::string_view text = textOf(token);
         std::string whitespace;
         for (char c : text)
-            if (isHTMLWhitespace(c)) whitespace.push_back(c);
+            if (isASCIIWhitespace(c)) whitespace.push_back(c);
         if (whitespace.size() != text.size()) parseError("unexpected-character-after-frameset");
         if (!whitespace.empty()) insertCharacters(whitespace);
         return;
@@ -1835,7 +1823,7 @@ bool HTMLTreeBuilder::runAdoptionAgency(const HTMLTagToken& token) {
             stack_.replace(nodeIndex, *replacement);
             formatting_.replace(nodeFormattingIndex, *replacement, nodeIndex);
             if (lastNode.get() == furthestBlock) bookmark = nodeFormattingIndex + 1;
-            replacement->appendNode(lastNode);
+            replacement->insertParsedNode(lastNode, nullptr);
             lastNode = std::move(replacement);
         }
 
@@ -1843,7 +1831,7 @@ bool HTMLTreeBuilder::runAdoptionAgency(const HTMLTagToken& token) {
 
         Ref<HTMLElement> newElement = shallowCopy(*formattingElement);
         furthestBlock->reparentChildNodesIntoNode(newElement.get());
-        furthestBlock->appendNode(newElement);
+        furthestBlock->insertParsedNode(newElement, nullptr);
 
         removeFromStack(stack_.indexOf(formattingElement));
         insertIntoStack(stack_.indexOf(furthestBlock) + 1, *newElement);
@@ -2081,10 +2069,7 @@ HTMLTreeBuilder::InsertionLocation HTMLTreeBuilder::fosterParentLocation() const
 }
 
 void HTMLTreeBuilder::insertAt(const InsertionLocation& location, Ref<HTMLNode> node) {
-    if (location.before)
-        location.parent->insertNode(std::move(node), location.before);
-    else
-        location.parent->appendNode(std::move(node));
+    location.parent->insertParsedNode(std::move(node), location.before);
 }
 
 Ref<HTMLElement> HTMLTreeBuilder::createElement(HTMLTagToken& token, Namespace ns) {

@@ -100,6 +100,17 @@ TEST(HTMLDom, ReplaceAndReparent) {
     div->reparentChildNodesIntoNode(target.get());
     EXPECT_EQ(names(*target), "kept,new,after");
     EXPECT_FALSE(div->hasChildNodes());
+
+    // Not into its own subtree, and a doctype stays with its document.
+    HTMLNode* inner = target->lastChild();
+    target->reparentChildNodesIntoNode(inner);
+    EXPECT_EQ(names(*target), "kept,new,after");
+    auto doc = HTMLDocument::create();
+    doc->appendNode(HTMLDocumentType::create("legacy"));
+    doc->appendNode(el("html"));
+    doc->reparentChildNodesIntoNode(target.get());
+    EXPECT_EQ(names(*doc), "legacy");
+    EXPECT_EQ(names(*target), "kept,new,after,html");
 }
 
 TEST(HTMLDom, RemovedNodeOutlivesItsParentWhileReferenced) {

@@ -293,8 +293,11 @@ TEST(HTMLParserErrors, CollectedOnlyWhenAskedFor) {
     EXPECT_TRUE(has("duplicate-attribute"));       // tokenizer
     EXPECT_TRUE(has("unexpected-end-tag"));        // the stray </i>
     EXPECT_TRUE(has("eof-with-unclosed-elements"));
-    for (const auto& e : errors)
-        if (e.code == "duplicate-attribute") EXPECT_EQ(e.line, 1u);
+    for (const auto& e : errors) {
+        if (e.code == "duplicate-attribute") {
+            EXPECT_EQ(e.line, 1u);
+        }
+    }
     // Errors do not change the tree.
     EXPECT_EQ(dumpTree(*document), dumpTree(*HTMLDocument::documentWithString(html)));
 }

@@ -4,6 +4,9 @@
 // beside this file; any other failure fails the test.
 #include <zv/html/HTMLTokenizer.h>
 
+#include "UTF8.h"
+
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -40,24 +43,6 @@ std::optional<HTMLTokenizerState> stateNamed(const std::string& name) {
     return it->second;
 }
 
-void appendUTF8(std::string& out, char32_t c) {
-    if (c < 0x80) {
-        out += char(c);
-    } else if (c < 0x800) {
-        out += char(0xC0 | (c >> 6));
-        out += char(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        out += char(0xE0 | (c >> 12));
-        out += char(0x80 | ((c >> 6) & 0x3F));
-        out += char(0x80 | (c & 0x3F));
-    } else {
-        out += char(0xF0 | (c >> 18));
-        out += char(0x80 | ((c >> 12) & 0x3F));
-        out += char(0x80 | ((c >> 6) & 0x3F));
-        out += char(0x80 | (c & 0x3F));
-    }
-}
-
 // The second round of unescaping of "doubleEscaped" cases: \uXXXX sequences,
 // surrogate pairs combined. Null when a lone surrogate remains, which UTF-8
 // cannot carry.
@@ -81,7 +66,7 @@ std::optional<std::string> unescape(const std::string& s) {
             i += 6;
             *c = 0x10000 + ((*c - 0xD800) << 10) + (*low - 0xDC00);
         }
-        appendUTF8(out, *c);
+        zv::html::appendUTF8(out, *c);
     }
     return out;
 }

@@ -102,6 +102,12 @@ protected:
 
 private:
     friend void destroyNode(const RefCounted*) noexcept;
+    friend class HTMLTreeBuilder;
+    // The parser's insertion: it never builds a cycle or an impossible parent,
+    // so the walk up to the root that canAdopt does is skipped. Moving nodes
+    // deep in misnested markup would otherwise cost the depth every time.
+    void insertParsedNode(Ref<HTMLNode> node, HTMLNode* before) noexcept;
+    bool canHaveChildren() const noexcept;
     bool canAdopt(const HTMLNode& child) const noexcept;
     void link(HTMLNode* node, HTMLNode* before) noexcept;
     void unlink(HTMLNode* child) noexcept;

@@ -33,6 +33,7 @@ public:
 
     // `html` is UTF-8 and must stay alive and unchanged while tokens are taken.
     explicit HTMLTokenizer(std::string_view html);
+    explicit HTMLTokenizer(const char* html) : HTMLTokenizer(std::string_view(html)) {}
     // A temporary would be gone before the first chunk is read.
     explicit HTMLTokenizer(std::string&&) = delete;
     ~HTMLTokenizer();

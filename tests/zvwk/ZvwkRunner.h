@@ -1,0 +1,68 @@
+// Runs the zvwk binary named by $ZVWK as a separate process, the way a user
+// does, and captures what it prints and its exit status.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+namespace zvwk_test {
+
+namespace fs = std::filesystem;
+
+struct Outcome {
+    int status = -1;
+    std::string out, err;
+};
+
+class ZvwkTest : public testing::Test {
+protected:
+    void SetUp() override {
+        const char* zvwk = std::getenv("ZVWK");
+        if (!zvwk || !fs::exists(zvwk)) GTEST_SKIP() << "ZVWK does not name a zvwk binary; command not tested";
+        zvwk_ = zvwk;
+        dir_ = fs::temp_directory_path() / ("zvwk-test-" + std::to_string(::getpid()));
+        fs::create_directories(dir_);
+    }
+    void TearDown() override {
+        if (!dir_.empty()) fs::remove_all(dir_);
+    }
+
+    fs::path write(const std::string& name, const std::string& content) {
+        fs::path path = dir_ / name;
+        std::ofstream(path, std::ios::binary) << content;
+        return path;
+    }
+
+    // "zvwk ARGS" (ARGS already shell-quoted), with `input` on standard input.
+    Outcome zvwk(const std::string& args, const std::string& input = "") {
+        fs::path in = write("stdin", input);
+        std::string command = "'" + zvwk_ + "' " + args + " <'" + in.string() + "' >'" +
+                              (dir_ / "out").string() + "' 2>'" + (dir_ / "err").string() + "'";
+        Outcome run;
+        int raw = std::system(command.c_str());
+        run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+        run.out = read(dir_ / "out");
+        run.err = read(dir_ / "err");
+        return run;
+    }
+
+    static std::string read(const fs::path& path) {
+        std::ifstream in(path, std::ios::binary);
+        std::ostringstream s;
+        s << in.rdbuf();
+        return s.str();
+    }
+
+    std::string zvwk_;
+    fs::path dir_;
+};
+
+}  // namespace zvwk_test
