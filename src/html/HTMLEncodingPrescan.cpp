@@ -160,8 +160,8 @@ bool Prescanner::skipToByteAfter(std::string_view terminator, size_t from) {
     return true;
 }
 
-// Another tag: its name up to white space or ">", then its attributes,
-// which matter only because a quoted value may hide a "<meta".
+// Another tag: its name up to white space or ">", then its attributes, read
+// through so that a "<meta" inside a quoted value is not taken for a tag.
 bool Prescanner::skipAttributes() {
     size_t end = bytes_.find_first_of("\t\n\f\r >", position_);
     if (end == std::string_view::npos)
