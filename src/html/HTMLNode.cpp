@@ -8,12 +8,17 @@
 #include <zv/html/HTMLNodeIterator.h>
 #include <zv/html/HTMLSerializer.h>
 
+#include "NodeAllocator.h"
+
 #include <cstdint>
 #include <vector>
 
 namespace zv::html {
 
 HTMLNode::~HTMLNode() = default;
+
+void* HTMLNode::operator new(size_t size) { return allocateNodeMemory(size); }
+void HTMLNode::operator delete(void* memory, size_t size) noexcept { freeNodeMemory(memory, size); }
 
 // Frees a subtree without recursion: children whose last reference was their
 // parent's are queued rather than freed from inside the parent's destructor.

@@ -32,6 +32,10 @@ class HTMLNode : public RefCounted {
 public:
     virtual ~HTMLNode();
 
+    // Nodes come from pooled free lists rather than the general heap.
+    static void* operator new(size_t size);
+    static void operator delete(void* memory, size_t size) noexcept;
+
     HTMLNodeType nodeType() const noexcept { return type_; }
     bool isElement() const noexcept { return type_ == HTMLNodeType::Element; }
     bool isText() const noexcept { return type_ == HTMLNodeType::Text; }
