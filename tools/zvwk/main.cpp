@@ -56,6 +56,9 @@ const Command kCommands[] = {
     {"serialize", runSerialize, "serialize FILE|-   print the document's serialization"},
     {"select", runSelect,
      "select [--json] SELECTOR FILE|-   print the elements the CSS selector matches, one per line"},
+    {"snippet", runSnippet,
+     "snippet [--max N] [--whole-words] [--invisible-spaces] [--skip-title] [--skip-head] [--preserve-breaks]\n"
+     "          [--jobs N] [--json] FILE...|DIR|-   print a preview snippet of each input (.eml: its HTML part)"},
 };
 
 int usage(std::ostream& out, int status) {
