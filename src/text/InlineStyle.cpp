@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kStyleAttribute = "style";
 
 // Spaces and tabs in the Unicode sense (tab and the Zs class), no line breaks.
-bool isHorizontalSpace(UChar32 c) { return c >= 0 && u_isblank(c); }
+bool isHorizontalSpace(UChar32 c) { return c == ' ' || c == '\t' || (c >= 0x80 && u_isblank(c)); }
 
 std::string_view trimHorizontalSpace(std::string_view s) {
     const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
