@@ -89,6 +89,22 @@ std::optional<std::string> styleValue(std::string_view styleText, std::string_vi
     return std::string(*found);
 }
 
+std::vector<std::optional<std::string>> styleValues(std::string_view styleText,
+                                                    std::initializer_list<std::string_view> names) {
+    std::vector<std::optional<std::string_view>> found(names.size());
+    forEachDeclaration(styleText, [&](std::string_view rawName, std::string_view value) {
+        size_t i = 0;
+        for (std::string_view name : names) {
+            if (lowercasedEquals(rawName, name)) found[i] = value;
+            ++i;
+        }
+    });
+    std::vector<std::optional<std::string>> values(names.size());
+    for (size_t i = 0; i < found.size(); ++i)
+        if (found[i]) values[i] = std::string(*found[i]);
+    return values;
+}
+
 const std::string* style(const html::HTMLElement& element) { return element.attribute(kStyleAttribute); }
 
 void setStyle(html::HTMLElement& element, std::string_view styleText) {

@@ -119,9 +119,8 @@ bool lowercasedStartsWith(const std::optional<std::string>& value, std::string_v
 bool isHiddenByInlineStyle(const html::HTMLTagToken& token) {
     const std::string* style = token.attribute("style");
     if (!style) return false;
-    return lowercasedStartsWith(styleValue(*style, "display"), "none") ||
-           lowercasedStartsWith(styleValue(*style, "visibility"), "hidden") ||
-           styleValue(*style, "opacity") == "0";
+    std::vector<std::optional<std::string>> values = styleValues(*style, {"display", "visibility", "opacity"});
+    return lowercasedStartsWith(values[0], "none") || lowercasedStartsWith(values[1], "hidden") || values[2] == "0";
 }
 
 // How many stack items carry each tag name. A stray end tag then costs
