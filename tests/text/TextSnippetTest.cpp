@@ -120,6 +120,9 @@ TEST(TextSnippet, TheLimitIsTestedBeforeEachStepSoOneUnitMayPass) {
         // No limit at zero or below.
         {"abcdefgh", 0, 0, "abcdefgh"},
         {"abcdefgh", -3, 0, "abcdefgh"},
+        // A second white space past the limit stops at once, so no separator follows.
+        {"<div>abcdef  </div>x", 6, kBreaks, "abcdef "},
+        {"<div>abcdef </div>x", 6, kBreaks, "abcdef \n"},
         // The stop ends the walk across tags too.
         {"abc<b>def</b><i>ghi</i>", 4, 0, "abcde"},
     });
