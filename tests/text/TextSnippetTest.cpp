@@ -195,14 +195,6 @@ TEST(TextSnippet, InstanceAndErrorFormsAgreeAndNeverReportAnError) {
     EXPECT_EQ(extractTextFromHTML(html, 0, 0, nullptr), "Hello there");
 }
 
-TEST(TextSnippet, StackItemsHoldTheirStartTag) {
-    HTMLTokenStackItem item = HTMLTokenStackItem::newWithToken(html::HTMLStartTagToken(), false);
-    item.token.tagName = "p";
-    item.collectionState = true;
-    EXPECT_EQ(item.token.tagName, "p");
-    EXPECT_TRUE(item.collectionState);
-}
-
 // The text after the first megabyte sits on pages that fault when read: a
 // snippet from the start must be made without the tokenizer reaching them.
 TEST(TextSnippet, StopsTokenizingOnceTheLimitIsPassed) {
