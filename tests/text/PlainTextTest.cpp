@@ -249,6 +249,8 @@ TEST(PlainTextContent, TheCallersTreeIsNotChanged) {
 TEST(PlainTextContent, TheReceiverItselfIsNotACitation) {
     // Queries look below the element: a citation given directly is not quoted.
     EXPECT_EQ(plainText(*element("<blockquote type=cite><p>a</p></blockquote>")), "a");
+    // Nor is a script or style element given directly removed.
+    EXPECT_EQ(plainText(*fragment("<script>var a;</script><style>p{}</style><div>b</div>")), "var a;p{}b");
 }
 
 TEST(PlainTextFragments, TopLevelNodesRunTogether) {

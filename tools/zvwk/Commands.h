@@ -14,6 +14,8 @@ int runParse(const Args& args);
 int runTokenize(const Args& args);
 int runSerialize(const Args& args);
 int runSelect(const Args& args);
+int runText(const Args& args);
+int runColor(const Args& args);
 
 // The bytes of FILE, or of standard input for "-". On failure, reports
 // "zvwk: FILE: reason" on standard error and returns nothing.

@@ -49,6 +49,8 @@ const Command kCommands[] = {
     {"serialize", runSerialize, "serialize FILE|-   print the document's serialization"},
     {"select", runSelect,
      "select [--json] SELECTOR FILE|-   print the elements the CSS selector matches, one per line"},
+    {"text", runText, "text [--fragment] [--json] FILE...|-   print the plain text of each input"},
+    {"color", runColor, "color NAME   print the HTML colour keyword's value as r,g,b (0-255)"},
 };
 
 int usage(std::ostream& out, int status) {

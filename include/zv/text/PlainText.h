@@ -24,7 +24,8 @@
 // - the blocks of a fragment run together with no separator.
 //
 // Queries look at descendants only: the element `plainText` is called on is
-// not itself treated as a citation or a separator.
+// not itself treated as a citation, a separator or a hidden element, so a
+// fragment's top-level <style> or <script> gives its text.
 //
 // All functions are pure apart from the ones documented as changing their
 // argument; they may run on any thread, each on its own tree.

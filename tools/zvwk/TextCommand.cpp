@@ -1,0 +1,64 @@
+// zvwk text: the plain text a message's HTML gives, as a mail's text/plain part.
+#include "Commands.h"
+
+#include <zv/html/HTMLParser.h>
+#include <zv/text/PlainText.h>
+
+#include <nlohmann/json.hpp>
+
+#include <iostream>
+
+namespace zvwk {
+
+namespace {
+
+std::string plainTextOf(std::string_view bytes, bool fragment) {
+    // UTF-8 unless a byte order mark or a <meta> charset says otherwise.
+    auto parser = zv::html::HTMLParser::parserForBytes(bytes, {}, "UTF-8");
+    if (fragment) {
+        auto body = zv::html::HTMLElement::create("body");
+        return zv::text::plainText(*parser->parseFragment(*body));
+    }
+    auto document = parser->parseDocument();
+    const zv::html::HTMLElement* root = document->documentElement();
+    return root ? zv::text::plainText(*root) : std::string();
+}
+
+}  // namespace
+
+int runText(const Args& args) {
+    bool fragment = false;
+    bool json = false;
+    std::vector<std::string> files;
+    for (const std::string& arg : args) {
+        if (arg == "--fragment")
+            fragment = true;
+        else if (arg == "--json")
+            json = true;
+        else if (arg.size() > 1 && arg.starts_with("-"))
+            return usageError("text: unknown option '" + arg + "'");
+        else
+            files.push_back(arg);
+    }
+    if (files.empty()) return usageError("text: no input (give a FILE or -)");
+
+    int status = 0;
+    for (const std::string& file : files) {
+        std::optional<std::string> bytes = readInput(file);
+        if (!bytes) {
+            status = 1;
+            continue;
+        }
+        std::string text = plainTextOf(*bytes, fragment);
+        if (json) {
+            nlohmann::ordered_json line = {{"file", file}, {"text", std::move(text)}};
+            std::cout << line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
+        } else {
+            std::cout << text << "\n";
+        }
+    }
+    std::cout.flush();
+    return status;
+}
+
+}  // namespace zvwk
