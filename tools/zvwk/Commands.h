@@ -20,6 +20,9 @@ int runColor(const Args& args);
 // The bytes of FILE, or of standard input for "-". On failure, reports
 // "zvwk: FILE: reason" on standard error and returns nothing.
 std::optional<std::string> readInput(const std::string& path);
+// The same without the report: on failure, `reason` says why ("No such file
+// or directory"), for callers that report in an order of their own.
+std::optional<std::string> readInput(const std::string& path, std::string& reason);
 
 // Reports "zvwk: message" on standard error; returns the usage exit status (2).
 int usageError(const std::string& message);

@@ -10,7 +10,7 @@
 
 namespace zvwk {
 
-std::optional<std::string> readInput(const std::string& path) {
+std::optional<std::string> readInput(const std::string& path, std::string& reason) {
     if (path == "-") {
         std::ostringstream s;
         s << std::cin.rdbuf();
@@ -18,14 +18,21 @@ std::optional<std::string> readInput(const std::string& path) {
     }
     std::ifstream in(path, std::ios::binary);
     if (!in) {
-        std::cerr << "zvwk: " << path << ": " << std::strerror(errno) << "\n";
+        reason = std::strerror(errno);
         return std::nullopt;
     }
     std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     if (in.bad()) {
-        std::cerr << "zvwk: " << path << ": read error\n";
+        reason = "read error";
         return std::nullopt;
     }
+    return bytes;
+}
+
+std::optional<std::string> readInput(const std::string& path) {
+    std::string reason;
+    std::optional<std::string> bytes = readInput(path, reason);
+    if (!bytes) std::cerr << "zvwk: " << path << ": " << reason << "\n";
     return bytes;
 }
 
