@@ -50,6 +50,21 @@ TEST_F(TextCommand, JsonGivesOneObjectPerInputAndGoesOnPastUnreadableOnes) {
     EXPECT_EQ(run.out.substr(0, 9), "{\"file\":\"");
 }
 
+TEST_F(TextCommand, MessagesGiveTheTextOfTheirHtmlPart) {
+    fs::path mail = write("reply.eml",
+                          "From: ann@example.org\r\nTo: bob@example.org\r\nSubject: lunch\r\nMIME-Version: 1.0\r\n"
+                          "Content-Type: multipart/alternative; boundary=\"b\"\r\n\r\n"
+                          "--b\r\nContent-Type: text/plain; charset=utf-8\r\n\r\nplain\r\n"
+                          "--b\r\nContent-Type: text/html; charset=iso-8859-1\r\n"
+                          "Content-Transfer-Encoding: quoted-printable\r\n\r\n"
+                          "<p>caf=E9<br></p><blockquote type=3Dcite><p>q</p></blockquote>\r\n--b--\r\n");
+    fs::path plain = write("plain.eml", "From: a@example.org\r\nSubject: x\r\n\r\njust text\r\n");
+    Outcome run = zvwk("text '" + mail.string() + "' '" + plain.string() + "'");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out, "caf\xC3\xA9\n>q\n");
+    EXPECT_EQ(run.err, "zvwk: " + plain.string() + ": no text/html part\n");
+}
+
 TEST_F(TextCommand, UsageErrors) {
     EXPECT_EQ(zvwk("text").status, 2);
     EXPECT_EQ(zvwk("text --frag -").status, 2);

@@ -1,5 +1,6 @@
 // zvwk text: the plain text a message's HTML gives, as a mail's text/plain part.
 #include "Commands.h"
+#include "MailInput.h"
 
 #include <zv/html/HTMLParser.h>
 #include <zv/text/PlainText.h>
@@ -12,14 +13,13 @@ namespace zvwk {
 
 namespace {
 
-std::string plainTextOf(std::string_view bytes, bool fragment) {
-    // UTF-8 unless a byte order mark or a <meta> charset says otherwise.
-    auto parser = zv::html::HTMLParser::parserForBytes(bytes, {}, "UTF-8");
+std::string plainTextOf(std::string_view html, bool fragment) {
+    zv::html::HTMLParser parser(html);
     if (fragment) {
         auto body = zv::html::HTMLElement::create("body");
-        return zv::text::plainText(*parser->parseFragment(*body));
+        return zv::text::plainText(*parser.parseFragment(*body));
     }
-    auto document = parser->parseDocument();
+    auto document = parser.parseDocument();
     const zv::html::HTMLElement* root = document->documentElement();
     return root ? zv::text::plainText(*root) : std::string();
 }
@@ -44,12 +44,14 @@ int runText(const Args& args) {
 
     int status = 0;
     for (const std::string& file : files) {
-        std::optional<std::string> bytes = readInput(file);
-        if (!bytes) {
+        std::string error;
+        std::optional<std::string> html = readMailHTML(file, error);
+        if (!html) {
+            std::cerr << error << "\n";
             status = 1;
             continue;
         }
-        std::string text = plainTextOf(*bytes, fragment);
+        std::string text = plainTextOf(*html, fragment);
         if (json) {
             nlohmann::ordered_json line = {{"file", file}, {"text", std::move(text)}};
             std::cout << line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
