@@ -66,12 +66,13 @@ Step asciiStep(char c) {
     }
 }
 
-// A composed character sequence is white space only when it is that one
-// character (or CR LF); a space carrying a combining mark is a character.
+// A composed character sequence is classed by its first character, so a
+// mark riding on white space goes with it. That matters for U+200C, which
+// attaches to whatever precedes it: preheader filler ("&zwnj;&nbsp;" over
+// and over) steps as NBSP+ZWNJ pairs.
 Step sequenceStep(std::string_view sequence) {
-    if (sequence.size() == 1) return asciiStep(sequence[0]);
-    if (sequence == "\r\n") return Step::LineBreak;
-    if (sequence == "\u00A0" || sequence == "\u200C") return Step::InvisibleSpace;
+    if (isASCIIByte(sequence[0])) return asciiStep(sequence[0]);
+    if (sequence.starts_with("\u00A0") || sequence.starts_with("\u200C")) return Step::InvisibleSpace;
     return Step::Ordinary;
 }
 

@@ -16,6 +16,7 @@ int runSerialize(const Args& args);
 int runSelect(const Args& args);
 int runText(const Args& args);
 int runColor(const Args& args);
+int runSnippet(const Args& args);
 
 // The bytes of FILE, or of standard input for "-". On failure, reports
 // "zvwk: FILE: reason" on standard error and returns nothing.

@@ -58,6 +58,9 @@ const Command kCommands[] = {
      "select [--json] SELECTOR FILE|-   print the elements the CSS selector matches, one per line"},
     {"text", runText, "text [--fragment] [--json] FILE...|-   print the plain text of each input"},
     {"color", runColor, "color NAME   print the HTML colour keyword's value as r,g,b (0-255)"},
+    {"snippet", runSnippet,
+     "snippet [--max N] [--whole-words] [--invisible-spaces] [--skip-title] [--skip-head] [--preserve-breaks]\n"
+     "          [--jobs N] [--json] FILE...|DIR|-   print a preview snippet of each input (.eml: its HTML part)"},
 };
 
 int usage(std::ostream& out, int status) {

@@ -1,0 +1,242 @@
+#include <zv/text/TextSnippet.h>
+
+#include <gtest/gtest.h>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace zv;
+
+struct Case {
+    const char* html;
+    long maxLength;
+    unsigned options;
+    std::optional<std::string> expected;
+};
+
+void expectSnippets(const std::vector<Case>& cases) {
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << "html: " << c.html << " max: " << c.maxLength << " options: " << c.options);
+        EXPECT_EQ(textSnippetForHTML(c.html, c.maxLength, c.options), c.expected);
+    }
+}
+
+constexpr unsigned kWholeWords = ZVTextSnippetKeepWholeWords;
+constexpr unsigned kInvisible = ZVTextSnippetInvisibleSpacesAsWhitespace;
+constexpr unsigned kBreaks = ZVTextSnippetPreserveLineBreaks;
+
+TEST(TextSnippet, BlockEndTagsSeparateRunsAndVoidElementsDoNot) {
+    expectSnippets({
+        {"<p>Hello</p><p>World</p>", 0, 0, "Hello World"},
+        // p is not in the short list kept when preserving line breaks.
+        {"<p>Hello</p><p>World</p>", 0, kBreaks, "HelloWorld"},
+        {"<div>a</div><div>b</div>", 0, 0, "a b"},
+        {"<div>a</div><div>b</div>", 0, kBreaks, "a\nb\n"},
+        {"one<br>two<img src=x>three<hr>four", 0, 0, "onetwothreefour"},
+        // A stray </br> is an end tag in the list, so it does separate.
+        {"one</br>two", 0, 0, "one two"},
+        {"<table><tr><td>a</td><td>b</td></tr></table>c", 0, 0, "ab c"},
+    });
+}
+
+TEST(TextSnippet, WhiteSpaceCollapsesAcrossTagsAndIsTrimmed) {
+    expectSnippets({
+        {"  a   <b> b </b>\t\n c  ", 0, 0, "a b c"},
+        {"<p> x </p>  <p>\n y</p>", 0, 0, "x y"},
+        {"a\r\nb\x0B" "c", 0, 0, "a b c"},
+        {"<pre>a\n\n  b</pre>", 0, 0, "a b"},
+        {"<pre>a\n\n  b</pre>", 0, kBreaks, "a\nb"},
+        // Not trimmed when line breaks are kept; leading white space never gets in.
+        {"\n\n<div> x </div>", 0, kBreaks, "x \n"},
+    });
+}
+
+TEST(TextSnippet, InvisibleSpacesAreCharactersUnlessAsked) {
+    expectSnippets({
+        {"a&nbsp;b", 0, 0, "a\u00A0b"},
+        {"a&nbsp;b", 0, kInvisible, "a b"},
+        {"a &nbsp; &nbsp;b", 0, kInvisible, "a b"},
+        // U+200C joins the sequence before it, which is classed by its first character.
+        {"x&zwnj;y", 0, 0, "x\u200Cy"},
+        {"&zwnj;x", 0, 0, "\u200Cx"},
+        {"&zwnj;x", 0, kInvisible, "x"},
+        {"a&zwnj;&nbsp;&zwnj;&nbsp;b", 0, kInvisible, "a\u200C b"},
+        {"a&zwnj;&nbsp;&zwnj;&nbsp;b", 0, 0, "a\u200C\u00A0\u200C\u00A0b"},
+    });
+}
+
+TEST(TextSnippet, HiddenElementsAndEverythingInsideThemAreLeftOut) {
+    expectSnippets({
+        {"a<script>var x = '<b>no</b>';</script><style>p { }</style>b", 0, 0, "ab"},
+        {"a<div style='display: None !important'>x<b>y</b></div>b", 0, 0, "ab"},
+        {"a<span style='VISIBILITY:hidden'>x</span>b", 0, 0, "ab"},
+        {"a<span style='opacity:0'>x<span style='opacity:1'>y</span></span>b", 0, 0, "ab"},
+        // Only the exact text "0" hides.
+        {"a<span style='opacity:0.0'>x</span><span style='opacity:0%'>y</span>", 0, 0, "axy"},
+        // A pre inherits and is never tested; display:block elsewhere is visible.
+        {"a<pre style='display:none'>x</pre><p style='display:block'>y</p>", 0, 0, "axy"},
+        // Hidden state ends with the element, not earlier and not later.
+        {"<div style='display:none'><div>x</div>y</div>z", 0, 0, "z"},
+        {"<div style='display:none'>x</span>y</div>z", 0, 0, "z"},
+        {"<script>x", 0, 0, std::nullopt},
+    });
+}
+
+TEST(TextSnippet, TitleAndHeadAreSkippedOnlyWhenAsked) {
+    const char* page = "<html><head><title>Subject</title><meta charset=utf-8>Head text</head><body>Body</body>";
+    expectSnippets({
+        {page, 0, 0, "SubjectHead textBody"},
+        {page, 0, ZVTextSnippetSkipTitle, "Head textBody"},
+        {page, 0, ZVTextSnippetSkipHead, "Body"},
+    });
+}
+
+TEST(TextSnippet, TextTransformAppliesToTheTopElementsOwnTextOnly) {
+    expectSnippets({
+        {"<span style='text-transform:uppercase'>ab <b>cd</b> ef</span>", 0, 0, "AB cd EF"},
+        {"<span style='text-transform: LowerCase'>AB Straße</span>", 0, 0, "ab straße"},
+        // Full case mapping: one ß becomes two letters.
+        {"<span style='text-transform:uppercase'>straße</span>", 0, 0, "STRASSE"},
+        {"<span style='text-transform:capitalize'>hello WORLD, it's élan</span>", 0, 0, "Hello World, It's Élan"},
+        {"<pre style='text-transform:uppercase'>ab</pre>", 0, 0, "ab"},
+        {"<span style='text-transform:uppercase'><pre>ab</pre>cd</span>", 0, 0, "abCD"},
+        {"<span style='text-transform:none'>Ab</span>", 0, 0, "Ab"},
+    });
+}
+
+TEST(TextSnippet, TheLimitIsTestedBeforeEachStepSoOneUnitMayPass) {
+    expectSnippets({
+        {"abcdefgh", 5, 0, "abcdef"},
+        {"abc", 3, 0, "abc"},
+        {"abc defgh", 5, 0, "abc de"},
+        {"abcdefgh ijk", 5, kWholeWords, "abcdefgh"},
+        {"ab cd ef", 4, kWholeWords, "ab cd"},
+        // No limit at zero or below.
+        {"abcdefgh", 0, 0, "abcdefgh"},
+        {"abcdefgh", -3, 0, "abcdefgh"},
+        // The stop ends the walk across tags too.
+        {"abc<b>def</b><i>ghi</i>", 4, 0, "abcde"},
+    });
+}
+
+TEST(TextSnippet, LengthsAreUTF16UnitsAndStepsAreComposedSequences) {
+    expectSnippets({
+        // Each emoji is two units: 0 → 2 → 4 > 3 stops.
+        {"😀😀😀", 3, 0, "😀😀"},
+        {"😀😀😀", 1, 0, "😀"},
+        // e + COMBINING ACUTE is one step of two units, never cut apart.
+        {"e\u0301e\u0301e\u0301", 2, 0, "e\u0301e\u0301"},
+        {"ae\u0301", 1, 0, "ae\u0301"},
+        // A flag is one sequence of four units.
+        {"🇫🇷🇫🇷", 2, 0, "🇫🇷"},
+        {"日本語のテキスト", 3, 0, "日本語の"},
+        // A mark riding on a space goes with it.
+        {"a \u0301 b", 0, 0, "a b"},
+    });
+}
+
+TEST(TextSnippet, CharacterReferencesAreDecodedASecondTime) {
+    expectSnippets({
+        {"&amp;lt;b&amp;gt; &amp;amp;", 0, 0, "<b> &"},
+        {"caf&eacute; &amp;eacute;", 0, 0, "café é"},
+        {"&lt;p&gt;", 0, 0, "<p>"},
+    });
+}
+
+TEST(TextSnippet, NoCollectedTextGivesNothingButAnEmptyTrimGivesEmpty) {
+    expectSnippets({
+        {"", 0, 0, std::nullopt},
+        {"<html><body> \n\t </body></html>", 0, 0, std::nullopt},
+        {"<!-- comment --><!DOCTYPE html><img src=x>", 0, 0, std::nullopt},
+        // A no-break space is collected, then trimmed away: "", not nothing.
+        {"&nbsp;", 0, 0, ""},
+    });
+}
+
+TEST(TextSnippet, MalformedMarkupIsTakenAsItComes) {
+    expectSnippets({
+        {"</b></div>a</p>b<p>c", 0, 0, "a bc"},
+        {"<div><span>a</div>b</span>", 0, 0, "a b"},
+        {"<div<p>x", 0, 0, "x"},
+        {"a\0b", 0, 0, "a"},  // (the literal ends at the NUL)
+    });
+    std::string deep;
+    for (int i = 0; i < 20000; ++i) deep += "<span>";
+    for (int i = 0; i < 20000; ++i) deep += "</div>";
+    deep += "end";
+    EXPECT_EQ(textSnippetForHTML(deep, 0, 0), "end");
+}
+
+TEST(TextSnippet, InstanceAndErrorFormsAgreeAndNeverReportAnError) {
+    const std::string html = "<p>Hello</p> <b>there</b>";
+    HTMLSnippetParser parser(html);
+    std::error_code error = std::make_error_code(std::errc::invalid_argument);
+    EXPECT_EQ(parser.extractTextWithMaxLength(0, 0, &error), "Hello there");
+    EXPECT_FALSE(error);
+    // Each call reads the text afresh.
+    EXPECT_EQ(parser.textSnippetWithMaxLength(3, 0), "Hell");
+
+    error = std::make_error_code(std::errc::invalid_argument);
+    EXPECT_EQ(parser.textSnippetWithMaxLength(0, 0, &error), "Hello there");
+    EXPECT_TRUE(error);  // left alone, by design
+
+    error = std::make_error_code(std::errc::invalid_argument);
+    EXPECT_EQ(extractTextFromHTML(html, 0, 0, &error), "Hello there");
+    EXPECT_FALSE(error);
+    EXPECT_EQ(extractTextFromHTML(html, 0, 0, nullptr), "Hello there");
+}
+
+TEST(TextSnippet, StackItemsHoldTheirStartTag) {
+    HTMLTokenStackItem item = HTMLTokenStackItem::newWithToken(html::HTMLStartTagToken(), false);
+    item.token.tagName = "p";
+    item.collectionState = true;
+    EXPECT_EQ(item.token.tagName, "p");
+    EXPECT_TRUE(item.collectionState);
+}
+
+// The text after the first megabyte sits on pages that fault when read: a
+// snippet from the start must be made without the tokenizer reaching them.
+TEST(TextSnippet, StopsTokenizingOnceTheLimitIsPassed) {
+    const size_t page = size_t(::sysconf(_SC_PAGESIZE));
+    const size_t readable = 1 << 20;
+    void* memory = ::mmap(nullptr, 2 * readable, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    char* bytes = static_cast<char*>(memory);
+    const std::string start = "<html><body><p style='color:red'>The start of a long message</p>";
+    const std::string filler = "<p>More text</p>\n";
+    for (size_t at = start.size(); at + filler.size() <= readable; at += filler.size())
+        std::memcpy(bytes + at, filler.data(), filler.size());
+    std::memcpy(bytes, start.data(), start.size());
+    ASSERT_EQ(::mprotect(bytes + readable, readable, PROT_NONE), 0);
+    ASSERT_EQ(readable % page, 0u);
+
+    std::string_view html(bytes, 2 * readable);
+    EXPECT_EQ(textSnippetForHTML(html, 20, 0), "The start of a long m");
+    EXPECT_EQ(textSnippetForHTML(html, 9, kWholeWords), "The start of");
+    ::munmap(memory, 2 * readable);
+}
+
+TEST(TextSnippet, ThreadsGetTheSameSnippets) {
+    const std::vector<std::string> inputs = {"<p>é\u0301 😀 text</p><div>more</div>", "<b style='text-transform:capitalize'>a b</b>",
+                                             "<p style='display:none'>x</p>y&amp;amp;", "<pre>n\nm</pre>"};
+    std::vector<std::optional<std::string>> expected;
+    for (const auto& input : inputs) expected.push_back(textSnippetForHTML(input, 10, kInvisible));
+    std::vector<std::thread> threads;
+    std::vector<int> mismatches(4, 0);
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < 200; ++round)
+                for (size_t i = 0; i < inputs.size(); ++i)
+                    if (textSnippetForHTML(inputs[i], 10, kInvisible) != expected[i]) ++mismatches[t];
+        });
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(mismatches, std::vector<int>(4, 0));
+}
+
+}  // namespace

@@ -1,0 +1,63 @@
+// The mail commands over the whole mail corpus: every input gives a JSON
+// line or an expected complaint, and nothing crashes.
+#include "ZvwkRunner.h"
+
+#include <nlohmann/json.hpp>
+
+#include <regex>
+
+namespace {
+
+using namespace zvwk_test;
+
+class MailCorpus : public ZvwkTest, public testing::WithParamInterface<const char*> {
+protected:
+    void SetUp() override {
+        ZvwkTest::SetUp();
+        if (IsSkipped()) return;
+        const char* corpus = std::getenv("ZV_MAIL_CORPUS");
+        if (!corpus || !fs::is_directory(corpus)) GTEST_SKIP() << "ZV_MAIL_CORPUS is not a folder; corpus not run";
+        corpus_ = corpus;
+    }
+
+    // What the commands walk: regular files, hidden ones left out.
+    size_t inputCount() const {
+        size_t count = 0;
+        for (auto it = fs::recursive_directory_iterator(corpus_); it != fs::recursive_directory_iterator(); ++it) {
+            if (it->path().filename().string().starts_with(".")) {
+                it.disable_recursion_pending();
+                continue;
+            }
+            if (it->is_regular_file()) ++count;
+        }
+        return count;
+    }
+
+    fs::path corpus_;
+};
+
+TEST_P(MailCorpus, EveryInputGivesAJsonLineOrAnExpectedComplaint) {
+    Outcome run = zvwk(std::string(GetParam()) + " --json '" + corpus_.string() + "'");
+    ASSERT_TRUE(run.status == 0 || run.status == 1) << "status " << run.status << "\n" << run.err;
+
+    size_t lines = 0;
+    std::istringstream out(run.out);
+    for (std::string line; std::getline(out, line); ++lines) {
+        nlohmann::json object = nlohmann::json::parse(line, nullptr, false);
+        ASSERT_FALSE(object.is_discarded()) << line;
+        ASSERT_TRUE(object.contains("file")) << line;
+    }
+
+    static const std::regex kExpected("zvwk: .*: (no text/html part|not a mail message|Permission denied)");
+    size_t complaints = 0;
+    std::istringstream err(run.err);
+    for (std::string line; std::getline(err, line); ++complaints)
+        EXPECT_TRUE(std::regex_match(line, kExpected)) << line;
+    EXPECT_EQ(run.status != 0, complaints != 0);
+    EXPECT_EQ(lines + complaints, inputCount());
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, MailCorpus, testing::Values("snippet"),
+                         [](const auto& info) { return std::string(info.param); });
+
+}  // namespace

@@ -1,0 +1,139 @@
+// zvwk snippet as a user runs it.
+#include "ZvwkRunner.h"
+
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using namespace zvwk_test;
+
+using SnippetCommand = ZvwkTest;
+
+std::string quoted(const fs::path& path) { return "'" + path.string() + "'"; }
+
+TEST_F(SnippetCommand, OneInputPrintsTheBareSnippet) {
+    Outcome run = zvwk("snippet -", "<title>Hi</title><p>Hello</p><p>World &amp;amp; more</p>");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, "HiHello World & more\n");
+    EXPECT_EQ(run.err, "");
+
+    EXPECT_EQ(zvwk("snippet -", "<script>only()</script>").out, "\n");
+}
+
+TEST_F(SnippetCommand, OptionsReachTheExtractor) {
+    const std::string html = "<head><title>Subject</title></head><div>abc&nbsp;defgh ij</div><div>kl</div>";
+    EXPECT_EQ(zvwk("snippet --max 4 -", html).out, "Subje\n");
+    EXPECT_EQ(zvwk("snippet --skip-title --max 4 --whole-words -", html).out, "abc\xC2\xA0" "defgh\n");
+    EXPECT_EQ(zvwk("snippet --skip-head --invisible-spaces --max 4 --whole-words -", html).out, "abc defgh\n");
+    EXPECT_EQ(zvwk("snippet --skip-head --preserve-breaks -", html).out, "abc\xC2\xA0" "defgh ij\nkl\n\n");
+    EXPECT_EQ(zvwk("snippet --max 0 --skip-head -", html).out, "abc\xC2\xA0" "defgh ij kl\n");
+}
+
+TEST_F(SnippetCommand, JsonGivesOneObjectPerInputWithNullForNone) {
+    fs::path text = write("a.html", "<p>first</p>");
+    fs::path empty = write("b.html", "<style>p {}</style>");
+    Outcome run = zvwk("snippet --json " + quoted(text) + " " + quoted(empty));
+    EXPECT_EQ(run.status, 0) << run.err;
+    std::istringstream lines(run.out);
+    std::string line;
+    std::vector<nlohmann::json> objects;
+    while (std::getline(lines, line)) objects.push_back(nlohmann::json::parse(line));
+    ASSERT_EQ(objects.size(), 2u);
+    EXPECT_EQ(objects[0], (nlohmann::json{{"file", text.string()}, {"snippet", "first"}}));
+    EXPECT_EQ(objects[1]["file"], empty.string());
+    EXPECT_TRUE(objects[1]["snippet"].is_null());
+}
+
+TEST_F(SnippetCommand, DirectoriesAreWalkedInPathOrderWhateverTheJobs) {
+    fs::create_directories(dir_ / "mail" / "sub");
+    fs::create_directories(dir_ / "mail" / ".hidden");
+    std::string expected;
+    for (int i = 0; i < 30; ++i) {
+        std::string name = "m" + std::to_string(100 + i) + ".html";
+        // Sizes vary so the workers finish out of order.
+        std::string body = "<p>message " + std::to_string(i) + "</p>" + std::string(size_t(i % 7) * 20000, ' ');
+        write("mail/" + std::string(i % 2 ? "sub/" : "") + name, body);
+    }
+    for (int i = 0; i < 30; i += 2) expected += (dir_ / "mail" / ("m" + std::to_string(100 + i) + ".html")).string() +
+                                                "\tmessage " + std::to_string(i) + "\n";
+    for (int i = 1; i < 30; i += 2) expected += (dir_ / "mail" / "sub" / ("m" + std::to_string(100 + i) + ".html")).string() +
+                                                "\tmessage " + std::to_string(i) + "\n";
+    write("mail/.secret.html", "<p>hidden file</p>");
+    write("mail/.hidden/x.html", "<p>hidden folder</p>");
+
+    for (const char* jobs : {"1", "4"}) {
+        SCOPED_TRACE(jobs);
+        Outcome run = zvwk(std::string("snippet --jobs ") + jobs + " " + quoted(dir_ / "mail"));
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(run.out, expected);
+    }
+}
+
+const char* kLatinMessage =
+    "From: Ana <ana@example.org>\r\n"
+    "To: tom@example.org\r\n"
+    "Subject: Menu\r\n"
+    "MIME-Version: 1.0\r\n"
+    "Content-Type: multipart/mixed; boundary=\"outer\"\r\n"
+    "\r\n"
+    "--outer\r\n"
+    "Content-Type: multipart/alternative; boundary=\"inner\"\r\n"
+    "\r\n"
+    "--inner\r\n"
+    "Content-Type: text/plain; charset=ISO-8859-1\r\n"
+    "\r\n"
+    "plain text\r\n"
+    "--inner\r\n"
+    "Content-Type: text/html; charset=ISO-8859-1\r\n"
+    "Content-Transfer-Encoding: quoted-printable\r\n"
+    "\r\n"
+    "<html><head><meta charset=3Dutf-8><title>Men=FC</title></head>\r\n"
+    "<body><p>Caf=E9 cr=E8me br=FBl=E9e =\r\n"
+    "tonight</p></body></html>\r\n"
+    "--inner--\r\n"
+    "--outer\r\n"
+    "Content-Type: text/html; charset=utf-8\r\n"
+    "Content-Disposition: attachment; filename=\"old.html\"\r\n"
+    "\r\n"
+    "<p>attached page</p>\r\n"
+    "--outer--\r\n";
+
+TEST_F(SnippetCommand, MessagesGiveTheirHtmlPartDecodedFromItsCharset) {
+    // The part's charset wins over the <meta> inside it, as a transport layer's would.
+    fs::path message = write("menu.eml", kLatinMessage);
+    Outcome run = zvwk("snippet --skip-head " + quoted(message));
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, "Caf\xC3\xA9 cr\xC3\xA8me br\xC3\xBBl\xC3\xA9" "e tonight\n");
+}
+
+TEST_F(SnippetCommand, AttachmentsAreNotTheBody) {
+    fs::path message = write("attached.EML",
+                             "From: a@example.org\nMIME-Version: 1.0\nContent-Type: multipart/mixed; boundary=b\n\n"
+                             "--b\nContent-Type: text/html\nContent-Disposition: attachment\n\n<p>attachment</p>\n"
+                             "--b\nContent-Type: text/html; charset=us-ascii\nContent-Transfer-Encoding: base64\n\n"
+                             "PHA+Ym9keTwvcD4=\n--b--\n");
+    EXPECT_EQ(zvwk("snippet " + quoted(message)).out, "body\n");
+}
+
+TEST_F(SnippetCommand, BadInputsAreReportedAndTheRestStillRun) {
+    fs::path plain = write("plain.eml", "From: a@example.org\nContent-Type: text/plain\n\nno html here\n");
+    fs::path good = write("good.html", "<p>fine</p>");
+    fs::path missing = dir_ / "missing.html";
+    Outcome run = zvwk("snippet --json " + quoted(plain) + " " + quoted(missing) + " " + quoted(good));
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out, "{\"file\":\"" + good.string() + "\",\"snippet\":\"fine\"}\n");
+    EXPECT_EQ(run.err, "zvwk: " + plain.string() + ": no text/html part\n" + "zvwk: " + missing.string() +
+                           ": No such file or directory\n");
+}
+
+TEST_F(SnippetCommand, UsageErrors) {
+    for (const char* args : {"snippet", "snippet --max", "snippet --max ten -", "snippet --jobs 0 -", "snippet --bogus -"}) {
+        SCOPED_TRACE(args);
+        Outcome run = zvwk(args);
+        EXPECT_EQ(run.status, 2);
+        EXPECT_EQ(run.out, "");
+        EXPECT_TRUE(run.err.starts_with("zvwk: snippet: ")) << run.err;
+    }
+}
+
+}  // namespace
