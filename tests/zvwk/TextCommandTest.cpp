@@ -65,6 +65,18 @@ TEST_F(TextCommand, MessagesGiveTheTextOfTheirHtmlPart) {
     EXPECT_EQ(run.err, "zvwk: " + plain.string() + ": no text/html part\n");
 }
 
+TEST_F(TextCommand, FoldersAreWalkedInSortedOrderWithoutHiddenFiles) {
+    fs::create_directories(dir_ / "mails" / "sub");
+    fs::create_directories(dir_ / "mails" / ".cache");
+    write("mails/sub/b.html", "<p>second</p>");
+    write("mails/a.html", "<p>first</p>");
+    write("mails/.hidden.html", "<p>hidden</p>");
+    write("mails/.cache/c.html", "<p>cached</p>");
+    Outcome run = zvwk("text '" + (dir_ / "mails").string() + "'");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, "first\nsecond\n");
+}
+
 TEST_F(TextCommand, UsageErrors) {
     EXPECT_EQ(zvwk("text").status, 2);
     EXPECT_EQ(zvwk("text --frag -").status, 2);

@@ -25,6 +25,11 @@ std::optional<std::string> readInput(const std::string& path);
 // or directory"), for callers that report in an order of their own.
 std::optional<std::string> readInput(const std::string& path, std::string& reason);
 
+// The regular files under the folder `dir`, sorted, hidden files and folders
+// left out. If the walk fails, `error` holds the whole report
+// ("zvwk: DIR: reason") and the files found so far are returned.
+std::vector<std::string> filesUnder(const std::string& dir, std::string& error);
+
 // Reports "zvwk: message" on standard error; returns the usage exit status (2).
 int usageError(const std::string& message);
 

@@ -1,4 +1,5 @@
 // zvwk text: the plain text a message's HTML gives, as a mail's text/plain part.
+// Folders are walked (hidden entries left out), their files taken in sorted order.
 #include "Commands.h"
 #include "MailInput.h"
 
@@ -7,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <filesystem>
 #include <iostream>
 
 namespace zvwk {
@@ -29,7 +31,7 @@ std::string plainTextOf(std::string_view html, bool fragment) {
 int runText(const Args& args) {
     bool fragment = false;
     bool json = false;
-    std::vector<std::string> files;
+    std::vector<std::string> operands;
     for (const std::string& arg : args) {
         if (arg == "--fragment")
             fragment = true;
@@ -38,11 +40,25 @@ int runText(const Args& args) {
         else if (arg.size() > 1 && arg.starts_with("-"))
             return usageError("text: unknown option '" + arg + "'");
         else
-            files.push_back(arg);
+            operands.push_back(arg);
     }
-    if (files.empty()) return usageError("text: no input (give a FILE or -)");
+    if (operands.empty()) return usageError("text: no input (give FILEs, a DIR or -)");
 
     int status = 0;
+    std::vector<std::string> files;
+    for (const std::string& operand : operands) {
+        std::error_code ec;
+        if (operand == "-" || !std::filesystem::is_directory(operand, ec)) {
+            files.push_back(operand);
+            continue;
+        }
+        std::string error;
+        for (std::string& file : filesUnder(operand, error)) files.push_back(std::move(file));
+        if (!error.empty()) {
+            std::cerr << error << "\n";
+            status = 1;
+        }
+    }
     for (const std::string& file : files) {
         std::string error;
         std::optional<std::string> html = readMailHTML(file, error);
