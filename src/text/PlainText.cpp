@@ -29,8 +29,10 @@ struct Selectors {
     CSSSelector lineBreak = CSSSelector::parse("br");
     CSSSelector noteMarker = CSSSelector::parse("div[zv-note]");
     CSSSelector replySeparator = CSSSelector::idSelector("zv-reply-separator");
-    // Removed before the text is taken, in this order.
-    CSSSelector hidden[3] = {CSSSelector::parse("head"), CSSSelector::parse("script"), CSSSelector::parse("style")};
+    // Removed before the text is taken. Removing every head, then every
+    // script, then every style leaves the tree that removing all three kinds
+    // at once does, and one walk finds them all.
+    CSSSelector hidden = CSSSelector::parse("head, script, style");
 };
 
 const Selectors& selectors() {
@@ -83,38 +85,33 @@ void insertReplySeparatorLine(HTMLElement& separator) {
 }
 
 void removeHiddenElements(HTMLElement& root) {
-    for (const CSSSelector& hidden : selectors().hidden) {
-        // Held, since a match may sit inside another that goes first (an SVG
-        // script in an SVG script) and would be freed with it.
-        std::vector<Ref<HTMLElement>> matches;
-        for (HTMLElement* element : root.elementsMatchingSelector(hidden)) matches.emplace_back(element);
-        for (const Ref<HTMLElement>& element : matches) element->removeFromParentNode();
-    }
+    // Held, since a match may sit inside another that goes first (a script
+    // in the head) and would be freed with it.
+    std::vector<Ref<HTMLElement>> matches;
+    for (HTMLElement* element : root.elementsMatchingSelector(selectors().hidden)) matches.emplace_back(element);
+    for (const Ref<HTMLElement>& element : matches) element->removeFromParentNode();
 }
 
 // One regular-expression rewrite of the serialized markup.
 struct Rewrite {
     std::optional<Regex> regex;  // none when the pattern did not compile
-    icu::UnicodeString replacement;
+    std::string replacement;
 };
 
-Rewrite rewrite(std::string_view pattern, const char16_t* replacement) {
+Rewrite rewrite(std::string_view pattern, std::string replacement) {
     RegexError error;
     std::optional<Regex> regex = Regex::compile(pattern, RegexOptions::CaseInsensitive, &error);
     if (!regex) log("There was an error making regEx: " + error.localizedDescription);
-    return Rewrite{std::move(regex), icu::UnicodeString(replacement)};
+    return Rewrite{std::move(regex), std::move(replacement)};
 }
 
 // `element`'s markup through `rewrites`, parsed into a new div.
 Ref<HTMLElement> rewrittenCopy(const HTMLElement& element, const std::vector<Rewrite>& rewrites) {
-    // Converted to UTF-16 once for all the passes rather than once per pass.
-    icu::UnicodeString markup = icu::UnicodeString::fromUTF8(element.outerHTML());
+    std::string markup = element.outerHTML();
     for (const Rewrite& r : rewrites)
-        if (r.regex) markup = r.regex->replaceMatchesUTF16(markup, r.replacement);
-    std::string html;
-    markup.toUTF8String(html);
+        if (r.regex) markup = r.regex->replaceMatches(markup, r.replacement);
     Ref<HTMLElement> div = HTMLElement::create("div");
-    div->setInnerHTML(html);
+    div->setInnerHTML(markup);
     return div;
 }
 
@@ -180,8 +177,8 @@ Ref<HTMLElement> plainTextForDivs(const HTMLElement& element) {
     static const std::vector<Rewrite> kRewrites = [] {
         std::vector<Rewrite> r;
         // An empty line: a div holding nothing or only no-break spaces.
-        r.push_back(rewrite("<div([^>]*)>(&nbsp;)*</div", u"<div$1><br></div"));
-        r.push_back(rewrite("</div>([\\n]?)", u"</div>\n"));
+        r.push_back(rewrite("<div([^>]*)>(&nbsp;)*</div", "<div$1><br></div"));
+        r.push_back(rewrite("</div>([\\n]?)", "</div>\n"));
         return r;
     }();
     return rewrittenCopy(element, kRewrites);
@@ -190,10 +187,10 @@ Ref<HTMLElement> plainTextForDivs(const HTMLElement& element) {
 Ref<HTMLElement> plainTextForParagraphs(const HTMLElement& element) {
     static const std::vector<Rewrite> kRewrites = [] {
         std::vector<Rewrite> r;
-        r.push_back(rewrite("<br>([\\s]*)</p>", u"</p>"));
-        r.push_back(rewrite("</p>([\\n]?)", u"</p>\n"));
-        r.push_back(rewrite("</div>([\\n]?)", u"</div>\n"));
-        r.push_back(rewrite("<br>", u"\n<br>"));
+        r.push_back(rewrite("<br>([\\s]*)</p>", "</p>"));
+        r.push_back(rewrite("</p>([\\n]?)", "</p>\n"));
+        r.push_back(rewrite("</div>([\\n]?)", "</div>\n"));
+        r.push_back(rewrite("<br>", "\n<br>"));
         return r;
     }();
     return rewrittenCopy(element, kRewrites);

@@ -97,6 +97,48 @@ TEST(Regex, EmptyMatchesAdvance) {
     EXPECT_EQ(compiled("x*").numberOfMatches(""), 1u);
 }
 
+// A search over the whole text tries the engine only where the pattern's
+// literal prefix stands; with a range it runs ICU's own loop. Both must agree,
+// case folding beyond ASCII and lookbehind included.
+TEST(Regex, ThePrefixSearchFindsWhatTheEngineFinds) {
+    struct Pattern {
+        const char* text;
+        RegexOptions options;
+    };
+    const RegexOptions ci = RegexOptions::CaseInsensitive;
+    const Pattern patterns[] = {
+        {"</div>([\\n]?)", ci},  {"<br>([\\s]*)</p>", ci}, {"<div([^>]*)>(&nbsp;)*</div", ci},
+        {"<br>", ci},            {"<ss>", ci},              {"<k", ci},
+        {"<fi", ci},             {"ab+c", {}},              {"abc?", {}},
+        {"x*y", {}},             {"<b(?<=x<b)", ci},        {"<i\\b", ci},
+        {"a|<b", ci},            {"é<", ci},                {"<a.c", RegexOptions::DotMatchesLineSeparators},
+    };
+    const char* inputs[] = {
+        "<BR>x</P><br> \n</p>",   "</div></DIV>\n\n</Div>",       "<<br><br><br>",
+        "<\u00DF><SS><sS>",        "<K <\u212A <k",                 "<\uFB01 <fi <FI",
+        "abbbc abc ab ac",         "xxy y x",                        "x<b <b x<B",
+        "<i <in <I>",              "<div class=\"x\">&nbsp;</div><div></DIV",
+        "\u00C9< \u00E9< e<",      "<a\nc <abc",                    "",
+        "\xF0\x9F\x98\x80<br>\xF0\x9F\x98\x80",
+    };
+    const char* templates[] = {"$1", "[$0]", "\n<br>", "<div$1><br></div", "\\$1", "$12"};
+    for (const Pattern& p : patterns) {
+        Regex regex = compiled(p.text, p.options);
+        for (const char* input : inputs) {
+            const RegexRange whole{0, SIZE_MAX};
+            EXPECT_EQ(regex.numberOfMatches(input), regex.numberOfMatches(input, RegexMatchingOptions::None, whole))
+                << p.text << " in " << input;
+            for (const char* templ : templates)
+                EXPECT_EQ(regex.replaceMatches(input, templ),
+                          regex.replaceMatches(input, templ, RegexMatchingOptions::None, whole))
+                    << p.text << " in " << input << " with " << templ;
+        }
+    }
+    // Spot checks of what the folding cases give.
+    EXPECT_EQ(compiled("<ss>", ci).numberOfMatches("<\u00DF>"), 1u);
+    EXPECT_EQ(compiled("<k", ci).numberOfMatches("<\u212A"), 1u);
+}
+
 TEST(Regex, APatternThatDoesNotCompileSaysWhyAndWhere) {
     RegexError error;
     EXPECT_FALSE(Regex::compile("a(b", RegexOptions::None, &error));

@@ -11,7 +11,7 @@
 // static) and reuse it.
 #pragma once
 
-#include <unicode/unistr.h>
+#include <unicode/uversion.h>
 
 #include <cstdint>
 #include <memory>
@@ -21,6 +21,7 @@
 
 U_NAMESPACE_BEGIN
 class RegexPattern;
+class RegexMatcher;
 U_NAMESPACE_END
 
 namespace zv {
@@ -84,12 +85,6 @@ public:
     std::string replaceMatches(std::string_view input, std::string_view replacementTemplate,
                                RegexMatchingOptions options = RegexMatchingOptions::None,
                                std::optional<RegexRange> range = std::nullopt) const;
-    // The same on UTF-16 text, for callers that chain several replacements
-    // and would otherwise convert the text back and forth between them.
-    icu::UnicodeString replaceMatchesUTF16(const icu::UnicodeString& input,
-                                           const icu::UnicodeString& replacementTemplate,
-                                           RegexMatchingOptions options = RegexMatchingOptions::None,
-                                           std::optional<RegexRange> range = std::nullopt) const;
 
     // How many matches `input` has in `range` (default: all of it).
     size_t numberOfMatches(std::string_view input, RegexMatchingOptions options = RegexMatchingOptions::None,
@@ -99,12 +94,24 @@ public:
     RegexOptions options() const noexcept { return options_; }
 
 private:
-    Regex(std::shared_ptr<const icu::RegexPattern> compiled, std::string pattern, RegexOptions options)
-        : compiled_(std::move(compiled)), pattern_(std::move(pattern)), options_(options) {}
+    Regex(std::shared_ptr<const icu::RegexPattern> compiled, std::string pattern, RegexOptions options);
+
+    size_t nextCandidate(std::string_view text, size_t from) const;
+    bool prefixMayStartAt(std::string_view text, size_t at) const;
+    // Calls onMatch(start, end) for each match in the whole of `input` (valid
+    // UTF-8), trying the engine only where the prefix stands; false if ICU
+    // fails on the way.
+    template <class OnMatch>
+    bool forEachPrefixedMatch(std::string_view input, icu::RegexMatcher& matcher, OnMatch&& onMatch) const;
 
     std::shared_ptr<const icu::RegexPattern> compiled_;
     std::string pattern_;
     RegexOptions options_;
+    // The literal text every match begins with, when the pattern shows it
+    // plainly ("</div>" of "</div>([\n]?)"); empty when it does not. Searches
+    // over a whole text only try the engine where it stands, which is what
+    // makes a pattern like that cheap on markup full of other tags.
+    std::string prefix_;
 };
 
 }  // namespace zv
