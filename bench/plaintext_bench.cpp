@@ -1,4 +1,4 @@
-// Plain text of mail HTML: zv::text::plainText over the mail corpus.
+// Plain text of mail HTML: zv::plainText over the mail corpus.
 //
 //   plaintext_bench BENCH_CORPUS [benchmark options]
 //       BENCH_CORPUS is what bench/extract_corpus_html.py writes; the
@@ -51,7 +51,7 @@ size_t totalBytes(const std::vector<std::string>& documents) {
 
 std::string plainTextOf(const HTMLDocument& document) {
     const zv::html::HTMLElement* root = document.documentElement();
-    return root ? zv::text::plainText(*root) : std::string();
+    return root ? zv::plainText(*root) : std::string();
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include <charconv>
 #include <string>
 
-namespace zv::text {
+namespace zv {
 
 namespace {
 
@@ -64,4 +64,4 @@ std::optional<Color> colorWithHTMLName(std::string_view name) {
     return Color{*r / 255.0, *g / 255.0, *b / 255.0, 1.0};
 }
 
-}  // namespace zv::text
+}  // namespace zv

@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <vector>
 
-namespace zv::text {
+namespace zv {
 
 using html::CSSSelector;
 using html::HTMLElement;
@@ -220,4 +220,4 @@ std::string plainText(const html::HTMLDocumentFragment& fragment) {
     return result;
 }
 
-}  // namespace zv::text
+}  // namespace zv

@@ -1,6 +1,6 @@
 #include <zv/text/SquireCleanup.h>
 
-namespace zv::text {
+namespace zv {
 
 // One pass over the bytes: no replacement can form another one's target, so
 // this equals replacing the four characters one after the other.
@@ -28,4 +28,4 @@ std::string squireCleanup(std::string_view text) {
     return out;
 }
 
-}  // namespace zv::text
+}  // namespace zv

@@ -11,7 +11,7 @@
 namespace {
 
 using zv::Color;
-using zv::text::colorWithHTMLName;
+using zv::colorWithHTMLName;
 
 Color rgb(int r, int g, int b) { return Color{r / 255.0, g / 255.0, b / 255.0, 1.0}; }
 

@@ -14,7 +14,7 @@
 namespace {
 
 using namespace zv::html;
-using zv::text::plainText;
+using zv::plainText;
 
 // The body of a document parsed from `html`; documents keep their trees alive.
 struct Page {
@@ -64,26 +64,26 @@ TEST(PlainTextQuotes, OnlyEmptyBreakDivsOfACitationGetAMarker) {
               "one\n\n> \ntwo");
     // The marker goes after the break, inside the element holding it.
     Ref<HTMLElement> quote = element("<blockquote type=cite><div><span><br></span></div></blockquote>");
-    zv::text::preprocessBlockquoteCitations(*quote);
+    zv::preprocessBlockquoteCitations(*quote);
     EXPECT_EQ(quote->innerHTML(), "<div><span><br>&gt; </span></div>");
     // The outer level's marker makes the div no longer an empty break for the
     // inner level: one marker, whatever the depth.
     Ref<HTMLElement> nested =
         element("<blockquote type=cite><blockquote type=cite><div><br></div></blockquote></blockquote>");
-    zv::text::preprocessBlockquoteCitations(*nested);
-    zv::text::preprocessBlockquoteCitations(*nested->querySelector("blockquote"));
+    zv::preprocessBlockquoteCitations(*nested);
+    zv::preprocessBlockquoteCitations(*nested->querySelector("blockquote"));
     EXPECT_EQ(nested->innerHTML(), "<blockquote type=\"cite\"><div><br>&gt; </div></blockquote>");
 }
 
 TEST(PlainTextQuotes, TheCitationPassPrefixesParagraphsAtEveryDepth) {
     Ref<HTMLElement> quote = element("<blockquote type=cite><p>a</p><blockquote type=cite><p>b</p></blockquote></blockquote>");
-    zv::text::preprocessBlockquoteCitations(*quote);
+    zv::preprocessBlockquoteCitations(*quote);
     EXPECT_EQ(quote->innerHTML(),
               "<p>&gt; a</p><blockquote type=\"cite\"><p>&gt; b</p></blockquote>");
-    zv::text::preprocessBlockquoteCitations(*quote->querySelector("blockquote"));
+    zv::preprocessBlockquoteCitations(*quote->querySelector("blockquote"));
     EXPECT_EQ(quote->querySelector(":scope > blockquote > p")->textContent(), ">> b");
     // Break cleaning then trims each marker node on its own.
-    zv::text::preprocessBreaksInPs(*quote);
+    zv::preprocessBreaksInPs(*quote);
     EXPECT_EQ(quote->querySelector("p")->textContent(), ">a");
     EXPECT_EQ(quote->querySelector(":scope > blockquote > p")->textContent(), ">>b");
 }
@@ -149,27 +149,27 @@ TEST(PlainTextBreaks, CleanBreaksOnItsOwn) {
     };
     for (const Case& c : cases) {
         Ref<HTMLElement> block = element(c.html);
-        zv::text::cleanBreaks(*block);
+        zv::cleanBreaks(*block);
         EXPECT_EQ(block->innerHTML(), c.after) << c.html;
     }
 }
 
 TEST(PlainTextBreaks, TheDivPassIsCleanBreaksOnEveryDiv) {
     Ref<HTMLElement> root = element("<section><div>a<br></div><p>b<br><i>i</i><br></p><div><div> c </div><br></div></section>");
-    zv::text::preprocessBreaksInDIVs(*root);
+    zv::preprocessBreaksInDIVs(*root);
     EXPECT_EQ(root->innerHTML(), "<div>a</div><p>b<br><i>i</i><br></p><div><div>c</div></div>");
-    zv::text::preprocessBreaksInPs(*root);
+    zv::preprocessBreaksInPs(*root);
     EXPECT_EQ(root->querySelector("p")->innerHTML(), "b<br><i>i</i>");
 }
 
 TEST(PlainTextBreaks, EmptyBreakDivs) {
-    EXPECT_TRUE(zv::text::isEmptyBreakDIV(*element("<div><br></div>")));
-    EXPECT_TRUE(zv::text::isEmptyBreakDIV(*element("<div><span><br></span></div>")));
-    EXPECT_FALSE(zv::text::isEmptyBreakDIV(*element("<div><br><br></div>")));
-    EXPECT_FALSE(zv::text::isEmptyBreakDIV(*element("<div> <br></div>")));
-    EXPECT_FALSE(zv::text::isEmptyBreakDIV(*element("<div><span><br><br></span></div>")));
-    EXPECT_FALSE(zv::text::isEmptyBreakDIV(*element("<div>x</div>")));
-    EXPECT_FALSE(zv::text::isEmptyBreakDIV(*element("<div></div>")));
+    EXPECT_TRUE(zv::isEmptyBreakDIV(*element("<div><br></div>")));
+    EXPECT_TRUE(zv::isEmptyBreakDIV(*element("<div><span><br></span></div>")));
+    EXPECT_FALSE(zv::isEmptyBreakDIV(*element("<div><br><br></div>")));
+    EXPECT_FALSE(zv::isEmptyBreakDIV(*element("<div> <br></div>")));
+    EXPECT_FALSE(zv::isEmptyBreakDIV(*element("<div><span><br><br></span></div>")));
+    EXPECT_FALSE(zv::isEmptyBreakDIV(*element("<div>x</div>")));
+    EXPECT_FALSE(zv::isEmptyBreakDIV(*element("<div></div>")));
 }
 
 TEST(PlainTextLines, ParagraphBodies) {
@@ -196,24 +196,24 @@ TEST(PlainTextLines, NoteBodies) {
 TEST(PlainTextLines, TheRewritesOnTheirOwn) {
     Ref<HTMLElement> div = element("<div><p>a<br> \n</p><div>b</div>\n<br></div>");
     const std::string before = div->outerHTML();
-    EXPECT_EQ(zv::text::plainTextForParagraphs(*div)->innerHTML(), "<div><p>a</p>\n<div>b</div>\n\n<br></div>\n");
-    EXPECT_EQ(zv::text::plainTextForDivs(*div)->innerHTML(), "<div><p>a<br> \n</p><div>b</div>\n<br></div>\n");
+    EXPECT_EQ(zv::plainTextForParagraphs(*div)->innerHTML(), "<div><p>a</p>\n<div>b</div>\n\n<br></div>\n");
+    EXPECT_EQ(zv::plainTextForDivs(*div)->innerHTML(), "<div><p>a<br> \n</p><div>b</div>\n<br></div>\n");
     EXPECT_EQ(div->outerHTML(), before);
 
     // Attributes of an empty line survive; several no-break spaces are still empty.
     Ref<HTMLElement> note = element("<div><div class=\"x\">&nbsp;&nbsp;</div><div></div></div>");
-    EXPECT_EQ(zv::text::plainTextForDivs(*note)->innerHTML(),
+    EXPECT_EQ(zv::plainTextForDivs(*note)->innerHTML(),
               "<div><div class=\"x\"><br></div>\n<div><br></div>\n</div>\n");
 }
 
 TEST(PlainTextLines, FinalPreprocessCleansTheReceiverAndPicksTheVariant) {
     Ref<HTMLElement> body = element("<div><p>a<br></p><div>b<br>c</div></div>");
-    Ref<HTMLElement> lines = zv::text::finalPreprocess(*body);
+    Ref<HTMLElement> lines = zv::finalPreprocess(*body);
     EXPECT_EQ(body->innerHTML(), "<p>a</p><div>b<br>c</div>");
     EXPECT_EQ(lines->innerHTML(), "<div><p>a</p>\n<div>b\n<br>c</div>\n</div>\n");
 
     Ref<HTMLElement> note = element("<div><div zv-note>x<br>y</div></div>");
-    EXPECT_EQ(zv::text::finalPreprocess(*note)->innerHTML(), "<div><div zv-note=\"\">x<br>y</div>\n</div>\n");
+    EXPECT_EQ(zv::finalPreprocess(*note)->innerHTML(), "<div><div zv-note=\"\">x<br>y</div>\n</div>\n");
 }
 
 TEST(PlainTextContent, HiddenElementsGiveNoText) {
@@ -279,7 +279,7 @@ TEST(PlainTextConcurrency, ThreadsEachWithTheirOwnTree) {
 }
 
 TEST(SquireCleanup, ReplacesAndDeletesTheFourCharactersOnly) {
-    using zv::text::squireCleanup;
+    using zv::squireCleanup;
     EXPECT_EQ(squireCleanup("a\u00A0\u00A0b"), "a  b");
     EXPECT_EQ(squireCleanup("\u200Cx\u200By\uFFFC"), "xy");
     EXPECT_EQ(squireCleanup("\u200D\u2060\uFEFF\t"), "\u200D\u2060\uFEFF\t");

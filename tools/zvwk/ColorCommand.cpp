@@ -19,7 +19,7 @@ int runColor(const Args& args) {
     if (args.empty()) return usageError("color: no colour name");
     if (args.size() > 1) return usageError("color: one colour name only");
     const std::string& name = args[0];
-    std::optional<zv::Color> color = zv::text::colorWithHTMLName(name);
+    std::optional<zv::Color> color = zv::colorWithHTMLName(name);
     if (!color) {
         std::cerr << "zvwk: color: unknown colour name \"" << name << "\"\n";
         return 1;

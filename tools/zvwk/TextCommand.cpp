@@ -19,11 +19,11 @@ std::string plainTextOf(std::string_view html, bool fragment) {
     zv::html::HTMLParser parser(html);
     if (fragment) {
         auto body = zv::html::HTMLElement::create("body");
-        return zv::text::plainText(*parser.parseFragment(*body));
+        return zv::plainText(*parser.parseFragment(*body));
     }
     auto document = parser.parseDocument();
     const zv::html::HTMLElement* root = document->documentElement();
-    return root ? zv::text::plainText(*root) : std::string();
+    return root ? zv::plainText(*root) : std::string();
 }
 
 }  // namespace

@@ -15,10 +15,10 @@
 #include <optional>
 #include <string_view>
 
-namespace zv::text {
+namespace zv {
 
 // The opaque colour named `name`, compared after Unicode lower-casing and
 // nothing else: "Red" and "RED" are red, " red" and "#ff0000" are nothing.
 std::optional<Color> colorWithHTMLName(std::string_view name);
 
-}  // namespace zv::text
+}  // namespace zv

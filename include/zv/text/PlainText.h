@@ -36,7 +36,7 @@
 
 #include <string>
 
-namespace zv::text {
+namespace zv {
 
 // The plain text of `element`; `element` is not changed.
 std::string plainText(const html::HTMLElement& element);
@@ -77,4 +77,4 @@ html::Ref<html::HTMLElement> plainTextForDivs(const html::HTMLElement& element);
 // changed.
 html::Ref<html::HTMLElement> plainTextForParagraphs(const html::HTMLElement& element);
 
-}  // namespace zv::text
+}  // namespace zv

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace zv::text {
+namespace zv {
 
 // `text` with every U+00A0 NO-BREAK SPACE turned into a plain space and every
 // U+200C ZERO WIDTH NON-JOINER, U+200B ZERO WIDTH SPACE and U+FFFC OBJECT
@@ -13,4 +13,4 @@ namespace zv::text {
 // comes through byte for byte.
 std::string squireCleanup(std::string_view text);
 
-}  // namespace zv::text
+}  // namespace zv
