@@ -200,7 +200,8 @@ std::string plainText(const HTMLElement& element) {
     Ref<HTMLElement> copy(element.cloneNodeDeep(true)->as<HTMLElement>());
     // Outer citations come first in document order, so a nested paragraph
     // collects one marker per level, the innermost nearest to its text.
-    for (HTMLElement* citation : copy->elementsMatchingSelector(selectors().citation)) preprocessBlockquoteCitations(*citation);
+    for (HTMLElement* citation : copy->elementsMatchingSelector(selectors().citation))
+        preprocessBlockquoteCitations(*citation);
     if (HTMLElement* separator = copy->firstElementMatchingSelector(selectors().replySeparator))
         insertReplySeparatorLine(*separator);
     removeHiddenElements(*copy);
