@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kStyleAttribute = "style";
 
 // Spaces and tabs in the Unicode sense (tab and the Zs class), no line breaks.
-bool isHorizontalSpace(UChar32 c) { return c >= 0 && u_isblank(c); }
+bool isHorizontalSpace(UChar32 c) { return c == ' ' || c == '\t' || (c >= 0x80 && u_isblank(c)); }
 
 std::string_view trimHorizontalSpace(std::string_view s) {
     const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
@@ -34,8 +34,8 @@ std::string_view trimHorizontalSpace(std::string_view s) {
     return s.substr(size_t(begin), size_t(end - begin));
 }
 
-// Calls fn(rawName, value) for each declaration kept by the reading rules;
-// rawName is trimmed but not yet lower-cased.
+// Calls fn(rawName, rawValue) for each declaration kept by the reading
+// rules, both untrimmed, so that lookups trim only the values they keep.
 template <class Fn>
 void forEachDeclaration(std::string_view text, Fn fn) {
     while (true) {
@@ -43,20 +43,23 @@ void forEachDeclaration(std::string_view text, Fn fn) {
         std::string_view piece = text.substr(0, semicolon);
         size_t colon = piece.find(':');
         if (colon != std::string_view::npos && piece.find(':', colon + 1) == std::string_view::npos)
-            fn(trimHorizontalSpace(piece.substr(0, colon)), trimHorizontalSpace(piece.substr(colon + 1)));
+            fn(piece.substr(0, colon), piece.substr(colon + 1));
         if (semicolon == std::string_view::npos) return;
         text.remove_prefix(semicolon + 1);
     }
 }
 
-bool lowercasedEquals(std::string_view rawName, std::string_view lowerName) {
-    if (!textcase::isASCII(rawName)) return textcase::lowercase(rawName) == lowerName;
-    if (rawName.size() != lowerName.size()) return false;
+// Whether the trimmed, lower-cased name is `lowerName`. Lower-casing keeps
+// an ASCII prefix as ASCII, so a mismatch there is final and ICU is asked
+// only about names with other characters.
+bool nameEquals(std::string_view rawName, std::string_view lowerName) {
+    rawName = trimHorizontalSpace(rawName);
     for (size_t i = 0; i < rawName.size(); ++i) {
         char c = rawName[i];
-        if ((c >= 'A' && c <= 'Z' ? char(c + 32) : c) != lowerName[i]) return false;
+        if (static_cast<unsigned char>(c) >= 0x80) return textcase::lowercase(rawName) == lowerName;
+        if (i >= lowerName.size() || (c >= 'A' && c <= 'Z' ? char(c + 32) : c) != lowerName[i]) return false;
     }
-    return true;
+    return rawName.size() == lowerName.size();
 }
 
 }  // namespace
@@ -64,7 +67,7 @@ bool lowercasedEquals(std::string_view rawName, std::string_view lowerName) {
 StyleDictionary parseStyleDictionary(std::string_view styleText) {
     StyleDictionary style;
     forEachDeclaration(styleText, [&](std::string_view name, std::string_view value) {
-        style.insert_or_assign(textcase::lowercase(name), std::string(value));
+        style.insert_or_assign(textcase::lowercase(trimHorizontalSpace(name)), std::string(trimHorizontalSpace(value)));
     });
     return style;
 }
@@ -83,10 +86,26 @@ std::string styleTextForDictionary(const StyleDictionary& style) {
 std::optional<std::string> styleValue(std::string_view styleText, std::string_view name) {
     std::optional<std::string_view> found;
     forEachDeclaration(styleText, [&](std::string_view rawName, std::string_view value) {
-        if (lowercasedEquals(rawName, name)) found = value;
+        if (nameEquals(rawName, name)) found = value;
     });
     if (!found) return std::nullopt;
-    return std::string(*found);
+    return std::string(trimHorizontalSpace(*found));
+}
+
+std::vector<std::optional<std::string>> styleValues(std::string_view styleText,
+                                                    std::initializer_list<std::string_view> names) {
+    std::vector<std::optional<std::string_view>> found(names.size());
+    forEachDeclaration(styleText, [&](std::string_view rawName, std::string_view value) {
+        size_t i = 0;
+        for (std::string_view name : names) {
+            if (nameEquals(rawName, name)) found[i] = value;
+            ++i;
+        }
+    });
+    std::vector<std::optional<std::string>> values(names.size());
+    for (size_t i = 0; i < found.size(); ++i)
+        if (found[i]) values[i] = std::string(trimHorizontalSpace(*found[i]));
+    return values;
 }
 
 const std::string* style(const html::HTMLElement& element) { return element.attribute(kStyleAttribute); }

@@ -119,9 +119,8 @@ bool lowercasedStartsWith(const std::optional<std::string>& value, std::string_v
 bool isHiddenByInlineStyle(const html::HTMLTagToken& token) {
     const std::string* style = token.attribute("style");
     if (!style) return false;
-    return lowercasedStartsWith(styleValue(*style, "display"), "none") ||
-           lowercasedStartsWith(styleValue(*style, "visibility"), "hidden") ||
-           styleValue(*style, "opacity") == "0";
+    std::vector<std::optional<std::string>> values = styleValues(*style, {"display", "visibility", "opacity"});
+    return lowercasedStartsWith(values[0], "none") || lowercasedStartsWith(values[1], "hidden") || values[2] == "0";
 }
 
 // How many stack items carry each tag name. A stray end tag then costs
@@ -252,21 +251,14 @@ private:
                 i = walkComplex(text, i);
                 continue;
             }
-            if (text[i] == '\r' && i + 1 < n && text[i + 1] == '\n') {
-                step("\r\n", 1, Step::LineBreak);
-                i += 2;
-                continue;
-            }
-            Step kind = asciiStep(text[i]);
-            if (kind != Step::Ordinary) {
-                step(text.substr(i, 1), 1, kind);
-                ++i;
-                continue;
-            }
+            const bool ordinary = asciiStep(text[i]) == Step::Ordinary;
             size_t end = i + 1;
-            while (end < n && isASCIIByte(text[end]) && asciiStep(text[end]) == Step::Ordinary) ++end;
+            while (end < n && isASCIIByte(text[end]) && (asciiStep(text[end]) == Step::Ordinary) == ordinary) ++end;
             if (end < n && !isASCIIByte(text[end])) --end;  // it may take combining marks: ICU decides
-            appendOrdinaryASCII(text.substr(i, end - i));
+            if (ordinary)
+                appendOrdinaryASCII(text.substr(i, end - i));
+            else
+                stepWhiteSpaceRun(text.substr(i, end - i));
             i = end;
         }
     }
@@ -324,6 +316,14 @@ private:
         } else {
             appendWhiteSpace(kind == Step::LineBreak && has(ZVTextSnippetPreserveLineBreaks) ? '\n' : ' ');
         }
+    }
+
+    // step() for each character of a run of ASCII white space (CR LF is one
+    // step or two, to the same effect): after the first, each one only
+    // repeats the limit test, the flag being set.
+    void stepWhiteSpaceRun(std::string_view run) {
+        step(run.substr(0, 1), 1, asciiStep(run[0]));
+        if (run.size() > 1 && limitPassed()) stop_ = true;
     }
 
     // step() for each character of a run of ASCII letters, digits and marks,

@@ -37,14 +37,17 @@ TEST(InlineStyle, WritingLowerCasesNamesAndJoinsWithNothingBetween) {
 }
 
 TEST(InlineStyle, StyleValueAgreesWithTheDictionary) {
-    for (const char* text : {"display:none", "DISPLAY : Block ; display: inline", "display: url(a:b)", "x:1",
+    for (const char* text : {"display:none", "DISPLAY : Block ; display: inline", "display: url(a:b)", "x:1;Y:2",
                              "display;display:flex;"}) {
         SCOPED_TRACE(text);
         StyleDictionary style = zv::parseStyleDictionary(text);
-        auto found = style.find("display");
-        std::optional<std::string> expected;
-        if (found != style.end()) expected = found->second;
-        EXPECT_EQ(zv::styleValue(text, "display"), expected);
+        auto valueOf = [&](const std::string& name) {
+            auto found = style.find(name);
+            return found == style.end() ? std::nullopt : std::optional<std::string>(found->second);
+        };
+        EXPECT_EQ(zv::styleValue(text, "display"), valueOf("display"));
+        EXPECT_EQ(zv::styleValues(text, {"x", "display", "y"}),
+                  (std::vector<std::optional<std::string>>{valueOf("x"), valueOf("display"), valueOf("y")}));
     }
 }
 

@@ -120,6 +120,9 @@ TEST(TextSnippet, TheLimitIsTestedBeforeEachStepSoOneUnitMayPass) {
         // No limit at zero or below.
         {"abcdefgh", 0, 0, "abcdefgh"},
         {"abcdefgh", -3, 0, "abcdefgh"},
+        // A second white space past the limit stops at once, so no separator follows.
+        {"<div>abcdef  </div>x", 6, kBreaks, "abcdef "},
+        {"<div>abcdef </div>x", 6, kBreaks, "abcdef \n"},
         // The stop ends the walk across tags too.
         {"abc<b>def</b><i>ghi</i>", 4, 0, "abcde"},
     });
@@ -190,14 +193,6 @@ TEST(TextSnippet, InstanceAndErrorFormsAgreeAndNeverReportAnError) {
     EXPECT_EQ(extractTextFromHTML(html, 0, 0, &error), "Hello there");
     EXPECT_FALSE(error);
     EXPECT_EQ(extractTextFromHTML(html, 0, 0, nullptr), "Hello there");
-}
-
-TEST(TextSnippet, StackItemsHoldTheirStartTag) {
-    HTMLTokenStackItem item = HTMLTokenStackItem::newWithToken(html::HTMLStartTagToken(), false);
-    item.token.tagName = "p";
-    item.collectionState = true;
-    EXPECT_EQ(item.token.tagName, "p");
-    EXPECT_TRUE(item.collectionState);
 }
 
 // The text after the first megabyte sits on pages that fault when read: a

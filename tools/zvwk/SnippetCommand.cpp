@@ -93,7 +93,7 @@ Outcome snippetOf(const std::string& path, const SnippetRequest& request) {
 
 // A one-line bar on standard error, redrawn in place at most ten times a
 // second and only once the work has proved long; cleared before anything
-// else is printed, so it never mixes with output on the same terminal.
+// else goes to the terminal, so it never mixes with output there.
 class ProgressBar {
 public:
     explicit ProgressBar(size_t total) : total_(total), enabled_(::isatty(STDERR_FILENO) != 0) {}
@@ -102,7 +102,7 @@ public:
         if (!enabled_) return;
         auto now = Clock::now();
         if (!(total_ > kManyInputs || now - start_ > std::chrono::seconds(1))) return;
-        if (shown_ && now - lastDraw_ < std::chrono::milliseconds(100)) return;
+        if (now - lastDraw_ < std::chrono::milliseconds(100)) return;
         std::cout.flush();
         size_t filled = total_ ? kWidth * done / total_ : kWidth;
         std::cerr << "\r[" << std::string(filled, '#') << std::string(kWidth - filled, '.') << "] " << done << "/"
@@ -205,14 +205,16 @@ int runSnippet(const Args& args) {
     const bool bare = request.operands.size() == 1 && !anyDirectory;
 
     ProgressBar progress(paths.size());
+    const bool outputIsTerminal = ::isatty(STDOUT_FILENO) != 0;
     SnippetJobs jobs(paths, request);
     for (size_t i = 0; i < paths.size();) {
         std::optional<Outcome> outcome = jobs.take(i, std::chrono::milliseconds(100));
         if (outcome) {
-            progress.clear();
             if (outcome->error.empty()) {
+                if (outputIsTerminal) progress.clear();
                 printSnippet(paths[i], outcome->snippet, request, bare);
             } else {
+                progress.clear();
                 std::cout.flush();
                 std::cerr << outcome->error << "\n";
                 status = 1;

@@ -22,10 +22,12 @@
 #include <zv/html/HTMLElement.h>
 #include <zv/html/HTMLToken.h>
 
+#include <initializer_list>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zv {
 
@@ -35,8 +37,11 @@ StyleDictionary parseStyleDictionary(std::string_view styleText);
 std::string styleTextForDictionary(const StyleDictionary& style);
 
 // The value parseStyleDictionary(styleText) holds under `name` (lower case),
-// found without building the map: for hot paths that ask for one property.
+// found without building the map: for hot paths that ask for a property or two.
 std::optional<std::string> styleValue(std::string_view styleText, std::string_view name);
+// The same for several names in one pass; the values in the order of `names`.
+std::vector<std::optional<std::string>> styleValues(std::string_view styleText,
+                                                    std::initializer_list<std::string_view> names);
 
 // The "style" attribute as it is, or null when there is none.
 const std::string* style(const html::HTMLElement& element);

@@ -22,8 +22,14 @@
 //   and never inside <pre>; white space is collapsed in <pre> all the same.
 // - Spaces and tabs count as white space, so do CR, LF and VT (line feeds
 //   when preserving line breaks); U+00A0 and U+200C only with
-//   ZVTextSnippetInvisibleSpacesAsWhitespace. A run of white space keeps its
-//   first member; white space at the start is dropped.
+//   ZVTextSnippetInvisibleSpacesAsWhitespace. A composed character sequence
+//   counts as its first character: a mark riding on a space goes with it,
+//   and U+200C, which joins the sequence before it, counts only where it
+//   leads one (after NBSP it is dropped with the NBSP). A run of white space
+//   keeps its first member; white space at the start is dropped.
+// - The tokenizer stays in its data state throughout, as no tree builder
+//   switches it: markup-like text inside <script>, <style> or <textarea> is
+//   read as tags (the first two are hidden all the same).
 //
 // Lengths are UTF-16 code units (an emoji outside the BMP counts two), and
 // text is stepped through by composed character sequence (ICU's character
