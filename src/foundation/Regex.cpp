@@ -112,11 +112,12 @@ bool isAsciiLetter(char c) { return (c | 0x20) >= 'a' && (c | 0x20) <= 'z'; }
 // the pattern's plain leading run: ASCII characters that are not syntax, less
 // one that a quantifier makes optional. A case-insensitive pattern must start
 // with a caseless character, which a search can look for as it is. A pattern
-// with an alternation anywhere, or read in comments or literal mode, gives none.
+// with an alternation anywhere, or with \G (which depends on where the
+// previous match ended), or read in comments or literal mode, gives none.
 std::string requiredPrefix(std::string_view pattern, RegexOptions options) {
     if (has(options, RegexOptions::AllowCommentsAndWhitespace) || has(options, RegexOptions::IgnoreMetacharacters))
         return {};
-    if (pattern.find('|') != std::string_view::npos) return {};
+    if (pattern.find('|') != std::string_view::npos || pattern.find("\\G") != std::string_view::npos) return {};
     static constexpr std::string_view kSyntax = "\\^$.|?*+()[]{}";
     std::string prefix;
     for (size_t i = 0; i < pattern.size(); ++i) {

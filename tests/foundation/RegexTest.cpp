@@ -112,6 +112,7 @@ TEST(Regex, ThePrefixSearchFindsWhatTheEngineFinds) {
         {"<fi", ci},             {"ab+c", {}},              {"abc?", {}},
         {"x*y", {}},             {"<b(?<=x<b)", ci},        {"<i\\b", ci},
         {"a|<b", ci},            {"é<", ci},                {"<a.c", RegexOptions::DotMatchesLineSeparators},
+        {"a\\G", {}},
     };
     const char* inputs[] = {
         "<BR>x</P><br> \n</p>",   "</div></DIV>\n\n</Div>",       "<<br><br><br>",
@@ -119,7 +120,7 @@ TEST(Regex, ThePrefixSearchFindsWhatTheEngineFinds) {
         "abbbc abc ab ac",         "xxy y x",                        "x<b <b x<B",
         "<i <in <I>",              "<div class=\"x\">&nbsp;</div><div></DIV",
         "\u00C9< \u00E9< e<",      "<a\nc <abc",                    "",
-        "\xF0\x9F\x98\x80<br>\xF0\x9F\x98\x80",
+        "\xF0\x9F\x98\x80<br>\xF0\x9F\x98\x80", "aaa", "\xFF<br>\xC3",
     };
     const char* templates[] = {"$1", "[$0]", "\n<br>", "<div$1><br></div", "\\$1", "$12"};
     for (const Pattern& p : patterns) {
