@@ -182,6 +182,9 @@ TEST(PlainTextLines, ParagraphBodies) {
     EXPECT_EQ(bodyText("<div><div>one</div><div>&nbsp;</div><div>two<br></div></div>"), "one\n \ntwo");
     // Inline markup does not break lines.
     EXPECT_EQ(bodyText("<div>a <b>b</b> <a href=x>c</a></div>"), "a b c");
+    // The rewrite looks for the markup "<br>": a br with attributes, as mail
+    // programs write <br clear="all">, starts no line.
+    EXPECT_EQ(bodyText("<div>a<br clear=all>b<BR>c<br class=x>d</div>"), "ab\ncd");
 }
 
 TEST(PlainTextLines, NoteBodies) {

@@ -21,6 +21,8 @@
 //   paragraph "a" reads ">a", and one two levels deep ">>a";
 // - a note-style body gets no line feed for a `br`, so "----" follows the
 //   separator's text directly unless a closing `div` comes between;
+// - the rewrites look for the markup "<br>", so a `br` with attributes
+//   (<br clear="all">) starts no line;
 // - the blocks of a fragment run together with no separator.
 //
 // Queries look at descendants only: the element `plainText` is called on is
