@@ -57,7 +57,7 @@ TEST_P(MailCorpus, EveryInputGivesAJsonLineOrAnExpectedComplaint) {
     EXPECT_EQ(lines + complaints, inputCount());
 }
 
-INSTANTIATE_TEST_SUITE_P(Commands, MailCorpus, testing::Values("snippet"),
+INSTANTIATE_TEST_SUITE_P(Commands, MailCorpus, testing::Values("snippet", "text"),
                          [](const auto& info) { return std::string(info.param); });
 
 }  // namespace

@@ -79,24 +79,6 @@ std::optional<std::string> parseArguments(const Args& args, SnippetRequest& requ
     return std::nullopt;
 }
 
-// The regular files under `dir`, sorted, hidden files and folders left out.
-std::vector<std::string> filesUnder(const std::string& dir, std::string& error) {
-    std::vector<std::string> files;
-    std::error_code ec;
-    fs::recursive_directory_iterator it(dir, fs::directory_options::skip_permission_denied, ec);
-    for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
-        if (it->path().filename().string().starts_with(".")) {
-            it.disable_recursion_pending();
-            continue;
-        }
-        std::error_code typeError;
-        if (it->is_regular_file(typeError)) files.push_back(it->path().string());
-    }
-    if (ec) error = "zvwk: " + dir + ": " + ec.message();
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
 struct Outcome {
     std::optional<std::string> snippet;
     std::string error;  // the whole report when the input could not be read

@@ -1,8 +1,10 @@
 // zvwk: the command-line face of ZVWebKit.
 #include "Commands.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -36,6 +38,24 @@ std::optional<std::string> readInput(const std::string& path) {
     return bytes;
 }
 
+std::vector<std::string> filesUnder(const std::string& dir, std::string& error) {
+    namespace fs = std::filesystem;
+    std::vector<std::string> files;
+    std::error_code ec;
+    fs::recursive_directory_iterator it(dir, fs::directory_options::skip_permission_denied, ec);
+    for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
+        if (it->path().filename().string().starts_with(".")) {
+            it.disable_recursion_pending();
+            continue;
+        }
+        std::error_code typeError;
+        if (it->is_regular_file(typeError)) files.push_back(it->path().string());
+    }
+    if (ec) error = "zvwk: " + dir + ": " + ec.message();
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
 int usageError(const std::string& message) {
     std::cerr << "zvwk: " << message << "\n";
     return 2;
@@ -56,6 +76,8 @@ const Command kCommands[] = {
     {"serialize", runSerialize, "serialize FILE|-   print the document's serialization"},
     {"select", runSelect,
      "select [--json] SELECTOR FILE|-   print the elements the CSS selector matches, one per line"},
+    {"text", runText, "text [--fragment] [--json] FILE...|DIR|-   print the plain text of each input (.eml: its HTML part)"},
+    {"color", runColor, "color NAME   print the HTML colour keyword's value as r,g,b (0-255)"},
     {"snippet", runSnippet,
      "snippet [--max N] [--whole-words] [--invisible-spaces] [--skip-title] [--skip-head] [--preserve-breaks]\n"
      "          [--jobs N] [--json] FILE...|DIR|-   print a preview snippet of each input (.eml: its HTML part)"},

@@ -1,0 +1,105 @@
+// zvwk text and zvwk color as a user runs them.
+#include "ZvwkRunner.h"
+
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using namespace zvwk_test;
+
+using TextCommand = ZvwkTest;
+using ColorCommand = ZvwkTest;
+
+const char* kReply =
+    "<html><head><title>Re: lunch</title><style>p{margin:0}</style></head><body>"
+    "<p>Yes!<br><br></p><div id=zv-reply-separator>On Monday Ann wrote:</div>"
+    "<blockquote type=cite><p>Lunch?</p></blockquote></body></html>";
+
+TEST_F(TextCommand, PrintsTheDocumentsPlainText) {
+    Outcome run = zvwk("text -", kReply);
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(run.out, "Yes!\nOn Monday Ann wrote:\n\n---->Lunch?\n");
+}
+
+TEST_F(TextCommand, FragmentsRunTheirTopLevelBlocksTogether) {
+    EXPECT_EQ(zvwk("text --fragment -", "<div>a</div>\n<div>b</div>").out, "ab\n");
+    EXPECT_EQ(zvwk("text -", "<div>a</div>\n<div>b</div>").out, "a\nb\n");
+    // A top-level style element is the receiver of its own pipeline, not a
+    // descendant of it, so its text stays; in a document it is in the head.
+    EXPECT_EQ(zvwk("text --fragment -", "<style>p{}</style> <p>x</p>").out, "p{}x\n");
+    EXPECT_EQ(zvwk("text -", "<style>p{}</style> <p>x</p>").out, "x\n");
+}
+
+TEST_F(TextCommand, JsonGivesOneObjectPerInputAndGoesOnPastUnreadableOnes) {
+    fs::path first = write("first.html", kReply);
+    fs::path latin = write("latin.html", "<meta charset=windows-1252><p>caf\xE9\t</p>");
+    Outcome run = zvwk("text --json '" + first.string() + "' /nonexistent/x.html '" + latin.string() + "'");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "zvwk: /nonexistent/x.html: No such file or directory\n");
+    std::istringstream lines(run.out);
+    std::string line;
+    std::vector<nlohmann::json> objects;
+    while (std::getline(lines, line)) objects.push_back(nlohmann::json::parse(line));
+    ASSERT_EQ(objects.size(), 2u);
+    EXPECT_EQ(objects[0]["file"], first.string());
+    EXPECT_EQ(objects[0]["text"], "Yes!\nOn Monday Ann wrote:\n\n---->Lunch?");
+    EXPECT_EQ(objects[1]["file"], latin.string());
+    EXPECT_EQ(objects[1]["text"], "caf\xC3\xA9");
+    // Keys in this order, so the lines read the same from run to run.
+    EXPECT_EQ(run.out.substr(0, 9), "{\"file\":\"");
+}
+
+TEST_F(TextCommand, MessagesGiveTheTextOfTheirHtmlPart) {
+    fs::path mail = write("reply.eml",
+                          "From: ann@example.org\r\nTo: bob@example.org\r\nSubject: lunch\r\nMIME-Version: 1.0\r\n"
+                          "Content-Type: multipart/alternative; boundary=\"b\"\r\n\r\n"
+                          "--b\r\nContent-Type: text/plain; charset=utf-8\r\n\r\nplain\r\n"
+                          "--b\r\nContent-Type: text/html; charset=iso-8859-1\r\n"
+                          "Content-Transfer-Encoding: quoted-printable\r\n\r\n"
+                          "<p>caf=E9<br></p><blockquote type=3Dcite><p>q</p></blockquote>\r\n--b--\r\n");
+    fs::path plain = write("plain.eml", "From: a@example.org\r\nSubject: x\r\n\r\njust text\r\n");
+    Outcome run = zvwk("text '" + mail.string() + "' '" + plain.string() + "'");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out, "caf\xC3\xA9\n>q\n");
+    EXPECT_EQ(run.err, "zvwk: " + plain.string() + ": no text/html part\n");
+}
+
+TEST_F(TextCommand, FoldersAreWalkedInSortedOrderWithoutHiddenFiles) {
+    fs::create_directories(dir_ / "mails" / "sub");
+    fs::create_directories(dir_ / "mails" / ".cache");
+    write("mails/sub/b.html", "<p>second</p>");
+    write("mails/a.html", "<p>first</p>");
+    write("mails/.hidden.html", "<p>hidden</p>");
+    write("mails/.cache/c.html", "<p>cached</p>");
+    Outcome run = zvwk("text '" + (dir_ / "mails").string() + "'");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, "first\nsecond\n");
+}
+
+TEST_F(TextCommand, UsageErrors) {
+    EXPECT_EQ(zvwk("text").status, 2);
+    EXPECT_EQ(zvwk("text --frag -").status, 2);
+    Outcome empty = zvwk("text -", "");
+    EXPECT_EQ(empty.status, 0);
+    EXPECT_EQ(empty.out, "\n");
+}
+
+TEST_F(ColorCommand, PrintsComponentsAsBytes) {
+    EXPECT_EQ(zvwk("color Red").out, "255,0,0\n");
+    EXPECT_EQ(zvwk("color aliceblue").out, "240,248,255\n");
+    EXPECT_EQ(zvwk("color gray").out, "128,128,128\n");
+    EXPECT_EQ(zvwk("color DarkSlateGray").out, "47,79,79\n");
+}
+
+TEST_F(ColorCommand, UnknownNamesAndUsage) {
+    Outcome grey = zvwk("color grey");
+    EXPECT_EQ(grey.status, 1);
+    EXPECT_EQ(grey.out, "");
+    EXPECT_EQ(grey.err, "zvwk: color: unknown colour name \"grey\"\n");
+    EXPECT_EQ(zvwk("color '#ff0000'").err, "zvwk: color: unknown colour name \"#ff0000\"\n");
+    EXPECT_EQ(zvwk("color").status, 2);
+    EXPECT_EQ(zvwk("color red blue").status, 2);
+}
+
+}  // namespace
