@@ -7,11 +7,11 @@ namespace zv {
 
 namespace {
 
-bool isSpace(UChar32 c) { return c >= 0 && u_isUWhiteSpace(c); }
+bool isSpace(char32_t c) { return u_isUWhiteSpace(UChar32(c)); }
 
 }  // namespace
 
-std::string zvTrim(std::string_view s) {
+std::string_view trimCodePoints(std::string_view s, bool (*trims)(char32_t)) {
     const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
     const auto length = static_cast<int32_t>(s.size());
     int32_t begin = 0;
@@ -19,7 +19,7 @@ std::string zvTrim(std::string_view s) {
         int32_t next = begin;
         UChar32 c;
         U8_NEXT(bytes, next, length, c);
-        if (!isSpace(c)) break;
+        if (c < 0 || !trims(char32_t(c))) break;
         begin = next;
     }
     int32_t end = length;
@@ -27,10 +27,14 @@ std::string zvTrim(std::string_view s) {
         int32_t previous = end;
         UChar32 c;
         U8_PREV(bytes, begin, previous, c);
-        if (!isSpace(c)) break;
+        if (c < 0 || !trims(char32_t(c))) break;
         end = previous;
     }
-    return std::string(s.substr(begin, end - begin));
+    return s.substr(begin, end - begin);
+}
+
+std::string zvTrim(std::string_view s) {
+    return std::string(trimCodePoints(s, isSpace));
 }
 
 }  // namespace zv

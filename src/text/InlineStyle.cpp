@@ -1,9 +1,10 @@
 #include <zv/text/InlineStyle.h>
 
+#include <zv/foundation/Strings.h>
+
 #include "CaseMapping.h"
 
 #include <unicode/uchar.h>
-#include <unicode/utf8.h>
 
 namespace zv {
 
@@ -12,27 +13,9 @@ namespace {
 constexpr std::string_view kStyleAttribute = "style";
 
 // Spaces and tabs in the Unicode sense (tab and the Zs class), no line breaks.
-bool isHorizontalSpace(UChar32 c) { return c == ' ' || c == '\t' || (c >= 0x80 && u_isblank(c)); }
+bool isHorizontalSpace(char32_t c) { return c == ' ' || c == '\t' || (c >= 0x80 && u_isblank(UChar32(c))); }
 
-std::string_view trimHorizontalSpace(std::string_view s) {
-    const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
-    auto begin = int32_t(0), end = int32_t(s.size());
-    while (begin < end) {
-        int32_t next = begin;
-        UChar32 c;
-        U8_NEXT(bytes, next, end, c);
-        if (!isHorizontalSpace(c)) break;
-        begin = next;
-    }
-    while (end > begin) {
-        int32_t previous = end;
-        UChar32 c;
-        U8_PREV(bytes, begin, previous, c);
-        if (!isHorizontalSpace(c)) break;
-        end = previous;
-    }
-    return s.substr(size_t(begin), size_t(end - begin));
-}
+std::string_view trimHorizontalSpace(std::string_view s) { return trimCodePoints(s, isHorizontalSpace); }
 
 // Calls fn(rawName, rawValue) for each declaration kept by the reading
 // rules, both untrimmed, so that lookups trim only the values they keep.

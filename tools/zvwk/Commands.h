@@ -25,10 +25,12 @@ std::optional<std::string> readInput(const std::string& path);
 // or directory"), for callers that report in an order of their own.
 std::optional<std::string> readInput(const std::string& path, std::string& reason);
 
-// The regular files under the folder `dir`, sorted, hidden files and folders
-// left out. If the walk fails, `error` holds the whole report
-// ("zvwk: DIR: reason") and the files found so far are returned.
-std::vector<std::string> filesUnder(const std::string& dir, std::string& error);
+// The inputs that operands name: a FILE or "-" as it is, a DIR as the regular
+// files under it (sorted; hidden files and folders left out). A folder that
+// cannot be walked is reported as "zvwk: DIR: reason" and sets `failed`;
+// `anyDirectory` tells whether any operand was a folder.
+std::vector<std::string> expandInputs(const std::vector<std::string>& operands, bool& failed,
+                                      bool* anyDirectory = nullptr);
 
 // Reports "zvwk: message" on standard error; returns the usage exit status (2).
 int usageError(const std::string& message);

@@ -12,7 +12,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <filesystem>
 #include <iostream>
 #include <mutex>
 #include <thread>
@@ -21,7 +20,6 @@ namespace zvwk {
 
 namespace {
 
-namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 constexpr long kDefaultMaxLength = 200;
@@ -185,23 +183,9 @@ int runSnippet(const Args& args) {
     SnippetRequest request;
     if (std::optional<std::string> error = parseArguments(args, request)) return usageError(*error);
 
-    int status = 0;
-    bool anyDirectory = false;
-    std::vector<std::string> paths;
-    for (const std::string& operand : request.operands) {
-        std::error_code ec;
-        if (operand == "-" || !fs::is_directory(operand, ec)) {
-            paths.push_back(operand);
-            continue;
-        }
-        anyDirectory = true;
-        std::string error;
-        for (std::string& file : filesUnder(operand, error)) paths.push_back(std::move(file));
-        if (!error.empty()) {
-            std::cerr << error << "\n";
-            status = 1;
-        }
-    }
+    bool failed = false, anyDirectory = false;
+    std::vector<std::string> paths = expandInputs(request.operands, failed, &anyDirectory);
+    int status = failed ? 1 : 0;
     const bool bare = request.operands.size() == 1 && !anyDirectory;
 
     ProgressBar progress(paths.size());

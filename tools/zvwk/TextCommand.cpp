@@ -8,7 +8,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <filesystem>
 #include <iostream>
 
 namespace zvwk {
@@ -44,21 +43,9 @@ int runText(const Args& args) {
     }
     if (operands.empty()) return usageError("text: no input (give FILEs, a DIR or -)");
 
-    int status = 0;
-    std::vector<std::string> files;
-    for (const std::string& operand : operands) {
-        std::error_code ec;
-        if (operand == "-" || !std::filesystem::is_directory(operand, ec)) {
-            files.push_back(operand);
-            continue;
-        }
-        std::string error;
-        for (std::string& file : filesUnder(operand, error)) files.push_back(std::move(file));
-        if (!error.empty()) {
-            std::cerr << error << "\n";
-            status = 1;
-        }
-    }
+    bool failed = false;
+    std::vector<std::string> files = expandInputs(operands, failed);
+    int status = failed ? 1 : 0;
     for (const std::string& file : files) {
         std::string error;
         std::optional<std::string> html = readMailHTML(file, error);

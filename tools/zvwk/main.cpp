@@ -38,6 +38,8 @@ std::optional<std::string> readInput(const std::string& path) {
     return bytes;
 }
 
+namespace {
+
 std::vector<std::string> filesUnder(const std::string& dir, std::string& error) {
     namespace fs = std::filesystem;
     std::vector<std::string> files;
@@ -54,6 +56,27 @@ std::vector<std::string> filesUnder(const std::string& dir, std::string& error) 
     if (ec) error = "zvwk: " + dir + ": " + ec.message();
     std::sort(files.begin(), files.end());
     return files;
+}
+
+}  // namespace
+
+std::vector<std::string> expandInputs(const std::vector<std::string>& operands, bool& failed, bool* anyDirectory) {
+    std::vector<std::string> inputs;
+    for (const std::string& operand : operands) {
+        std::error_code ec;
+        if (operand == "-" || !std::filesystem::is_directory(operand, ec)) {
+            inputs.push_back(operand);
+            continue;
+        }
+        if (anyDirectory) *anyDirectory = true;
+        std::string error;
+        for (std::string& file : filesUnder(operand, error)) inputs.push_back(std::move(file));
+        if (!error.empty()) {
+            std::cerr << error << "\n";
+            failed = true;
+        }
+    }
+    return inputs;
 }
 
 int usageError(const std::string& message) {

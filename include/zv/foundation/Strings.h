@@ -11,4 +11,8 @@ namespace zv {
 // line and paragraph separators). Invalid UTF-8 counts as non-space.
 std::string zvTrim(std::string_view s);
 
+// `s` without the leading and trailing code points for which `trims` holds;
+// invalid UTF-8 is never trimmed.
+std::string_view trimCodePoints(std::string_view s, bool (*trims)(char32_t));
+
 }  // namespace zv
