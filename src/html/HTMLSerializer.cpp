@@ -5,6 +5,7 @@
 #include <zv/html/HTMLDocumentType.h>
 #include <zv/html/HTMLElement.h>
 
+#include <array>
 #include <cstring>
 #include <vector>
 
@@ -40,33 +41,46 @@ bool holdsRawText(const HTMLNode* parent) {
     }
 }
 
-// Appends `s` with the bytes for which `special` holds replaced by their
-// references; U+00A0 (C2 A0 in UTF-8) always becomes "&nbsp;".
-template <class Special>
-void appendEscaped(std::string& out, std::string_view s, Special special) {
-    size_t run = 0;
-    for (size_t i = 0; i < s.size(); ++i) {
-        unsigned char c = s[i];
-        const char* ref = nullptr;
-        size_t width = 1;
-        if (c == 0xC2 && i + 1 < s.size() && (unsigned char)s[i + 1] == 0xA0) {
-            ref = "&nbsp;";
-            width = 2;
-        } else if (special(c)) {
-            switch (c) {
-            case '&': ref = "&amp;"; break;
-            case '<': ref = "&lt;"; break;
-            case '>': ref = "&gt;"; break;
-            case '"': ref = "&quot;"; break;
+// Which bytes stop the scan for a run that needs no escaping: the special
+// characters of the context and 0xC2, the lead byte of U+00A0.
+using StopTable = std::array<bool, 256>;
+
+constexpr StopTable stopTable(std::string_view specials) {
+    StopTable table{};
+    for (char c : specials) table[static_cast<unsigned char>(c)] = true;
+    table[0xC2] = true;
+    return table;
+}
+
+constexpr StopTable kTextStops = stopTable("&<>");
+constexpr StopTable kAttributeStops = stopTable("&<>\"");
+
+// Appends `s` with its special characters replaced by their references;
+// U+00A0 (C2 A0 in UTF-8) becomes "&nbsp;". Runs of ordinary bytes are
+// copied whole, since most text has nothing to escape.
+void appendEscaped(std::string& out, std::string_view s, const StopTable& stops) {
+    const size_t n = s.size();
+    size_t i = 0;
+    while (i < n) {
+        size_t run = i;
+        while (i < n && !stops[static_cast<unsigned char>(s[i])]) ++i;
+        out.append(s.data() + run, i - run);
+        if (i == n) return;
+        switch (s[i]) {
+        case '&': out += "&amp;"; break;
+        case '<': out += "&lt;"; break;
+        case '>': out += "&gt;"; break;
+        case '"': out += "&quot;"; break;
+        default:  // 0xC2
+            if (i + 1 < n && static_cast<unsigned char>(s[i + 1]) == 0xA0) {
+                out += "&nbsp;";
+                ++i;
+            } else {
+                out += s[i];
             }
         }
-        if (!ref) continue;
-        out.append(s, run, i - run);
-        out.append(ref);
-        i += width - 1;
-        run = i + 1;
+        ++i;
     }
-    out.append(s, run, s.size() - run);
 }
 
 const HTMLNode* firstChildToSerialize(const HTMLNode& node) {
@@ -157,11 +171,11 @@ void appendChildren(std::string& out, const HTMLNode& root) {
 }  // namespace
 
 void appendEscapedText(std::string& out, std::string_view text) {
-    appendEscaped(out, text, [](unsigned char c) { return c == '&' || c == '<' || c == '>'; });
+    appendEscaped(out, text, kTextStops);
 }
 
 void appendEscapedAttributeValue(std::string& out, std::string_view value) {
-    appendEscaped(out, value, [](unsigned char c) { return c == '&' || c == '"' || c == '<' || c == '>'; });
+    appendEscaped(out, value, kAttributeStops);
 }
 
 std::string serializeChildren(const HTMLNode& node) {
