@@ -41,36 +41,37 @@ bool isCheckedByMarkup(const HTMLElement& element) {
     return type && (equalsIgnoringASCIICase(*type, "checkbox") || equalsIgnoringASCIICase(*type, "radio"));
 }
 
-bool isActuallyDisabled(const HTMLElement& element) {
+namespace {
+
+// The elements that have an enabled or disabled state at all.
+bool canBeDisabled(const HTMLElement& element) {
     if (element.htmlNamespace() != Namespace::HTML) return false;
     switch (element.tag()) {
-    case Tag::button:
-    case Tag::input:
-    case Tag::select:
-    case Tag::textarea:
-    case Tag::fieldset: return element.hasAttribute("disabled") || isInDisabledFieldset(element);
-    case Tag::optgroup: return element.hasAttribute("disabled");
+    case Tag::button: case Tag::input: case Tag::select: case Tag::textarea:
+    case Tag::fieldset: case Tag::optgroup: case Tag::option:
+        return true;
+    default:
+        return false;
+    }
+}
+
+}  // namespace
+
+bool isActuallyDisabled(const HTMLElement& element) {
+    if (!canBeDisabled(element)) return false;
+    if (element.hasAttribute("disabled")) return true;
+    switch (element.tag()) {
+    case Tag::optgroup: return false;
     case Tag::option: {
-        if (element.hasAttribute("disabled")) return true;
         HTMLElement* parent = element.parentElement();
         return parent && parent->is(Tag::optgroup) && parent->hasAttribute("disabled");
     }
-    default: return false;
+    default: return isInDisabledFieldset(element);
     }
 }
 
 bool isEnabledFormElement(const HTMLElement& element) {
-    if (element.htmlNamespace() != Namespace::HTML) return false;
-    switch (element.tag()) {
-    case Tag::button:
-    case Tag::input:
-    case Tag::select:
-    case Tag::textarea:
-    case Tag::fieldset:
-    case Tag::optgroup:
-    case Tag::option: return !isActuallyDisabled(element);
-    default: return false;
-    }
+    return canBeDisabled(element) && !isActuallyDisabled(element);
 }
 
 bool isHyperlink(const HTMLElement& element) {
