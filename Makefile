@@ -4,6 +4,8 @@ BUILD ?= build
 BUILD_TYPE ?= RelWithDebInfo
 CMAKE_FLAGS ?=
 ZVWK = $(BUILD)/zvwk
+# Lets checkouts side by side share ccache's objects (paths become relative).
+export CCACHE_BASEDIR ?= $(abspath $(CURDIR)/..)
 
 .PHONY: run test deps build fuzz bench asan clean
 
