@@ -2,9 +2,12 @@
 //
 // A URL is always absolute and valid: every way of making one answers an
 // empty optional for input that is not a URL (no scheme, a bad host or port,
-// a relative reference without a base), never a broken object. Components
-// are kept as written, percent-escapes included, except where an accessor
-// says it decodes. Two URLs are equal when their string forms are.
+// a bad percent-escape, control characters, a relative reference without a
+// base), never a broken object. White space around the text is ignored, as
+// browsers ignore it around links; spaces and non-ASCII characters inside a
+// path or query are percent-escaped. Components are kept as written (host
+// case included), percent-escapes too, except where an accessor says it
+// decodes. Two URLs are equal when their string forms are.
 #pragma once
 
 #include <optional>
