@@ -4,6 +4,7 @@
 #include <zv/foundation/Log.h>
 #include <zv/foundation/Regex.h>
 
+#include "BodySelectorIndex.h"
 #include "HeadStyleElements.h"
 #include "UserPerceivedCharacters.h"
 
@@ -35,9 +36,9 @@ bool isExcluded(const std::string& selector, const std::vector<Regex>& exclusion
     });
 }
 
-void appendToInlineStyles(const html::HTMLElement& body, const std::string& selector,
+void appendToInlineStyles(css::BodySelectorIndex& body, const std::string& selector,
                           const std::string& declarations) {
-    for (html::HTMLElement* element : body.querySelectorAll(selector)) {
+    for (html::HTMLElement* element : body.elementsMatching(selector)) {
         const std::string* old = element->attribute("style");
         std::string style = old ? *old : std::string();
         style += ' ';
@@ -55,10 +56,11 @@ void applyHeadCSSToContentAndPurge(html::HTMLDocument& document, bool purgeCSS,
     if (!body) return;
     const CSSRulesBySelector rules = extractCSSBySelectors(document, attFilters);
     const std::vector<Regex> compiled = compileExclusions(exclusions);
+    css::BodySelectorIndex index(*body);
     for (const std::string& selector : rules.selectors) {
         if (isExcluded(selector, compiled)) continue;
         auto entry = rules.declarations.find(selector);
-        if (entry != rules.declarations.end()) appendToInlineStyles(*body, selector, entry->second);
+        if (entry != rules.declarations.end()) appendToInlineStyles(index, selector, entry->second);
     }
     if (!purgeCSS) return;
     if (const html::HTMLElement* head = document.head())
