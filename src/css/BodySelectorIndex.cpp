@@ -102,10 +102,10 @@ std::optional<SubjectKey> keyOf(std::string_view compound) {
 
 // Calls fn on each element under `root`, in document order.
 template <class Fn>
-void forEachDescendantElement(const html::HTMLNode& root, Fn fn) {
-    const html::HTMLNode* n = root.firstChild();
+void forEachDescendantElement(html::HTMLNode& root, Fn fn) {
+    html::HTMLNode* n = root.firstChild();
     while (n) {
-        if (const html::HTMLElement* element = n->as<html::HTMLElement>()) fn(const_cast<html::HTMLElement&>(*element));
+        if (html::HTMLElement* element = n->as<html::HTMLElement>()) fn(*element);
         if (n->firstChild()) {
             n = n->firstChild();
             continue;
@@ -124,7 +124,7 @@ struct BodySelectorIndex::Buckets {
     using Elements = std::vector<html::HTMLElement*>;
     std::unordered_map<std::string, Elements> byKind[3];
 
-    explicit Buckets(const html::HTMLElement& body) {
+    explicit Buckets(html::HTMLElement& body) {
         forEachDescendantElement(body, [&](html::HTMLElement& element) {
             add(KeyKind::Tag, element.localName(), element);
             if (const std::string* id = element.attribute("id")) add(KeyKind::Id, *id, element);
@@ -154,7 +154,7 @@ struct BodySelectorIndex::Buckets {
     }
 };
 
-BodySelectorIndex::BodySelectorIndex(const html::HTMLElement& body) : body_(body) {}
+BodySelectorIndex::BodySelectorIndex(html::HTMLElement& body) : body_(body) {}
 
 BodySelectorIndex::~BodySelectorIndex() = default;
 

@@ -28,7 +28,7 @@ namespace zv::css {
 
 class BodySelectorIndex {
 public:
-    explicit BodySelectorIndex(const html::HTMLElement& body);
+    explicit BodySelectorIndex(html::HTMLElement& body);
     ~BodySelectorIndex();
     BodySelectorIndex(const BodySelectorIndex&) = delete;
     BodySelectorIndex& operator=(const BodySelectorIndex&) = delete;
@@ -40,7 +40,7 @@ public:
 private:
     struct Buckets;
 
-    const html::HTMLElement& body_;
+    html::HTMLElement& body_;
     std::unique_ptr<Buckets> buckets_;  // built on the first keyed query
 };
 

@@ -52,7 +52,7 @@ void appendToInlineStyles(css::BodySelectorIndex& body, const std::string& selec
 void applyHeadCSSToContentAndPurge(html::HTMLDocument& document, bool purgeCSS,
                                    const std::vector<std::string>& exclusions,
                                    const std::vector<std::string>& attFilters) {
-    const html::HTMLElement* body = document.body();
+    html::HTMLElement* body = document.body();
     if (!body) return;
     const CSSRulesBySelector rules = extractCSSBySelectors(document, attFilters);
     const std::vector<Regex> compiled = compileExclusions(exclusions);
