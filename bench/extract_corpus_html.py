@@ -6,10 +6,15 @@ other file that reads as an RFC 822 message gives each of its text/html parts,
 decoded from the part's charset and written as UTF-8 (parts that do not decode
 are skipped). A document met twice is written once: one test message nests
 the same part thousands of times and would otherwise be most of the corpus.
-Also writes a synthetic newsletter mail of about 5 MB.
+Also writes a synthetic newsletter mail of about 5 MB, and for the CSS
+inlining benchmark the documents that carry a head style sheet and a 2 MB
+newsletter with a style sheet of the kind newsletter templates have.
 
 Output:  OUT/corpus/NNNN-<source>.html   one file per document
          OUT/synthetic-newsletter.html   the large document
+         OUT/head-styled/NNNN-<source>.html   the documents with a <style>
+                                         before their <body> (or no <body> tag)
+         OUT/styled-newsletter.html      the 2 MB newsletter with its style sheet
 """
 
 import argparse
@@ -26,6 +31,7 @@ HTML_SUFFIXES = {".html", ".htm"}
 # anything parses as "a message with no headers", which says nothing.
 MESSAGE_HEADERS = {"from", "to", "subject", "date", "received", "message-id", "mime-version", "content-type"}
 SYNTHETIC_SIZE = 5 * 1024 * 1024
+STYLED_SIZE = 2 * 1024 * 1024
 
 
 def html_parts(raw: bytes):
@@ -67,9 +73,19 @@ def documents_in(corpus: Path):
             yield relative.with_name(f"{relative.name}.part{index}.html"), html.encode("utf-8")
 
 
+def has_head_style(data: bytes) -> bool:
+    """Whether a <style> comes before the <body> tag, or there is none: where
+    the HTML parser puts a style element in the head, short of a parse."""
+    text = data.lower()
+    style, body = text.find(b"<style"), text.find(b"<body")
+    return style >= 0 and (body < 0 or style < body)
+
+
 def extract(corpus: Path, out: Path) -> tuple[int, int, int]:
     documents = out / "corpus"
+    styled = out / "head-styled"
     documents.mkdir(parents=True, exist_ok=True)
+    styled.mkdir(parents=True, exist_ok=True)
     seen = set()
     count = total = duplicates = 0
     for relative, data in documents_in(corpus):
@@ -78,7 +94,10 @@ def extract(corpus: Path, out: Path) -> tuple[int, int, int]:
             duplicates += 1
             continue
         seen.add(digest)
-        (documents / f"{count:04d}-{safe_name(relative)}").write_bytes(data)
+        name = f"{count:04d}-{safe_name(relative)}"
+        (documents / name).write_bytes(data)
+        if has_head_style(data):
+            (styled / name).write_bytes(data)
         count += 1
         total += len(data)
     return count, total, duplicates
@@ -143,7 +162,50 @@ def reply(rng: random.Random, depth: int) -> str:
             f"{reply(rng, depth - 1)}</blockquote></div>\n")
 
 
-def synthetic_newsletter(size: int) -> str:
+SYNTHETIC_STYLE = """<style type="text/css">
+body { margin: 0; padding: 0; -webkit-text-size-adjust: 100%; }
+table, td { border-collapse: collapse; mso-table-lspace: 0pt; mso-table-rspace: 0pt; }
+@media only screen and (max-width: 600px) { .col { display: block !important; width: 100% !important; } }
+</style>"""
+
+# What newsletter templates put in the head: resets, client fixes, rules by
+# tag, class, attribute and descendant for the markup above, and media queries.
+NEWSLETTER_STYLE = """<style type="text/css">
+/* Reset */
+body { margin: 0; padding: 0; -webkit-text-size-adjust: 100%; -ms-text-size-adjust: 100%; }
+table, td { border-collapse: collapse; mso-table-lspace: 0pt; mso-table-rspace: 0pt; }
+img { border: 0; outline: none; text-decoration: none; -ms-interpolation-mode: bicubic; }
+p { margin: 0 0 12px 0; }
+a { color: #0a66c2; }
+a:hover { text-decoration: underline; }
+h2 { font-family: Georgia, serif; font-weight: normal; }
+strong { font-weight: 700; }
+/* Layout */
+center > table { width: 100%; }
+table[role=presentation] { border-spacing: 0; }
+td.col { vertical-align: top; }
+td.col p { font-size: 15px; line-height: 22px; }
+td.col h2 + p { margin-top: 4px; }
+td[bgcolor] a { color: #ffffff; }
+a[href^="https://news.example.com/read"] { font-weight: bold; letter-spacing: 0.2px; }
+/* Replies */
+.gmail_quote { margin: 0; }
+.gmail_attr { color: #777777; font-size: 12px; }
+blockquote.gmail_quote { border-left: 1px solid #cccccc; }
+blockquote div { color: #555555; }
+blockquote blockquote div { color: #777777; }
+/* Outlook */
+.ExternalClass { width: 100%; }
+.ExternalClass, .ExternalClass p, .ExternalClass span, .ExternalClass font, .ExternalClass td, .ExternalClass div { line-height: 100%; }
+#outlook a { padding: 0; }
+@media only screen and (max-width: 600px) {
+  .col { display: block !important; width: 100% !important; }
+  h2 { font-size: 20px !important; }
+}
+</style>"""
+
+
+def synthetic_newsletter(size: int, style: str = SYNTHETIC_STYLE) -> str:
     rng = random.Random(20250303)
     head = """<!DOCTYPE html>
 <html lang="en" xmlns:v="urn:schemas-microsoft-com:vml" xmlns:o="urn:schemas-microsoft-com:office:office">
@@ -152,18 +214,14 @@ def synthetic_newsletter(size: int) -> str:
 <meta name="viewport" content="width=device-width, initial-scale=1">
 <title>The Weekly Digest &mdash; Issue 42</title>
 <!--[if mso]><xml><o:OfficeDocumentSettings><o:PixelsPerInch>96</o:PixelsPerInch></o:OfficeDocumentSettings></xml><![endif]-->
-<style type="text/css">
-body { margin: 0; padding: 0; -webkit-text-size-adjust: 100%; }
-table, td { border-collapse: collapse; mso-table-lspace: 0pt; mso-table-rspace: 0pt; }
-@media only screen and (max-width: 600px) { .col { display: block !important; width: 100% !important; } }
-</style>
+STYLE
 </head>
 <body style="margin:0;padding:0;background-color:#f4f4f4">
 <div style="display:none;max-height:0;overflow:hidden">This week&#8217;s highlights &zwnj;&nbsp;&zwnj;&nbsp;</div>
 <center>
 <table role="presentation" width="100%" cellpadding="0" cellspacing="0" border="0" bgcolor="#f4f4f4"><tr><td align="center">
 <table role="presentation" width="600" cellpadding="0" cellspacing="0" border="0" style="max-width:600px">
-"""
+""".replace("STYLE", style)
     tail = """</table>
 </td></tr></table>
 <p style="font-size:12px;color:#777777">You are receiving this because you subscribed. <a href="https://news.example.com/unsubscribe?u=42&amp;l=en">Unsubscribe</a> &middot; &copy; 2025 Example&nbsp;Ltd.</p>
@@ -194,6 +252,8 @@ def main() -> int:
     count, total, duplicates = extract(options.corpus, options.out)
     synthetic = synthetic_newsletter(SYNTHETIC_SIZE).encode("utf-8")
     (options.out / "synthetic-newsletter.html").write_bytes(synthetic)
+    styled = synthetic_newsletter(STYLED_SIZE, NEWSLETTER_STYLE).encode("utf-8")
+    (options.out / "styled-newsletter.html").write_bytes(styled)
     print(f"extract_corpus_html: {count} documents ({total / 1e6:.1f} MB; {duplicates} duplicates skipped) "
           f"and a {len(synthetic) / 1e6:.1f} MB synthetic mail in {options.out}")
     return 0

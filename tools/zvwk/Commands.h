@@ -17,6 +17,8 @@ int runSelect(const Args& args);
 int runText(const Args& args);
 int runColor(const Args& args);
 int runSnippet(const Args& args);
+int runPurgeCSS(const Args& args);
+int runInlineCSS(const Args& args);
 
 // The bytes of FILE, or of standard input for "-". On failure, reports
 // "zvwk: FILE: reason" on standard error and returns nothing.

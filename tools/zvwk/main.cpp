@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -104,6 +105,12 @@ const Command kCommands[] = {
     {"snippet", runSnippet,
      "snippet [--max N] [--whole-words] [--invisible-spaces] [--skip-title] [--skip-head] [--preserve-breaks]\n"
      "          [--jobs N] [--json] FILE...|DIR|-   print a preview snippet of each input (.eml: its HTML part)"},
+    {"purge-css", runPurgeCSS,
+     "purge-css [--filter SCOPE]... [--json] FILE...|DIR|-   print each document without its head style sheets\n"
+     "          (all but zv-scope=\"required\" ones, or those of the SCOPEs)"},
+    {"inline-css", runInlineCSS,
+     "inline-css [--purge] [--exclude PATTERN]... [--scope SCOPE]... [--json] FILE...|DIR|-\n"
+     "          print each document with its head CSS appended to the inline styles of its body's elements"},
 };
 
 int usage(std::ostream& out, int status) {
@@ -117,6 +124,9 @@ int usage(std::ostream& out, int status) {
 
 int main(int argc, char** argv) {
     using namespace zvwk;
+    // GLib writes log lines in the character set of the user's locale, and
+    // in the default C locale that turns every non-ASCII character into "?".
+    std::setlocale(LC_CTYPE, "");
     if (argc < 2) return usage(std::cerr, 2);
     std::string name = argv[1];
     if (name == "-h" || name == "--help" || name == "help") return usage(std::cout, 0);

@@ -1,0 +1,175 @@
+#include "BodySelectorIndex.h"
+
+#include <zv/html/CSSSelector.h>
+
+#include <optional>
+#include <string>
+#include <unordered_map>
+
+namespace zv::css {
+
+namespace {
+
+enum class KeyKind { Id, Class, Tag };
+
+struct SubjectKey {
+    KeyKind kind;
+    std::string name;  // ASCII lower case
+};
+
+bool isNameCharacter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
+}
+
+bool isCombinatorOrSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '>' || c == '+' || c == '~';
+}
+
+std::string asciiLower(std::string_view s) {
+    std::string lower(s);
+    for (char& c : lower)
+        if (c >= 'A' && c <= 'Z') c = char(c + 32);
+    return lower;
+}
+
+// The index just past the "]" closing the bracket at `open`, quoted values
+// skipped; npos when it is not closed.
+size_t skipBracket(std::string_view s, size_t open) {
+    for (size_t i = open + 1; i < s.size(); ++i) {
+        if (s[i] == ']') return i + 1;
+        if (s[i] != '"' && s[i] != '\'') continue;
+        i = s.find(s[i], i + 1);
+        if (i == std::string_view::npos) return i;
+    }
+    return std::string_view::npos;
+}
+
+// The last compound of a plainly simple selector; nothing for any other text.
+std::optional<std::string_view> subjectCompound(std::string_view s) {
+    if (s.find('\\') != std::string_view::npos) return std::nullopt;
+    size_t start = std::string_view::npos, end = 0;
+    for (size_t i = 0; i < s.size();) {
+        const char c = s[i];
+        if (isCombinatorOrSpace(c)) {
+            ++i;
+            continue;
+        }
+        if (i == 0 || isCombinatorOrSpace(s[i - 1])) start = i;
+        if (c == '[') {
+            i = skipBracket(s, i);
+            if (i == std::string_view::npos) return std::nullopt;
+        } else if (isNameCharacter(c) || c == '.' || c == '#' || c == '*') {
+            ++i;
+        } else {
+            return std::nullopt;
+        }
+        end = i;
+    }
+    if (start == std::string_view::npos) return std::nullopt;
+    return s.substr(start, end - start);
+}
+
+std::string_view nameAt(std::string_view s, size_t at) {
+    size_t end = at;
+    while (end < s.size() && isNameCharacter(s[end])) ++end;
+    return s.substr(at, end - at);
+}
+
+// The id, else the first class, else the tag name the compound requires.
+std::optional<SubjectKey> keyOf(std::string_view compound) {
+    std::optional<SubjectKey> firstClass;
+    for (size_t i = 0; i < compound.size();) {
+        const char c = compound[i];
+        if (c == '[') {
+            i = skipBracket(compound, i);
+            continue;
+        }
+        if (c == '#' || c == '.') {
+            std::string_view name = nameAt(compound, i + 1);
+            if (name.empty()) return std::nullopt;
+            if (c == '#') return SubjectKey{KeyKind::Id, asciiLower(name)};
+            if (!firstClass) firstClass = SubjectKey{KeyKind::Class, asciiLower(name)};
+            i += 1 + name.size();
+            continue;
+        }
+        ++i;
+    }
+    if (firstClass) return firstClass;
+    std::string_view tag = nameAt(compound, 0);
+    if (tag.empty()) return std::nullopt;
+    return SubjectKey{KeyKind::Tag, asciiLower(tag)};
+}
+
+// Calls fn on each element under `root`, in document order.
+template <class Fn>
+void forEachDescendantElement(html::HTMLNode& root, Fn fn) {
+    html::HTMLNode* n = root.firstChild();
+    while (n) {
+        if (html::HTMLElement* element = n->as<html::HTMLElement>()) fn(*element);
+        if (n->firstChild()) {
+            n = n->firstChild();
+            continue;
+        }
+        while (n && n != &root && !n->nextSibling()) n = n->parentNode();
+        if (!n || n == &root) return;
+        n = n->nextSibling();
+    }
+}
+
+bool isASCIIWhitespace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f'; }
+
+}  // namespace
+
+struct BodySelectorIndex::Buckets {
+    using Elements = std::vector<html::HTMLElement*>;
+    std::unordered_map<std::string, Elements> byKind[3];
+
+    explicit Buckets(html::HTMLElement& body) {
+        forEachDescendantElement(body, [&](html::HTMLElement& element) {
+            add(KeyKind::Tag, element.localName(), element);
+            if (const std::string* id = element.attribute("id")) add(KeyKind::Id, *id, element);
+            std::string_view classes = element.className();
+            for (size_t i = 0; i < classes.size();) {
+                if (isASCIIWhitespace(classes[i])) {
+                    ++i;
+                    continue;
+                }
+                size_t end = i;
+                while (end < classes.size() && !isASCIIWhitespace(classes[end])) ++end;
+                add(KeyKind::Class, classes.substr(i, end - i), element);
+                i = end;
+            }
+        });
+    }
+
+    void add(KeyKind kind, std::string_view name, html::HTMLElement& element) {
+        Elements& elements = byKind[int(kind)][asciiLower(name)];
+        // A class named twice on one element lists it once.
+        if (elements.empty() || elements.back() != &element) elements.push_back(&element);
+    }
+
+    const Elements* find(const SubjectKey& key) const {
+        auto found = byKind[int(key.kind)].find(key.name);
+        return found == byKind[int(key.kind)].end() ? nullptr : &found->second;
+    }
+};
+
+BodySelectorIndex::BodySelectorIndex(html::HTMLElement& body) : body_(body) {}
+
+BodySelectorIndex::~BodySelectorIndex() = default;
+
+std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_view text) {
+    const html::CSSSelector selector = html::CSSSelector::parse(text);
+    if (!selector.isValid()) return {};
+    std::optional<std::string_view> compound = subjectCompound(text);
+    std::optional<SubjectKey> key = compound ? keyOf(*compound) : std::nullopt;
+    if (!key) return body_.elementsMatchingSelector(selector);
+    if (!buckets_) buckets_ = std::make_unique<Buckets>(body_);
+    std::vector<html::HTMLElement*> found;
+    if (const Buckets::Elements* candidates = buckets_->find(*key))
+        for (html::HTMLElement* element : *candidates)
+            if (selector.matches(*element)) found.push_back(element);
+    return found;
+}
+
+}  // namespace zv::css

@@ -1,0 +1,71 @@
+#include <zv/css/HeadCSSInlining.h>
+
+#include <zv/css/CSSRuleExtraction.h>
+#include <zv/foundation/Log.h>
+#include <zv/foundation/Regex.h>
+
+#include "BodySelectorIndex.h"
+#include "HeadStyleElements.h"
+#include "UserPerceivedCharacters.h"
+
+#include <algorithm>
+
+namespace zv {
+
+namespace {
+
+std::vector<Regex> compileExclusions(const std::vector<std::string>& patterns) {
+    std::vector<Regex> exclusions;
+    for (const std::string& pattern : patterns) {
+        RegexError error;
+        std::optional<Regex> regex =
+            Regex::compile(pattern, RegexOptions::CaseInsensitive | RegexOptions::AnchorsMatchLines, &error);
+        if (regex)
+            exclusions.push_back(std::move(*regex));
+        else
+            log("Ignoring exclusion: " + pattern + " \u2013 " + error.localizedDescription);
+    }
+    return exclusions;
+}
+
+bool isExcluded(const std::string& selector, const std::vector<Regex>& exclusions) {
+    if (exclusions.empty()) return false;
+    const RegexRange range{0, css::characterCount(selector)};
+    return std::any_of(exclusions.begin(), exclusions.end(), [&](const Regex& exclusion) {
+        return exclusion.numberOfMatches(selector, RegexMatchingOptions::None, range) > 0;
+    });
+}
+
+void appendToInlineStyles(css::BodySelectorIndex& body, const std::string& selector,
+                          const std::string& declarations) {
+    for (html::HTMLElement* element : body.elementsMatching(selector)) {
+        const std::string* old = element->attribute("style");
+        std::string style = old ? *old : std::string();
+        style += ' ';
+        style += declarations;
+        element->setAttribute("style", style);
+    }
+}
+
+}  // namespace
+
+void applyHeadCSSToContentAndPurge(html::HTMLDocument& document, bool purgeCSS,
+                                   const std::vector<std::string>& exclusions,
+                                   const std::vector<std::string>& attFilters) {
+    html::HTMLElement* body = document.body();
+    if (!body) return;
+    const CSSRulesBySelector rules = extractCSSBySelectors(document, attFilters);
+    const std::vector<Regex> compiled = compileExclusions(exclusions);
+    css::BodySelectorIndex index(*body);
+    for (const std::string& selector : rules.selectors) {
+        if (isExcluded(selector, compiled)) continue;
+        auto entry = rules.declarations.find(selector);
+        if (entry != rules.declarations.end()) appendToInlineStyles(index, selector, entry->second);
+    }
+    if (!purgeCSS) return;
+    if (const html::HTMLElement* head = document.head())
+        for (const html::Ref<html::HTMLElement>& style : css::headStyleElements(*head))
+            css::removeFromParentElement(*style);
+}
+
+}  // namespace zv

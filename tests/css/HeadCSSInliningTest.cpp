@@ -1,0 +1,169 @@
+// Head CSS appended to inline styles: append order and format, exclusions,
+// scopes and the purge.
+#include <zv/css/HeadCSSInlining.h>
+
+#include <zv/html/HTMLElement.h>
+#include <zv/html/HTMLSerializer.h>
+
+#include <glib.h>
+#include <gtest/gtest.h>
+
+#include <mutex>
+
+namespace {
+
+using zv::html::HTMLDocument;
+using zv::html::Ref;
+
+Ref<HTMLDocument> message(const std::string& sheets, const std::string& body) {
+    return HTMLDocument::documentWithString("<head>" + sheets + "</head><body>" + body + "</body>");
+}
+
+// The "style" attribute of the element with this id; "(none)" when absent.
+std::string styleOf(const HTMLDocument& document, const std::string& id) {
+    const auto* element = document.querySelector("#" + id);
+    if (!element) return "(no element)";
+    const std::string* style = element->attribute("style");
+    return style ? *style : "(none)";
+}
+
+void apply(HTMLDocument& document, const std::vector<std::string>& exclusions = {}, bool purge = false,
+           const std::vector<std::string>& scopes = {}) {
+    zv::applyHeadCSSToContentAndPurge(document, purge, exclusions, scopes);
+}
+
+TEST(HeadCSSInlining, RulesAreAppendedAfterTheElementsOwnStyle) {
+    auto document = message("<style>p { color: red; }</style>",
+                            "<p id=a style='color: blue;'>a</p><p id=b style='color: blue'>b</p><p id=c>c</p>");
+    apply(*document);
+    EXPECT_EQ(styleOf(*document, "a"), "color: blue; color: red;");
+    // No ";" is put in between, so the two declarations fuse into one.
+    EXPECT_EQ(styleOf(*document, "b"), "color: blue color: red;");
+    EXPECT_EQ(styleOf(*document, "c"), " color: red;");
+}
+
+TEST(HeadCSSInlining, SelectorsApplyInOrderOfFirstAppearanceWhateverTheirSpecificity) {
+    auto document = message("<style>#x { a: 1; } p { b: 2; }</style><style>#x { c: 3; } h1, h2 { d: 4; }</style>",
+                            "<p id=x>x</p><h1 id=h1>h</h1><div><h2 id=h2>h</h2></div>");
+    apply(*document);
+    EXPECT_EQ(styleOf(*document, "x"), " a: 1;c: 3; b: 2;");
+    EXPECT_EQ(styleOf(*document, "h1"), " d: 4;");
+    EXPECT_EQ(styleOf(*document, "h2"), " d: 4;");
+}
+
+TEST(HeadCSSInlining, ApplyingTwiceAppendsTwice) {
+    auto document = message("<style>p { x: 1; }</style>", "<p id=p>t</p>");
+    apply(*document);
+    apply(*document);
+    EXPECT_EQ(styleOf(*document, "p"), " x: 1; x: 1;");
+}
+
+TEST(HeadCSSInlining, SelectorsTheEngineRejectsChangeNothing) {
+    const std::string body = "<p id=\"p\">t</p><div id=\"d\">u</div>";
+    auto document = message("<style>@media screen { p { color: red; } } a, , b { x: 1; } p:hover { y: 2; }</style>",
+                            body);
+    apply(*document);
+    EXPECT_EQ(zv::html::serializeChildren(*document->body()), body);
+}
+
+TEST(HeadCSSInlining, ExclusionsAreCaseInsensitiveAndAnchoredAtLines) {
+    // "div,\np" gives the selector "\np": its second line starts with "p".
+    auto document = message("<style>p { a: 1; } P.x { b: 2; } div p { c: 3; } div,\np { d: 4; }</style>",
+                            "<div id=d><p id=p class=x>t</p></div>");
+    apply(*document, {"^p"});
+    EXPECT_EQ(styleOf(*document, "p"), " c: 3;");
+    EXPECT_EQ(styleOf(*document, "d"), " d: 4;");
+}
+
+TEST(HeadCSSInlining, ExclusionsSeeSelectorsNotGroups) {
+    auto document = message("<style>body, BODY > p, div body, span { x: 1; }</style>",
+                            "<p id=p>t</p><span id=s>u</span>");
+    apply(*document, {"^body"});
+    EXPECT_EQ(styleOf(*document, "p"), "(none)");
+    EXPECT_EQ(styleOf(*document, "s"), " x: 1;");
+}
+
+TEST(HeadCSSInlining, ExclusionsSearchAsManyUnitsAsTheSelectorHasCharacters) {
+    // ".😀 b" is five UTF-16 units but four characters: "b" lies outside the
+    // search, and "$" matches where the search ends.
+    auto document = message("<style>.\xF0\x9F\x98\x80 b { x: 1; } .y b { z: 2; }</style>",
+                            "<div class='\xF0\x9F\x98\x80 y'><b id=b>t</b></div>");
+    apply(*document, {"b$"});
+    EXPECT_EQ(styleOf(*document, "b"), " x: 1;");
+    auto other = message("<style>.\xF0\x9F\x98\x80 b { x: 1; }</style>",
+                         "<div class='\xF0\x9F\x98\x80'><b id=b>t</b></div>");
+    apply(*other, {" $"});
+    EXPECT_EQ(styleOf(*other, "b"), "(none)");
+}
+
+std::mutex gLogMutex;
+std::vector<std::string> gLogLines;
+
+GLogWriterOutput captureLine(GLogLevelFlags, const GLogField* fields, gsize count, gpointer) {
+    for (gsize i = 0; i < count; ++i) {
+        if (std::string_view(fields[i].key) != "MESSAGE") continue;
+        const char* value = static_cast<const char*>(fields[i].value);
+        std::lock_guard lock(gLogMutex);
+        gLogLines.emplace_back(fields[i].length < 0 ? std::string(value) : std::string(value, fields[i].length));
+    }
+    return G_LOG_WRITER_HANDLED;
+}
+
+TEST(HeadCSSInlining, AnExclusionThatDoesNotCompileIsReportedAndSkipped) {
+    static std::once_flag once;
+    std::call_once(once, [] { g_log_set_writer_func(captureLine, nullptr, nullptr); });
+    gLogLines.clear();
+
+    auto document = message("<style>p { x: 1; } h1 { y: 2; }</style>", "<p id=p>t</p><h1 id=h>h</h1>");
+    apply(*document, {"(", "^h1$"});
+    EXPECT_EQ(styleOf(*document, "p"), " x: 1;");
+    EXPECT_EQ(styleOf(*document, "h"), "(none)");
+    ASSERT_EQ(gLogLines.size(), 1u);
+    const std::string prefix = "Ignoring exclusion: ( \xE2\x80\x93 ";
+    EXPECT_EQ(gLogLines[0].substr(0, prefix.size()), prefix);
+    EXPECT_GT(gLogLines[0].size(), prefix.size()) << "the engine's description follows";
+    EXPECT_EQ(gLogLines[0].find('\n'), std::string::npos);
+}
+
+TEST(HeadCSSInlining, ScopesChooseTheSheetsButThePurgeTakesThemAll) {
+    const std::string sheets =
+        "<style zv-scope=print>p { a: 1; }</style><style>p { b: 2; }</style>"
+        "<style zv-scope=required>p { c: 3; }</style><link rel=stylesheet href=x.css>";
+    auto document = message(sheets, "<p id=p>t</p><style>q { d: 4; }</style>");
+    apply(*document, {}, true, {"print"});
+    EXPECT_EQ(styleOf(*document, "p"), " a: 1;");
+    EXPECT_EQ(document->head()->querySelectorAll("style").size(), 0u);
+    EXPECT_NE(document->head()->querySelector("link"), nullptr);
+    EXPECT_EQ(document->body()->querySelectorAll("style").size(), 1u);
+
+    auto kept = message(sheets, "<p id=p>t</p>");
+    apply(*kept);
+    // One selector: its rules from all sheets run together, appended once.
+    EXPECT_EQ(styleOf(*kept, "p"), " a: 1;b: 2;c: 3;");
+    EXPECT_EQ(kept->head()->querySelectorAll("style").size(), 3u);
+}
+
+TEST(HeadCSSInlining, EmptyOrMissingSheetsChangeNoStyleButThePurgeRuns) {
+    auto document = message("<style></style><style>/* nothing */</style>", "<p id=p style='x: 1'>t</p>");
+    apply(*document, {}, true);
+    EXPECT_EQ(styleOf(*document, "p"), "x: 1");
+    EXPECT_EQ(document->querySelectorAll("style").size(), 0u);
+
+    auto headless = HTMLDocument::documentWithString("<p id=p>t</p>");
+    headless->documentElement()->removeChildNode(headless->head());
+    apply(*headless, {}, true);
+    EXPECT_EQ(styleOf(*headless, "p"), "(none)");
+}
+
+TEST(HeadCSSInlining, ADocumentWithoutABodyIsLeftWhole) {
+    auto bodiless = HTMLDocument::documentWithString("<head><style>p { y: 2; }</style></head><p>t</p>");
+    bodiless->documentElement()->appendNode(bodiless->body()->firstChild());
+    bodiless->documentElement()->removeChildNode(bodiless->body());
+    ASSERT_EQ(bodiless->body(), nullptr);
+    const std::string before = zv::html::serializeNode(*bodiless);
+    apply(*bodiless, {}, true);
+    EXPECT_EQ(zv::html::serializeNode(*bodiless), before);
+    apply(*HTMLDocument::create(), {"("}, true);
+}
+
+}  // namespace
