@@ -1,7 +1,6 @@
 #include <zv/css/HeadCSSInlining.h>
 
 #include <zv/css/CSSRuleExtraction.h>
-#include <zv/foundation/Log.h>
 #include <zv/foundation/Regex.h>
 
 #include "BodySelectorIndex.h"
@@ -9,6 +8,7 @@
 #include "UserPerceivedCharacters.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace zv {
 
@@ -20,10 +20,14 @@ std::vector<Regex> compileExclusions(const std::vector<std::string>& patterns) {
         RegexError error;
         std::optional<Regex> regex =
             Regex::compile(pattern, RegexOptions::CaseInsensitive | RegexOptions::AnchorsMatchLines, &error);
-        if (regex)
+        if (regex) {
             exclusions.push_back(std::move(*regex));
-        else
-            log("Ignoring exclusion: " + pattern + " \u2013 " + error.localizedDescription);
+            continue;
+        }
+        // A console line on standard output, not a log record: hosts read it there.
+        const std::string line = "Ignoring exclusion: " + pattern + " \u2013 " + error.localizedDescription + "\n";
+        std::fwrite(line.data(), 1, line.size(), stdout);
+        std::fflush(stdout);
     }
     return exclusions;
 }
