@@ -1,5 +1,7 @@
 #include <zv/text/PlainText.h>
 
+#include "PlainTextPipeline.h"
+
 #include <zv/foundation/Log.h>
 #include <zv/foundation/Regex.h>
 #include <zv/foundation/Strings.h>
@@ -196,17 +198,26 @@ Ref<HTMLElement> plainTextForParagraphs(const HTMLElement& element) {
     return rewrittenCopy(element, kRewrites);
 }
 
-std::string plainText(const HTMLElement& element) {
-    Ref<HTMLElement> copy(element.cloneNodeDeep(true)->as<HTMLElement>());
+void markCitationsAndSeparator(HTMLElement& copy) {
     // Outer citations come first in document order, so a nested paragraph
     // collects one marker per level, the innermost nearest to its text.
-    for (HTMLElement* citation : copy->elementsMatchingSelector(selectors().citation))
+    for (HTMLElement* citation : copy.elementsMatchingSelector(selectors().citation))
         preprocessBlockquoteCitations(*citation);
-    if (HTMLElement* separator = copy->firstElementMatchingSelector(selectors().replySeparator))
+    if (HTMLElement* separator = copy.firstElementMatchingSelector(selectors().replySeparator))
         insertReplySeparatorLine(*separator);
+}
+
+std::string plainTextByRewriting(const HTMLElement& element) {
+    Ref<HTMLElement> copy(element.cloneNodeDeep(true)->as<HTMLElement>());
+    markCitationsAndSeparator(*copy);
     removeHiddenElements(*copy);
     Ref<HTMLElement> lines = finalPreprocess(*copy);
     return zvTrim(squireCleanup(withoutTabs(lines->textContent())));
+}
+
+std::string plainText(const HTMLElement& element) {
+    if (std::optional<std::string> text = plainTextByWalking(element)) return std::move(*text);
+    return plainTextByRewriting(element);
 }
 
 std::string plainText(const html::HTMLDocumentFragment& fragment) {
