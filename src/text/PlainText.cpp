@@ -107,13 +107,39 @@ Rewrite rewrite(std::string_view pattern, std::string replacement) {
     return Rewrite{std::move(regex), std::move(replacement)};
 }
 
-// `element`'s markup through `rewrites`, parsed into a new div.
-Ref<HTMLElement> rewrittenCopy(const HTMLElement& element, const std::vector<Rewrite>& rewrites) {
-    std::string markup = element.outerHTML();
+std::string rewritten(std::string markup, const std::vector<Rewrite>& rewrites) {
     for (const Rewrite& r : rewrites)
         if (r.regex) markup = r.regex->replaceMatches(markup, r.replacement);
+    return markup;
+}
+
+const std::vector<Rewrite>& noteBodyRewrites() {
+    static const std::vector<Rewrite> kRewrites = [] {
+        std::vector<Rewrite> r;
+        // An empty line: a div holding nothing or only no-break spaces.
+        r.push_back(rewrite("<div([^>]*)>(&nbsp;)*</div", "<div$1><br></div"));
+        r.push_back(rewrite("</div>([\\n]?)", "</div>\n"));
+        return r;
+    }();
+    return kRewrites;
+}
+
+const std::vector<Rewrite>& paragraphBodyRewrites() {
+    static const std::vector<Rewrite> kRewrites = [] {
+        std::vector<Rewrite> r;
+        r.push_back(rewrite("<br>([\\s]*)</p>", "</p>"));
+        r.push_back(rewrite("</p>([\\n]?)", "</p>\n"));
+        r.push_back(rewrite("</div>([\\n]?)", "</div>\n"));
+        r.push_back(rewrite("<br>", "\n<br>"));
+        return r;
+    }();
+    return kRewrites;
+}
+
+// `element`'s markup through `rewrites`, parsed into a new div.
+Ref<HTMLElement> rewrittenCopy(const HTMLElement& element, const std::vector<Rewrite>& rewrites) {
     Ref<HTMLElement> div = HTMLElement::create("div");
-    div->setInnerHTML(markup);
+    div->setInnerHTML(rewritten(element.outerHTML(), rewrites));
     return div;
 }
 
@@ -175,27 +201,14 @@ Ref<HTMLElement> finalPreprocess(HTMLElement& element) {
     return plainTextForParagraphs(element);
 }
 
-Ref<HTMLElement> plainTextForDivs(const HTMLElement& element) {
-    static const std::vector<Rewrite> kRewrites = [] {
-        std::vector<Rewrite> r;
-        // An empty line: a div holding nothing or only no-break spaces.
-        r.push_back(rewrite("<div([^>]*)>(&nbsp;)*</div", "<div$1><br></div"));
-        r.push_back(rewrite("</div>([\\n]?)", "</div>\n"));
-        return r;
-    }();
-    return rewrittenCopy(element, kRewrites);
-}
+Ref<HTMLElement> plainTextForDivs(const HTMLElement& element) { return rewrittenCopy(element, noteBodyRewrites()); }
 
 Ref<HTMLElement> plainTextForParagraphs(const HTMLElement& element) {
-    static const std::vector<Rewrite> kRewrites = [] {
-        std::vector<Rewrite> r;
-        r.push_back(rewrite("<br>([\\s]*)</p>", "</p>"));
-        r.push_back(rewrite("</p>([\\n]?)", "</p>\n"));
-        r.push_back(rewrite("</div>([\\n]?)", "</div>\n"));
-        r.push_back(rewrite("<br>", "\n<br>"));
-        return r;
-    }();
-    return rewrittenCopy(element, kRewrites);
+    return rewrittenCopy(element, paragraphBodyRewrites());
+}
+
+std::string rewriteMarkup(std::string markup, bool noteBody) {
+    return rewritten(std::move(markup), noteBody ? noteBodyRewrites() : paragraphBodyRewrites());
 }
 
 void markCitationsAndSeparator(HTMLElement& copy) {

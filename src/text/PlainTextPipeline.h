@@ -20,6 +20,10 @@ std::string plainTextByRewriting(const html::HTMLElement& element);
 // model, where plainTextByRewriting has the answer.
 std::optional<std::string> plainTextByWalking(const html::HTMLElement& element);
 
+// The regular-expression rewrites of the pipeline, of a note body or of a
+// paragraph body, applied to `markup`.
+std::string rewriteMarkup(std::string markup, bool noteBody);
+
 // The first passes of the pipeline, which add nodes: a marker before every
 // quoted line and the "----" line after the reply separator. The walk runs
 // them on a copy when the tree has a citation or a separator.

@@ -30,6 +30,10 @@
 #include <unicode/uchar.h>
 
 #include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <vector>
 
 namespace zv {
@@ -56,7 +60,19 @@ enum class Outcome : uint8_t {
     Unsure,       // the reparse might not give the walked text
 };
 
-bool isUnicodeSpace(char32_t c) { return u_isUWhiteSpace(UChar32(c)); }
+bool isUnicodeSpace(char32_t c) {
+    if (c < 0x80) return c == ' ' || (c >= '\t' && c <= '\r');
+    return u_isUWhiteSpace(UChar32(c));
+}
+
+bool isASCIISpaceOrNonASCII(char c) { return static_cast<unsigned char>(c) >= 0x80 || isUnicodeSpace(char32_t(c)); }
+
+// The text without white space at either end, as zvTrim cuts it; most text
+// starts and ends with a visible ASCII character and is taken as it is.
+std::string_view trimmed(std::string_view s) {
+    if (s.empty() || (!isASCIISpaceOrNonASCII(s.front()) && !isASCIISpaceOrNonASCII(s.back()))) return s;
+    return trimCodePoints(s, isUnicodeSpace);
+}
 
 // White space as the rewrite of the markup sees it: U+00A0 is written "&nbsp;".
 bool isMarkupSpace(char32_t c) { return c != 0xA0 && isUnicodeSpace(c); }
@@ -189,34 +205,41 @@ bool holdsRawText(const HTMLElement& e) {
     }
 }
 
-// Whether the raw text of `e` comes back as it is: one text node in which no
-// rewrite pattern can match and no end tag can end it early. Script text is
-// plain only without "<", which could start one of its escapes.
-bool rawTextReparsesAlike(const HTMLElement& e, Body body) {
-    const HTMLNode* child = e.firstChild();
-    if (!child) return true;
-    if (!child->isText() || child->nextSibling()) return false;
-    const std::string_view text = static_cast<const HTMLText*>(child)->data();
-    if (e.is(Tag::script)) return text.find('<') == std::string_view::npos;
-    for (size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at + 1)) {
-        const std::string_view rest = text.substr(at + 1);
-        if (startsWithIgnoringASCIICase(rest, "br>") || startsWithIgnoringASCIICase(rest, "/p>") ||
-            startsWithIgnoringASCIICase(rest, "/div") || (body == Body::Notes && startsWithIgnoringASCIICase(rest, "div")))
-            return false;
-        if (rest.starts_with('/') && startsWithIgnoringASCIICase(rest.substr(1), e.localName())) return false;
-    }
-    return true;
+// In a note body, whether a "<div" in `s` has no ">" after it: the rewrite
+// of empty lines, which skips up to a ">", could then start inside `s` and
+// end past it.
+bool opensDivRewrite(std::string_view s, Body body) {
+    if (body == Body::Paragraphs) return false;
+    const size_t end = s.rfind('>');
+    return containsIgnoringASCIICase(end == std::string_view::npos ? s : s.substr(end), "<div");
 }
 
-// A comment the parser reads back as one comment with the same data; in a
-// note body, also none where a "<div" with no ">" after it could start a
-// rewrite that ends past the comment.
+enum class RawText : uint8_t { AsItIs, Rewritten, Unsure };
+
+// What the reparse makes of a raw text element's text. No rewrite can match
+// across its ends (the start tag and the end tag right after the text stop
+// every pattern), so it is the text through the rewrites, unless that holds
+// the end tag, comes in several nodes, or is script text with a "<" (which
+// could start one of its escapes).
+RawText rawTextAfterReparse(const HTMLElement& e, Body body, std::string& rewritten) {
+    const HTMLNode* child = e.firstChild();
+    if (!child) return RawText::AsItIs;
+    if (!child->isText() || child->nextSibling()) return RawText::Unsure;
+    const std::string& text = static_cast<const HTMLText*>(child)->data();
+    if (text.find('<') == std::string::npos) return RawText::AsItIs;
+    if (e.is(Tag::script) || opensDivRewrite(text, body)) return RawText::Unsure;
+    rewritten = rewriteMarkup(text, body == Body::Notes);
+    const std::string endTag = "</" + std::string(e.localName());
+    if (containsIgnoringASCIICase(rewritten, endTag)) return RawText::Unsure;
+    return rewritten == text ? RawText::AsItIs : RawText::Rewritten;
+}
+
+// A comment the parser reads back as one comment with the same data, and
+// that no rewrite can start in.
 bool isPlainComment(std::string_view data, Body body) {
     if (data.starts_with('>') || data.starts_with("->") || data.ends_with("<!-")) return false;
     if (data.find("-->") != std::string_view::npos || data.find("--!>") != std::string_view::npos) return false;
-    if (body == Body::Paragraphs) return true;
-    const size_t end = data.rfind('>');
-    return !containsIgnoringASCIICase(end == std::string_view::npos ? data : data.substr(end), "<div");
+    return !opensDivRewrite(data, body);
 }
 
 // Where a parent puts its content in table insertion modes: text there must
@@ -264,8 +287,9 @@ struct AttributeFacts {
 AttributeFacts attributeFacts(const HTMLElement& e, Body body) {
     AttributeFacts facts;
     for (const HTMLAttribute& a : e.attributes()) {
-        for (char c : a.name)
-            if (c == '>' || (c == '<' && body == Body::Notes)) facts.plainNames = false;
+        bool bad = false;
+        for (char c : a.name) bad |= (c == '>') | ((c == '<') & (body == Body::Notes));
+        if (bad) facts.plainNames = false;
         if (a.ns != html::AttributeNamespace::None) continue;
         if (a.name == "id" && a.value == "zv-reply-separator") facts.separator = true;
         if (equalsIgnoringASCIICase(a.name, "type") && equalsIgnoringASCIICase(a.value, "cite")) facts.citation = true;
@@ -326,7 +350,7 @@ Paragraph paragraph(const HTMLElement& p, bool cleaned, Body body) {
                     break;
                 }
             } else if (const HTMLText* text = child->as<HTMLText>()) {
-                if (!trimCodePoints(text->data(), isUnicodeSpace).empty()) r.lastTextKept = child;
+                if (!trimmed(text->data()).empty()) r.lastTextKept = child;
             }
         }
         r.pastLastTextKept = !r.lastTextKept;
@@ -441,8 +465,16 @@ private:
         } else if (e.is(Tag::textarea) || e.is(Tag::title)) {
             for (const HTMLNode* child = e.firstChild(); child; child = child->nextSibling())
                 if (!child->isText()) return unsure();
-        } else if (holdsRawText(e) && !rawTextReparsesAlike(e, body_)) {
-            return unsure();
+        } else if (holdsRawText(e)) {
+            std::string rewritten;
+            switch (rawTextAfterReparse(e, body_, rewritten)) {
+            case RawText::AsItIs: break;
+            case RawText::Unsure: return unsure();
+            case RawText::Rewritten:
+                writeText(rewritten);
+                leave(e);
+                return false;
+            }
         }
         if (e.is(Tag::pre) || e.is(Tag::listing) || e.is(Tag::textarea)) skipLineFeed_ = afterPreStart_ = true;
         if (body_ == Body::Notes && e.is(Tag::div) && e.firstChild()) {
@@ -485,12 +517,16 @@ private:
         if (Paragraph* p = paragraphOf(parent)) {
             if (p->dropping) return;
             if (p->cleaned && !p->pastStop) {
-                if (std::string_view trimmed = trimCodePoints(data, isUnicodeSpace); !trimmed.empty()) {
-                    data = trimmed;
+                if (std::string_view cut = trimmed(data); !cut.empty()) {
+                    data = cut;
                     if (&node == p->lastTextKept) p->pastLastTextKept = true;
                 }
             }
         }
+        writeText(data);
+    }
+
+    void writeText(std::string_view data) {
         if (data.empty()) return;
         if (skipLineFeed_ && data.front() == '\n') data.remove_prefix(1);
         markup();
@@ -561,36 +597,59 @@ size_t sequenceLength(const unsigned char* p, const unsigned char* end) {
     return needed + 1;
 }
 
-// The walked text without tabs, through squireCleanup and trimmed; nothing
-// when it holds what the parser's input stream would have changed.
-std::optional<std::string> finishedText(std::string_view raw) {
-    std::string out(raw.size(), '\0');
-    char* w = out.data();
-    const auto* p = reinterpret_cast<const unsigned char*>(raw.data());
-    const auto* const end = p + raw.size();
-    while (p < end) {
-        const unsigned char b = *p;
-        if (b < 0x80) {
-            if (b == '\0' || b == '\r') return std::nullopt;
-            if (b != '\t') *w++ = char(b);
+// The first byte in [p, end) that the cleanup looks at: a tab, NUL, CR or a
+// non-ASCII byte. Sixteen at a time where SSE2 is available.
+const char* findSpecialByte(const char* p, const char* end) {
+#if defined(__SSE2__)
+    const __m128i tab = _mm_set1_epi8('\t'), cr = _mm_set1_epi8('\r'), nul = _mm_setzero_si128();
+    for (; end - p >= 16; p += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i special = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes, tab), _mm_cmpeq_epi8(bytes, cr)),
+                                             _mm_cmpeq_epi8(bytes, nul));
+        if (const int mask = _mm_movemask_epi8(bytes) | _mm_movemask_epi8(special))
+            return p + __builtin_ctz(unsigned(mask));
+    }
+#endif
+    while (p < end && *p != '\t' && *p != '\r' && *p != '\0' && static_cast<unsigned char>(*p) < 0x80) ++p;
+    return p;
+}
+
+// The walked text without tabs, through squireCleanup and trimmed, in place;
+// false when it holds what the parser's input stream would have changed.
+bool finishText(std::string& text) {
+    char* const begin = text.data();
+    const char* const end = begin + text.size();
+    char* w = begin;
+    const char* p = begin;
+    for (;;) {
+        const char* special = findSpecialByte(p, end);
+        if (w != p) std::memmove(w, p, size_t(special - p));
+        w += special - p;
+        p = special;
+        if (p == end) break;
+        const auto* bytes = reinterpret_cast<const unsigned char*>(p);
+        if (bytes[0] < 0x80) {
+            if (bytes[0] != '\t') return false;  // NUL or CR
             ++p;
             continue;
         }
-        const size_t length = sequenceLength(p, end);
-        if (!length) return std::nullopt;
-        if (length == 2 && b == 0xC2 && p[1] == 0xA0) {
+        const size_t length = sequenceLength(bytes, reinterpret_cast<const unsigned char*>(end));
+        if (!length) return false;
+        if (length == 2 && bytes[0] == 0xC2 && bytes[1] == 0xA0) {
             *w++ = ' ';  // U+00A0
-        } else if (length != 3 || !((b == 0xE2 && p[1] == 0x80 && (p[2] == 0x8B || p[2] == 0x8C)) ||  // U+200B, U+200C
-                                    (b == 0xEF && p[1] == 0xBF && p[2] == 0xBC))) {                      // U+FFFC
-            std::memcpy(w, p, length);
+        } else if (length != 3 || !((bytes[0] == 0xE2 && bytes[1] == 0x80 && (bytes[2] == 0x8B || bytes[2] == 0x8C)) ||
+                                    (bytes[0] == 0xEF && bytes[1] == 0xBF && bytes[2] == 0xBC))) {  // U+200B, U+200C, U+FFFC
+            std::memmove(w, p, length);
             w += length;
         }
         p += length;
     }
-    out.resize(size_t(w - out.data()));
-    const std::string_view trimmed = trimCodePoints(out, isUnicodeSpace);
-    if (trimmed.size() == out.size()) return out;
-    return std::string(trimmed);
+    text.resize(size_t(w - begin));
+    const std::string_view kept = trimCodePoints(text, isUnicodeSpace);
+    const size_t from = size_t(kept.data() - text.data());
+    text.resize(from + kept.size());
+    text.erase(0, from);
+    return true;
 }
 
 }  // namespace
@@ -603,7 +662,9 @@ std::optional<std::string> plainTextByWalking(const HTMLElement& element) {
     for (;;) {
         raw.clear();
         switch (Walk(*tree, body, copy.get() != nullptr, raw).run()) {
-        case Outcome::Done: return finishedText(raw);
+        case Outcome::Done:
+            if (!finishText(raw)) return std::nullopt;
+            return raw;
         case Outcome::Unsure: return std::nullopt;
         case Outcome::NoteBody: body = Body::Notes; break;
         case Outcome::NeedsPasses:
