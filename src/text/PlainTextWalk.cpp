@@ -17,9 +17,13 @@
 // out from its children. Citations and the reply separator add nodes, so a
 // tree holding one is walked as a copy those two passes changed.
 //
-// The walk gives up where the reparse could give other text: foreign content,
-// templates, raw text elements, content a table would foster-parent, names
-// and comments that do not read back as they were written, children the
+// Raw text is read back as its text through the rewrites, which cannot match
+// across its ends.
+//
+// The walk gives up where the reparse could give other text: templates,
+// <plaintext>, raw text that would hold its own end tag, elements foreign
+// content would not keep, content a table would foster-parent, names and
+// comments that do not read back as they were written, children the
 // serializer leaves out, and characters the parser's input stream changes
 // (NUL, CR, malformed UTF-8).
 #include "PlainTextPipeline.h"
@@ -30,11 +34,11 @@
 #include <unicode/uchar.h>
 
 #include <cstring>
+#include <vector>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
-#include <vector>
 
 namespace zv {
 
@@ -178,6 +182,42 @@ bool breaksOutOfForeignContent(const HTMLElement& e) {
     default:
         return false;
     }
+}
+
+// Where the parser reads HTML inside SVG or MathML.
+bool isIntegrationPoint(const HTMLElement& e) {
+    switch (e.htmlNamespace()) {
+    case Namespace::SVG:
+        return e.tag() == Tag::foreignObject || e.tag() == Tag::desc || e.tag() == Tag::title;
+    case Namespace::MathML: {
+        if (e.tag() == Tag::annotation_xml) {
+            const std::string* encoding = e.attribute("encoding");
+            return encoding && (equalsIgnoringASCIICase(*encoding, "text/html") ||
+                                equalsIgnoringASCIICase(*encoding, "application/xhtml+xml"));
+        }
+        const Tag tag = e.tag();
+        return tag == Tag::mi || tag == Tag::mo || tag == Tag::mn || tag == Tag::ms || tag == Tag::mtext;
+    }
+    default:
+        return false;
+    }
+}
+
+// Whether the parser would put an element of this namespace under a parent
+// of that one: foreign content starts with <svg> or <math> where HTML is read,
+// HTML starts again only at an integration point.
+bool crossesNamespacesAlike(const HTMLElement& e, const HTMLElement* parent) {
+    const Namespace ns = e.htmlNamespace();
+    const Namespace parentNamespace = parent ? parent->htmlNamespace() : Namespace::HTML;
+    if (ns == parentNamespace) return true;
+    const bool readsHTML = parentNamespace == Namespace::HTML || isIntegrationPoint(*parent);
+    switch (ns) {
+    case Namespace::HTML: return readsHTML;
+    case Namespace::SVG:
+        return e.tag() == Tag::svg && (readsHTML || parent->tag() == Tag::annotation_xml);
+    case Namespace::MathML: return e.tag() == Tag::math && readsHTML;
+    }
+    return false;
 }
 
 // Whether the element's tags read back as the same element, its content
@@ -434,7 +474,8 @@ private:
             hidden_ = &e;
             return true;
         }
-        if (!tagsReparseAlike(e) || !facts.plainNames) return unsure();
+        const HTMLElement* parentElement = root ? nullptr : e.parentElement();
+        if (!tagsReparseAlike(e) || !crossesNamespacesAlike(e, parentElement) || !facts.plainNames) return unsure();
         if (!root && body_ == Body::Paragraphs && facts.noteMarker && e.is(Tag::div)) {
             outcome_ = Outcome::NoteBody;
             return false;

@@ -184,6 +184,11 @@ TEST(PlainTextWalk, GivesUpOnTreesNoMarkupWrites) {
     EXPECT_FALSE(zv::plainTextByWalking(*invalid));
     EXPECT_EQ(zv::plainText(*invalid), "\xEF\xBF\xBD");
 
+    // A foreign element straight under HTML would be read back as HTML.
+    Ref<HTMLElement> title = HTMLElement::create("div");
+    title->appendNode(HTMLElement::create("title", Namespace::SVG))->appendNode(HTMLElement::create("b"));
+    EXPECT_FALSE(zv::plainTextByWalking(*title));
+
     Ref<HTMLElement> comment = HTMLElement::create("div");
     comment->appendNode(HTMLComment::create("a-->b"));
     EXPECT_FALSE(zv::plainTextByWalking(*comment));
