@@ -226,10 +226,19 @@ bool crossesNamespacesAlike(const HTMLElement& e, const HTMLElement* parent) {
 // parser replaces with a copy of the selected option's.
 bool tagsReparseAlike(const HTMLElement& e) {
     const Namespace ns = e.htmlNamespace();
-    if (e.tag() == Tag::Unknown && !isPlainName(e.localName(), ns)) return false;
-    if (e.tag() == Tag::template_) return false;
-    if (ns != Namespace::HTML) return !breaksOutOfForeignContent(e);
-    return !e.is(Tag::plaintext) && !e.is(Tag::svg) && !e.is(Tag::math) && e.localName() != "selectedcontent";
+    switch (e.tag()) {
+    case Tag::Unknown:
+        if (!isPlainName(e.localName(), ns)) return false;
+        if (ns == Namespace::HTML) return e.localName() != "selectedcontent";
+        break;
+    case Tag::template_: return false;
+    case Tag::plaintext: case Tag::svg: case Tag::math:
+        if (ns == Namespace::HTML) return false;
+        break;
+    default:
+        break;
+    }
+    return ns == Namespace::HTML || !breaksOutOfForeignContent(e);
 }
 
 // Elements whose text the serializer writes as it is and the parser reads
