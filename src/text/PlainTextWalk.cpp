@@ -489,11 +489,10 @@ private:
             outcome_ = Outcome::NoteBody;
             return false;
         }
-        const HTMLNode* parent = e.parentNode();
         if (!root) {
-            if (TablePart part = tablePartOf(parent); part != TablePart::None && !staysInTablePart(e, part))
+            if (TablePart part = tablePartOf(parentElement); part != TablePart::None && !staysInTablePart(e, part))
                 return unsure();
-            if (Paragraph* p = paragraphOf(parent)) {
+            if (Paragraph* p = paragraphOf(parentElement)) {
                 if (p->dropping) return false;
                 if (&e == p->stop) p->pastStop = true;
                 if (&e == p->closingBreak) {
