@@ -26,13 +26,16 @@ build: deps
 asan:
 	$(MAKE) test BUILD=build-asan CMAKE_FLAGS="-DZV_SANITIZE=ON -DZV_BENCH=OFF"
 
-# libFuzzer over the parser; FUZZ_SECONDS bounds the run.
+# libFuzzer over the parser (FUZZ_TARGET=fuzz_plaintext: plainText's walk
+# against its literal pipeline); FUZZ_SECONDS bounds the run.
 FUZZ_SECONDS ?= 600
+FUZZ_TARGET ?= fuzz_parser
+FUZZ_CORPUS = build-fuzz/corpus$(if $(filter-out fuzz_parser,$(FUZZ_TARGET)),-$(FUZZ_TARGET))
 fuzz: deps
 	@CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZV_FUZZ=ON -DZV_BENCH=OFF > /dev/null
-	@cmake --build build-fuzz --target fuzz_parser
-	mkdir -p build-fuzz/corpus
-	build-fuzz/fuzz/fuzz_parser -max_total_time=$(FUZZ_SECONDS) -max_len=65536 -timeout=10 build-fuzz/corpus samples
+	@cmake --build build-fuzz --target $(FUZZ_TARGET)
+	mkdir -p $(FUZZ_CORPUS)
+	build-fuzz/fuzz/$(FUZZ_TARGET) -max_total_time=$(FUZZ_SECONDS) -max_len=65536 -timeout=10 $(FUZZ_CORPUS) samples
 
 bench: build
 	scripts/run-benchmarks $(BUILD)

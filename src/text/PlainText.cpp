@@ -1,5 +1,7 @@
 #include <zv/text/PlainText.h>
 
+#include "PlainTextPipeline.h"
+
 #include <zv/foundation/Log.h>
 #include <zv/foundation/Regex.h>
 #include <zv/foundation/Strings.h>
@@ -105,13 +107,39 @@ Rewrite rewrite(std::string_view pattern, std::string replacement) {
     return Rewrite{std::move(regex), std::move(replacement)};
 }
 
-// `element`'s markup through `rewrites`, parsed into a new div.
-Ref<HTMLElement> rewrittenCopy(const HTMLElement& element, const std::vector<Rewrite>& rewrites) {
-    std::string markup = element.outerHTML();
+std::string rewritten(std::string markup, const std::vector<Rewrite>& rewrites) {
     for (const Rewrite& r : rewrites)
         if (r.regex) markup = r.regex->replaceMatches(markup, r.replacement);
+    return markup;
+}
+
+const std::vector<Rewrite>& noteBodyRewrites() {
+    static const std::vector<Rewrite> kRewrites = [] {
+        std::vector<Rewrite> r;
+        // An empty line: a div holding nothing or only no-break spaces.
+        r.push_back(rewrite("<div([^>]*)>(&nbsp;)*</div", "<div$1><br></div"));
+        r.push_back(rewrite("</div>([\\n]?)", "</div>\n"));
+        return r;
+    }();
+    return kRewrites;
+}
+
+const std::vector<Rewrite>& paragraphBodyRewrites() {
+    static const std::vector<Rewrite> kRewrites = [] {
+        std::vector<Rewrite> r;
+        r.push_back(rewrite("<br>([\\s]*)</p>", "</p>"));
+        r.push_back(rewrite("</p>([\\n]?)", "</p>\n"));
+        r.push_back(rewrite("</div>([\\n]?)", "</div>\n"));
+        r.push_back(rewrite("<br>", "\n<br>"));
+        return r;
+    }();
+    return kRewrites;
+}
+
+// `element`'s markup through `rewrites`, parsed into a new div.
+Ref<HTMLElement> rewrittenCopy(const HTMLElement& element, const std::vector<Rewrite>& rewrites) {
     Ref<HTMLElement> div = HTMLElement::create("div");
-    div->setInnerHTML(markup);
+    div->setInnerHTML(rewritten(element.outerHTML(), rewrites));
     return div;
 }
 
@@ -173,40 +201,36 @@ Ref<HTMLElement> finalPreprocess(HTMLElement& element) {
     return plainTextForParagraphs(element);
 }
 
-Ref<HTMLElement> plainTextForDivs(const HTMLElement& element) {
-    static const std::vector<Rewrite> kRewrites = [] {
-        std::vector<Rewrite> r;
-        // An empty line: a div holding nothing or only no-break spaces.
-        r.push_back(rewrite("<div([^>]*)>(&nbsp;)*</div", "<div$1><br></div"));
-        r.push_back(rewrite("</div>([\\n]?)", "</div>\n"));
-        return r;
-    }();
-    return rewrittenCopy(element, kRewrites);
-}
+Ref<HTMLElement> plainTextForDivs(const HTMLElement& element) { return rewrittenCopy(element, noteBodyRewrites()); }
 
 Ref<HTMLElement> plainTextForParagraphs(const HTMLElement& element) {
-    static const std::vector<Rewrite> kRewrites = [] {
-        std::vector<Rewrite> r;
-        r.push_back(rewrite("<br>([\\s]*)</p>", "</p>"));
-        r.push_back(rewrite("</p>([\\n]?)", "</p>\n"));
-        r.push_back(rewrite("</div>([\\n]?)", "</div>\n"));
-        r.push_back(rewrite("<br>", "\n<br>"));
-        return r;
-    }();
-    return rewrittenCopy(element, kRewrites);
+    return rewrittenCopy(element, paragraphBodyRewrites());
 }
 
-std::string plainText(const HTMLElement& element) {
-    Ref<HTMLElement> copy(element.cloneNodeDeep(true)->as<HTMLElement>());
+std::string rewriteMarkup(std::string markup, bool noteBody) {
+    return rewritten(std::move(markup), noteBody ? noteBodyRewrites() : paragraphBodyRewrites());
+}
+
+void markCitationsAndSeparator(HTMLElement& copy) {
     // Outer citations come first in document order, so a nested paragraph
     // collects one marker per level, the innermost nearest to its text.
-    for (HTMLElement* citation : copy->elementsMatchingSelector(selectors().citation))
+    for (HTMLElement* citation : copy.elementsMatchingSelector(selectors().citation))
         preprocessBlockquoteCitations(*citation);
-    if (HTMLElement* separator = copy->firstElementMatchingSelector(selectors().replySeparator))
+    if (HTMLElement* separator = copy.firstElementMatchingSelector(selectors().replySeparator))
         insertReplySeparatorLine(*separator);
+}
+
+std::string plainTextByRewriting(const HTMLElement& element) {
+    Ref<HTMLElement> copy(element.cloneNodeDeep(true)->as<HTMLElement>());
+    markCitationsAndSeparator(*copy);
     removeHiddenElements(*copy);
     Ref<HTMLElement> lines = finalPreprocess(*copy);
     return zvTrim(squireCleanup(withoutTabs(lines->textContent())));
+}
+
+std::string plainText(const HTMLElement& element) {
+    if (std::optional<std::string> text = plainTextByWalking(element)) return std::move(*text);
+    return plainTextByRewriting(element);
 }
 
 std::string plainText(const html::HTMLDocumentFragment& fragment) {
