@@ -1,6 +1,26 @@
 // A colour: red, green, blue and alpha, each from 0 to 1, in a calibrated
 // (device-independent) RGB space.
+//
+// Text forms, as CSS writes colours:
+// - colorFromStringRepresentation reads, case-insensitively and with white
+//   space allowed around it: "#rgb", "#rgba", "#rrggbb", "#rrggbbaa" (the "#"
+//   may be left out), "rgb(r, g, b)" and "rgba(r, g, b, a)" with components
+//   as numbers from 0 to 255 or percentages, alpha as a number from 0 to 1
+//   or a percentage, commas or spaces between them and "/" before alpha
+//   allowed ("rgb(255 0 0 / 50%)"), and the HTML colour names
+//   (HTMLColorNames.h). Out-of-range components are clamped. Anything else
+//   is nothing.
+// - stringRepresentation writes "#rrggbb" for an opaque colour and
+//   "rgba(r, g, b, a)" otherwise (r, g, b from 0 to 255, a in its shortest
+//   exact decimal form), so a colour whose components are multiples of 1/255
+//   reads back equal.
+// - hashLabelCSSStringRepresentation always writes hex: "#rrggbb", or
+//   "#rrggbbaa" when not opaque.
 #pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace zv {
 
@@ -12,5 +32,9 @@ struct Color {
 
     friend bool operator==(const Color&, const Color&) = default;
 };
+
+std::optional<Color> colorFromStringRepresentation(std::string_view text);
+std::string stringRepresentation(const Color& color);
+std::string hashLabelCSSStringRepresentation(const Color& color);
 
 }  // namespace zv
