@@ -7,14 +7,23 @@
 
 namespace zv::test {
 
+namespace {
+
+// Set as the test program loads, before any test touches WebKit, which reads
+// them once: the web process sandbox (bubblewrap) needs user namespaces,
+// which containers and CI runners often refuse, and the pages loaded here
+// are the tests' own. No accessibility bus either: nothing reads it in a test.
+const bool gEnvironmentSet = [] {
+    g_setenv("WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS", "1", FALSE);
+    g_setenv("GTK_A11Y", "none", FALSE);
+    return true;
+}();
+
+}  // namespace
+
 void initGtkOnce() {
     static std::once_flag once;
     std::call_once(once, [] {
-        // The web process sandbox (bubblewrap) needs user namespaces, which
-        // containers and CI runners often refuse; the pages loaded here are the
-        // tests' own. No accessibility bus either: nothing reads it in a test.
-        g_setenv("WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS", "1", FALSE);
-        g_setenv("GTK_A11Y", "none", FALSE);
         if (gtk_init_check()) return;
         std::fprintf(stderr, "WebViewHarness: no display; run the web-view tests under xvfb-run -a\n");
         std::abort();

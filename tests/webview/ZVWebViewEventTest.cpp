@@ -195,7 +195,7 @@ TEST_F(ZVWebViewEventTest, KeyDownMessagesNeedAKeyTheTablesKnow) {
         "{keyName: 'Backspace', modifiers: '262144'}",
     };
     for (const char* body : bodies)
-        ASSERT_TRUE(window->evaluate(std::string("window.webkit.messageHandlers._ZVKeyDownEvent.postMessage(") + body +
+        ASSERT_TRUE(window->evaluate(std::string("void window.webkit.messageHandlers._ZVKeyDownEvent.postMessage(") + body +
                                      ")")
                         .ok());
     ASSERT_TRUE(spinUntil([&] { return recorder.keyDowns.size() >= 2; }, kScriptTimeout));
@@ -216,7 +216,7 @@ TEST_F(ZVWebViewEventTest, EventMessagesAreReadLeniently) {
         "'just text'",
     };
     for (const char* body : bodies)
-        ASSERT_TRUE(window->evaluate(std::string("window.webkit.messageHandlers._ZVWebViewEvent.postMessage(") + body +
+        ASSERT_TRUE(window->evaluate(std::string("void window.webkit.messageHandlers._ZVWebViewEvent.postMessage(") + body +
                                      ")")
                         .ok());
     ASSERT_TRUE(waitForEvents(5));
