@@ -329,4 +329,19 @@ TEST_F(ZVWebViewDelegateTest, TheMenuEventCarriesTheInfoOfAContextMenuEventJustB
     EXPECT_TRUE(view->lastEventInfo());
 }
 
+TEST_F(ZVWebViewDelegateTest, TheEnginesContextMenuSignalRunsTheFixUps) {
+    auto delegate = recorder.make({});
+    view->setEventDelegate(delegate);
+    auto menu = engineMenu();
+    gboolean handled = TRUE;
+    g_signal_emit_by_name(view->webView(), "context-menu", menu.get(), nullptr, &handled);
+    EXPECT_FALSE(handled);  // the engine still shows the menu
+    EXPECT_EQ(actionsOf(menu.get()).size(), 5u);
+    ASSERT_EQ(recorder.menuEvents.size(), 1u);
+    // No input event opened this menu: it stands for a right mouse down.
+    EXPECT_EQ(recorder.menuEvents[0].type, EventType::RightMouseDown);
+    EXPECT_EQ(recorder.menuEvents[0].windowNumber, windowNumberOf(GTK_WIDGET(view->webView())));
+    EXPECT_NE(recorder.menuEvents[0].windowNumber, 0);
+}
+
 }  // namespace
