@@ -1,6 +1,8 @@
 // zvwk: the command-line face of ZVWebKit.
 #include "Commands.h"
 
+#include <zv/foundation/Bundle.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <clocale>
@@ -127,6 +129,9 @@ int main(int argc, char** argv) {
     // GLib writes log lines in the character set of the user's locale, and
     // in the default C locale that turns every non-ASCII character into "?".
     std::setlocale(LC_CTYPE, "");
+    // zvwk's own resources (the search script, its strings) are the host's
+    // main bundle for the framework.
+    zv::Bundle::setMainBundlePath(ZVWK_RESOURCES_DIR);
     if (argc < 2) return usage(std::cerr, 2);
     std::string name = argv[1];
     if (name == "-h" || name == "--help" || name == "help") return usage(std::cout, 0);
