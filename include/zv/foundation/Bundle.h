@@ -64,8 +64,10 @@ public:
     const std::vector<std::string>& preferredLocalizations() const { return searchOrder_; }
 
     // The text for `key` in `table` ("Localizable" when empty): from the first
-    // folder in preferredLocalizations() whose table has the key. A key that
-    // no table has gives `defaultValue` when that is non-empty, else the key.
+    // folder in preferredLocalizations() whose table has the key, else from
+    // the table at the bundle's top. A key that no table has gives
+    // `defaultValue` when that is non-empty, else the key. A malformed table
+    // keeps the entries before the fault and logs a warning naming it.
     std::string localizedString(std::string_view key, std::string_view defaultValue = {},
                                 std::string_view table = {}) const;
     // The whole table of one language folder ("" for the bundle's top);

@@ -7,7 +7,8 @@
 // synchronously on the posting thread, in the order they were added, outside
 // the center's lock: an observer may post, add observers or remove any
 // observer (itself included) while it runs. An observer removed during a post
-// is not called by that post if it had not been reached yet. Once
+// is not called by that post if it had not been reached yet; one added
+// during a post is called from the next post on. Once
 // removeObserver returns, no post that starts afterwards calls it; a call
 // already running on another thread may still be finishing.
 #pragma once

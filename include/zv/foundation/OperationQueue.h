@@ -37,6 +37,9 @@ struct OperationQueueState;
 // A handle to one operation; copies name the same operation.
 class Operation {
 public:
+    // Names no operation: signal() does nothing, isFinished() is true.
+    Operation() = default;
+
     // Finishes a signalling operation; later calls, and calls on a plain
     // operation, do nothing.
     void signal() const;
@@ -44,6 +47,7 @@ public:
 
 private:
     friend class OperationQueue;
+    friend struct detail::OperationQueueState;
     explicit Operation(std::shared_ptr<detail::OperationState> state) : state_(std::move(state)) {}
     std::shared_ptr<detail::OperationState> state_;
 };

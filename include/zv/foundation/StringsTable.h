@@ -5,7 +5,8 @@
 //     "key" = "value";
 // with white space anywhere between tokens, /* block */ and // line
 // comments, and these escapes inside quotes: \" \\ \n \t \r \0, \' and
-// \Uxxxx / \uxxxx (UTF-16 units, surrogate pairs joined). A token may also be
+// \Uxxxx / \uxxxx (UTF-16 units, surrogate pairs joined); any other escaped
+// character stands for itself. A token may also be
 // unquoted when it is made of letters, digits and _ $ + / : . -. An entry
 // without "= value" (`"key";`) maps the key to itself.
 #pragma once

@@ -2,9 +2,12 @@
 //
 // A URL is always absolute and valid: every way of making one answers an
 // empty optional for input that is not a URL (no scheme, a bad host or port,
-// a relative reference without a base), never a broken object. Components
-// are kept as written, percent-escapes included, except where an accessor
-// says it decodes. Two URLs are equal when their string forms are.
+// a bad percent-escape, control characters, a relative reference without a
+// base), never a broken object. White space around the text is ignored, as
+// browsers ignore it around links; spaces and non-ASCII characters inside a
+// path or query are percent-escaped. Components are kept as written (host
+// case included), percent-escapes too, except where an accessor says it
+// decodes. Two URLs are equal when their string forms are.
 #pragma once
 
 #include <optional>
@@ -39,7 +42,8 @@ public:
 
     // Lower-cased.
     const std::string& scheme() const { return scheme_; }
-    // Missing for URLs without an authority ("cid:x", "wren-symbol:name").
+    // Missing for URLs without an authority ("cid:x", "wren-symbol:name") or
+    // with an empty one ("file:///tmp").
     const std::optional<std::string>& host() const { return host_; }
     // -1 when the URL gives none.
     int port() const { return port_; }
@@ -59,8 +63,9 @@ public:
     // pieces ("a&&b") are skipped.
     std::vector<URLQueryItem> queryItems() const;
 
-    // The path's last segment, decoded ("" for "/" or an empty path), and its
-    // extension after the last "." (without the dot, "" when none).
+    // The path's last segment, decoded, trailing slashes ignored ("b" for
+    // "/a/b/", "" for "/" or an empty path), and its extension after the last
+    // "." (without the dot; "" when there is none or it starts the name).
     std::string lastPathComponent() const;
     std::string pathExtension() const;
 
@@ -69,8 +74,9 @@ public:
     // This URL with its last path segment removed ("/a/b.html" gives "/a/"),
     // query and fragment dropped.
     URL deletingLastPathComponent() const;
-    // This URL with `component` percent-escaped and appended as a path
-    // segment, query and fragment dropped.
+    // This URL with `component` percent-escaped and appended to the path
+    // after a "/" (slashes in it separate segments), query and fragment
+    // dropped.
     URL appendingPathComponent(std::string_view component) const;
     // The same URL under another scheme ("zvfile:///a" to "file:///a");
     // nothing if the result does not parse.
@@ -86,6 +92,7 @@ public:
 private:
     URL() = default;
     static std::optional<URL> fromGUri(void* uri);
+    URL withPath(const std::string& percentEncodedPath) const;
 
     std::string string_;
     std::string scheme_;

@@ -41,12 +41,12 @@ public:
     UserDefaults(const UserDefaults&) = delete;
     UserDefaults& operator=(const UserDefaults&) = delete;
 
-    const std::string& filePath() const { return filePath_; }
+    std::string filePath() const;
 
     // Replaces the argument domain with the `-Key value` pairs of argv[1...]:
-    // an argument starting with one "-" names a key (without the dash) and
-    // the argument after it, whatever it looks like, is its value ("-Size -5"
-    // sets Size to "-5"). A key without a following argument, and arguments
+    // an argument starting with exactly one "-" names a key (without the
+    // dash; "--option" is not a key) and the argument after it, whatever it
+    // looks like, is its value ("-Size -5" sets Size to "-5"). A key without a following argument, and arguments
     // that are not keys, are skipped. Later pairs win over earlier ones.
     void setLaunchArguments(int argc, const char* const* argv);
     std::optional<std::string> launchArgumentForKey(std::string_view key) const;
@@ -55,9 +55,10 @@ public:
     std::optional<Value> objectForKey(std::string_view key) const;
 
     // Typed reads. A missing or unconvertible value reads as false, 0, 0.0 or
-    // nothing. Booleans: true, non-zero numbers, and the strings "YES", "true"
-    // and "1" in any case (a string starting with a non-zero digit too).
-    // Numbers convert from strings holding a number ("42", " 2.5").
+    // nothing. Booleans: true, non-zero numbers, and strings that start,
+    // after white space, a sign and zeros, with Y, T or a digit from 1 to 9
+    // ("YES", "true", "1"). Numbers read the number a string starts with
+    // ("42", " 2.5"; an integer of "2.5" is 2).
     bool boolForKey(std::string_view key) const;
     int64_t integerForKey(std::string_view key) const;
     double doubleForKey(std::string_view key) const;

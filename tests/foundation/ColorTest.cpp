@@ -1,0 +1,72 @@
+#include <zv/foundation/Color.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+zv::Color rgba(int r, int g, int b, double a = 1) { return {r / 255.0, g / 255.0, b / 255.0, a}; }
+
+TEST(ColorString, ReadsHexFunctionsAndNames) {
+    struct Case {
+        const char* text;
+        zv::Color color;
+    } cases[] = {
+        {"#ff0000", rgba(255, 0, 0)},
+        {"#F00", rgba(255, 0, 0)},
+        {"#0a84ff", rgba(10, 132, 255)},
+        {"0A84FF", rgba(10, 132, 255)},
+        {"#11223344", rgba(0x11, 0x22, 0x33, 0x44 / 255.0)},
+        {"#abcd", rgba(0xaa, 0xbb, 0xcc, 0xdd / 255.0)},
+        {"  rgb(10, 20, 30)\n", rgba(10, 20, 30)},
+        {"RGBA(10,20,30,0.5)", rgba(10, 20, 30, 0.5)},
+        {"rgb(100%, 50%, 0%)", {1, 0.5, 0, 1}},
+        {"rgba(0, 0, 0, 25%)", {0, 0, 0, 0.25}},
+        {"rgb(255 128 0 / 50%)", rgba(255, 128, 0, 0.5)},
+        {"rgb(300, -5, 12.5)", {1, 0, 12.5 / 255, 1}},
+        {"Red", rgba(255, 0, 0)},
+        {" cornflowerblue ", rgba(100, 149, 237)},
+        {"ALICEBLUE", rgba(240, 248, 255)},
+    };
+    for (const auto& c : cases) {
+        auto color = zv::colorFromStringRepresentation(c.text);
+        ASSERT_TRUE(color) << c.text;
+        EXPECT_EQ(*color, c.color) << c.text;
+    }
+}
+
+TEST(ColorString, RefusesWhatIsNotAColour) {
+    for (const char* text : {"", "   ", "#", "#ff0000f", "#ff000", "#gg0000", "rgb(1, 2)", "rgb(1, 2, 3, 4, 5)",
+                             "rgb(1, 2, x)", "rgb(1, 2, 3", "rgb(1%%, 2, 3)", "hsl(0, 100%, 50%)", "notacolor",
+                             "red blue", "rgb(nan, 0, 0)"}) {
+        EXPECT_FALSE(zv::colorFromStringRepresentation(text)) << text;
+    }
+}
+
+TEST(ColorString, WritesHexWhenOpaqueAndRgbaOtherwise) {
+    EXPECT_EQ(zv::stringRepresentation(rgba(10, 132, 255)), "#0a84ff");
+    EXPECT_EQ(zv::stringRepresentation({1, 1, 1, 1}), "#ffffff");
+    EXPECT_EQ(zv::stringRepresentation(rgba(255, 0, 0, 0.5)), "rgba(255, 0, 0, 0.5)");
+    EXPECT_EQ(zv::stringRepresentation({0, 0, 0, 0}), "rgba(0, 0, 0, 0)");
+    // Out-of-range components are clamped on the way out.
+    EXPECT_EQ(zv::stringRepresentation({2, -1, 0.5, 7}), "#ff0080");
+    EXPECT_EQ(zv::hashLabelCSSStringRepresentation(rgba(10, 132, 255)), "#0a84ff");
+    EXPECT_EQ(zv::hashLabelCSSStringRepresentation(rgba(1, 2, 3, 0x80 / 255.0)), "#01020380");
+}
+
+TEST(ColorString, EightBitColoursSurviveBothTextForms) {
+    for (int r = 0; r < 256; r += 17) {
+        for (int g = 3; g < 256; g += 36) {
+            for (int a : {0, 1, 127, 128, 254, 255}) {
+                zv::Color color = rgba(r, g, 255 - r, a / 255.0);
+                for (auto print : {zv::stringRepresentation, zv::hashLabelCSSStringRepresentation}) {
+                    std::string text = print(color);
+                    auto back = zv::colorFromStringRepresentation(text);
+                    ASSERT_TRUE(back) << text;
+                    EXPECT_EQ(*back, color) << text;
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
