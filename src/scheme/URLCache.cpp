@@ -157,14 +157,18 @@ URLCache::Opening URLCache::openDatabase() {
         return Opening::Unusable;
     }
     sqlite3_busy_timeout(db_, 2000);
-    // The first real read: a file that is not a database fails here.
-    Statement version(db_, "PRAGMA user_version");
-    status = version.ok() ? version.step() : version.status();
-    if (status != SQLITE_ROW) {
-        log(LogLevel::Warning, "URLCache: cannot read " + path_ + ": " + sqlite3_errstr(status), kOrigin);
-        return isDamage(status) ? Opening::Damaged : Opening::Unusable;
+    // The first real read: a file that is not a database fails here. The
+    // statement ends before the journal mode can change.
+    std::int64_t found = 0;
+    {
+        Statement version(db_, "PRAGMA user_version");
+        status = version.ok() ? version.step() : version.status();
+        if (status != SQLITE_ROW) {
+            log(LogLevel::Warning, "URLCache: cannot read " + path_ + ": " + sqlite3_errstr(status), kOrigin);
+            return isDamage(status) ? Opening::Damaged : Opening::Unusable;
+        }
+        found = version.integer(0);
     }
-    std::int64_t found = version.integer(0);
     if (found != 0 && found != kSchemaVersion) {
         log(LogLevel::Warning, "URLCache: " + path_ + " has an unknown layout", kOrigin);
         return Opening::Damaged;

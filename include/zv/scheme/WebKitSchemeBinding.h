@@ -12,8 +12,8 @@
 // request, and that is watched for (a toggle reference). When WebKit drops an
 // unanswered request (the view navigated away, stopped loading or closed),
 // the handler's stopURLSchemeTask runs, and the task takes no answer after
-// that. A task that the handler drops without answering is failed then, so
-// no request is left open.
+// that. A request its handler never answers stays open until WebKit gives up
+// on it with its page.
 //
 // The view holds its handlers (strongly, as a web view configuration does)
 // until it is finalized. Call on the main thread.

@@ -25,15 +25,9 @@ struct WebKitURLSchemeTask::Hold {
         if (stopped) stopped();
     }
 
-    // On the main thread.
+    // On the main thread. An unanswered request stays with WebKit, open, as
+    // its handler left it; WebKit lets it go with the page.
     static void release(Hold* hold) {
-        if (!hold->ended) {
-            hold->ended = true;
-            GError* error = g_error_new_literal(g_quark_from_static_string(kURLErrorDomain), int(kURLErrorUnknown),
-                                                "The load was dropped without an answer.");
-            webkit_uri_scheme_request_finish_error(hold->request, error);
-            g_error_free(error);
-        }
         g_object_remove_toggle_ref(G_OBJECT(hold->request), toggled, hold);
         delete hold;
     }

@@ -4,8 +4,8 @@
 // WebKit lets go of it: if that happens before an answer, WebKit has stopped
 // the load, and `stopped` runs (once, on the main thread). After an answer or
 // a stop the task is ended; answering an ended task throws std::logic_error.
-// A task destroyed unanswered fails its request, so WebKit is never left
-// waiting. The request is let go on the main thread, wherever the task dies.
+// The request is let go on the main thread, wherever the task dies; one that
+// was never answered stays open in WebKit until its page goes.
 #pragma once
 
 #include <zv/scheme/URLSchemeTask.h>
