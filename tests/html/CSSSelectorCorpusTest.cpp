@@ -19,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path kFolder = fs::path(__FILE__).parent_path() / "selectors";
+const fs::path kFolder = fs::path(ZV_TESTS_SOURCE_DIR) / "html" / "selectors";
 
 struct SelectorCase {
     int line;

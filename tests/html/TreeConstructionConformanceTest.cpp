@@ -131,7 +131,7 @@ TEST(TreeConstructionConformance, Html5libTreeConstructionCorpus) {
     if (!root || !fs::is_directory(folder))
         GTEST_SKIP() << "ZV_HTML5LIB_TESTS does not name an html5lib-tests checkout; tree-construction corpus not run";
     const auto knownFailures =
-        readKnownFailures(fs::path(__FILE__).parent_path() / "tree-construction-known-failures.txt");
+        readKnownFailures(fs::path(ZV_TESTS_SOURCE_DIR) / "html" / "tree-construction-known-failures.txt");
 
     std::vector<fs::path> files;
     for (const auto& entry : fs::directory_iterator(folder))
