@@ -5,7 +5,7 @@
 // a table of symbol names to icon names; a name that is not in the table but
 // names a symbolic icon itself ("mail-attachment-symbolic") is taken as it
 // is. The icon is drawn with librsvg into a square of the point size in
-// pixels (at most 2048), then:
+// pixels (at most 1024), then:
 // - the weight thickens or thins the strokes: heavier weights draw an
 //   outline of up to one unit of the icon's 16-unit grid around every shape,
 //   lighter ones erode the shapes by as much as half a unit;

@@ -24,7 +24,7 @@ constexpr SymbolIcon kSymbolIcons[] = {
 #include "SymbolIconNames.inc"
 };
 
-constexpr int kLargestSide = 2048;
+constexpr int kLargestSide = 1024;
 // Adwaita's foreground for symbolic icons, for outlines of uncoloured symbols.
 constexpr double kSymbolicForeground[] = {0x2e / 255.0, 0x34 / 255.0, 0x36 / 255.0};
 
