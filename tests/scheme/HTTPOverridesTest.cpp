@@ -198,6 +198,8 @@ struct Fault {
     int64_t code;         // the error code when failed, the status when answered
 };
 
+void PrintTo(const Fault& fault, std::ostream* out) { *out << fault.path; }
+
 class ServerFaultTest : public HTTPOverridesTest, public ::testing::WithParamInterface<Fault> {};
 
 TEST_P(ServerFaultTest, EveryTaskEndsExactlyOnce) {
