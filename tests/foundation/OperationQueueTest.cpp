@@ -131,13 +131,15 @@ TEST(OperationQueue, AnEmptyQueueCompletesAtOnceOnTheStartingThread) {
 
 TEST(OperationQueue, AQueueNobodyHoldsFinishesItsWork) {
     auto completed = std::make_shared<zv::CompletionSignal>();
+    std::atomic<bool> started{false};
     zv::Operation pending;
     {
         auto queue = zv::OperationQueue::create();
-        pending = queue->addSignallingOperation([](zv::Operation) {});
+        pending = queue->addSignallingOperation([&started](zv::Operation) { started = true; });
         queue->start([completed] { completed->signal(); });
     }
-    ASSERT_TRUE(eventually([&] { return !pending.isFinished(); }));
+    ASSERT_TRUE(eventually([&] { return started.load(); }));
+    EXPECT_FALSE(pending.isFinished());
     EXPECT_FALSE(completed->isSignalled());
     pending.signal();
     EXPECT_TRUE(completed->wait(2s));

@@ -1,6 +1,8 @@
 // zvwk: the command-line face of ZVWebKit.
 #include "Commands.h"
 
+#include <zv/foundation/Bundle.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -117,6 +119,9 @@ int usage(std::ostream& out, int status) {
 
 int main(int argc, char** argv) {
     using namespace zvwk;
+    // zvwk's own resources (the search script, its strings) are the host's
+    // main bundle for the framework.
+    zv::Bundle::setMainBundlePath(ZVWK_RESOURCES_DIR);
     if (argc < 2) return usage(std::cerr, 2);
     std::string name = argv[1];
     if (name == "-h" || name == "--help" || name == "help") return usage(std::cout, 0);

@@ -1,0 +1,166 @@
+// The message web view and its event bridge.
+//
+// A ZVWebView owns one WebKitWebView (put webView() into a window like any
+// widget) and reports what the user does inside the page to one native
+// object, its event delegate (ZVWebViewEventDelegate.h):
+//
+// - From the delegate's wishes it builds a page script, added as a user
+//   script at document start in the top frame, that listens, once the
+//   document's content is loaded, for click, dblclick, contextmenu,
+//   dragstart and keydown events on the elements the delegate's selectors
+//   match, and for Backspace anywhere. Elements added later get no
+//   listeners. Changing the delegate reaches pages loaded afterwards.
+// - The page reports through three script messages, registered when the
+//   view is made: "_ZVWebViewEvent" (an element event), "_ZVKeyDownEvent"
+//   (Backspace) and "_ZVLog" (a log line, printed when the launch argument
+//   "-enableWebViewDebugging YES" is given).
+// - It trims the context menu the engine builds (see willOpenMenu) and
+//   publishes a content size that the host measures and sets.
+//
+// Event info (Event::webViewEventInfo, lastEventInfo) is a dictionary with
+// the keys the page sent:
+//   "eventType"         "click", "dblclick", "contextmenu", "dragstart", "keydown"
+//   "elementTag"        the element's tagName ("DIV")
+//   "elementFrame"      the element's rectangle in the viewport, as a Rect value
+//                       {"x", "y", "width", "height"} (zero when the page sent none)
+//   "elementAttributes" every attribute name to its value (empty when the page
+//                       sent none or sent text that is not a JSON object)
+//   "elementClass"      the class attribute, when there is one
+//   "elementId"         the id, or else the "wren-id" attribute, when there is one
+//   "href"              the resolved link, when the element has one
+//   "keyPressed"        the DOM key, for keydown events
+//   "error"             what went wrong while the page read the attributes
+// and "webView", this view's identifier().
+//
+// The event a delegate receives for an element event is the last GDK button
+// or key event the view received, or, when it has received none, an event
+// of the type that stands for the DOM event (see eventTypeForDOMEvent). All
+// of it runs on the main thread.
+#pragma once
+
+#include <zv/foundation/Geometry.h>
+#include <zv/foundation/Value.h>
+#include <zv/webview/Event.h>
+#include <zv/webview/GObjectRef.h>
+#include <zv/webview/UserScript.h>
+#include <zv/webview/ZVWebViewEventDelegate.h>
+
+#include <webkit/webkit.h>
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace zv {
+
+// Posted by setContentSize with the view (its address) as object and user
+// info {"contentSize": Size, "previousValue": Size}, sizes as Values
+// ({"width", "height"}).
+inline constexpr char ZVWebViewContentSizeChangedNotification[] = "ZVWebViewContentSizeChanged";
+
+// The names of the script messages the page posts.
+inline constexpr char kZVWebViewEventMessage[] = "_ZVWebViewEvent";
+inline constexpr char kZVLogMessage[] = "_ZVLog";
+inline constexpr char kZVKeyDownEventMessage[] = "_ZVKeyDownEvent";
+
+// What a new view is built with; empty members get WebKit's defaults. The
+// user content manager must not be shared with another ZVWebView: both
+// would receive each other's messages.
+struct ZVWebViewConfiguration {
+    GObjectRef<WebKitUserContentManager> userContentManager;
+    GObjectRef<WebKitSettings> settings;
+    GObjectRef<WebKitWebContext> webContext;
+    GObjectRef<WebKitNetworkSession> networkSession;
+};
+
+class ZVWebViewScriptHandler;
+
+class ZVWebView : public std::enable_shared_from_this<ZVWebView> {
+public:
+    static std::shared_ptr<ZVWebView> create(const ZVWebViewConfiguration& configuration = {});
+    ~ZVWebView();
+    ZVWebView(const ZVWebView&) = delete;
+    ZVWebView& operator=(const ZVWebView&) = delete;
+
+    WebKitWebView* webView() const { return webView_.get(); }
+    WebKitUserContentManager* userContentManager() const { return userContentManager_.get(); }
+    // A number naming this view in event info ("webView"); unique in the
+    // process, never reused.
+    uint64_t identifier() const { return identifier_; }
+
+    // Held weakly: the view never keeps its delegate alive, and events for a
+    // delegate that is gone are dropped. Setting a different delegate takes
+    // the previous delegate's page script out (other user scripts stay, in
+    // their order) and adds one built for the new delegate, if it wants any
+    // events. Setting the same delegate again changes nothing.
+    std::shared_ptr<ZVWebViewEventDelegate> eventDelegate() const { return eventDelegate_.lock(); }
+    void setEventDelegate(const std::shared_ptr<ZVWebViewEventDelegate>& delegate);
+
+    // The page script built for the delegate most recently given one (it
+    // stays here, no longer installed, after a delegate that wants none).
+    WebKitUserScript* eventDelegateUserScript() const { return eventDelegateUserScript_.get(); }
+
+    // The view's user scripts. Add and remove them here rather than on the
+    // user content manager directly: the manager cannot list its scripts,
+    // and the view must know them to take out its own.
+    void addUserScript(WebKitUserScript* script);
+    void removeUserScript(WebKitUserScript* script);
+    void removeAllUserScripts();
+    const std::vector<UserScriptRef>& userScripts() const { return userScripts_; }
+
+    // The size of the page content as the host last measured and set it.
+    // Setting posts ZVWebViewContentSizeChangedNotification, also when the
+    // size did not change.
+    Size contentSize() const;
+    void setContentSize(Size size);
+
+    // The info of the last element event delivered to the delegate.
+    std::optional<Value> lastEventInfo() const;
+    void setLastEventInfo(std::optional<Value> info);
+
+    // The last GDK button or key event the view received, converted; none
+    // before the first.
+    const std::optional<Event>& currentEvent() const { return lastInputEvent_; }
+
+    // Accepted and ignored: scrolling stays as the engine has it.
+    void setScrollEnabled(bool enabled);
+
+    // Run before the page's context menu opens (the view calls it from the
+    // engine's "context-menu" signal; `event` is the one that opened the
+    // menu). Removes the Reload, Download Linked File, Open Image in New
+    // Window and Download Image items, retitles Open Link in New Window to
+    // the host's "Open Link in Default Browser" (main bundle, Localizable
+    // table), attaches a pending "contextmenu" lastEventInfo to `event` (and
+    // clears it), and lets the delegate see the menu.
+    void willOpenMenu(WebKitContextMenu* menu, Event& event);
+
+private:
+    explicit ZVWebView(const ZVWebViewConfiguration& configuration);
+    void connectSignals();
+    void installEventScript(const std::shared_ptr<ZVWebViewEventDelegate>& delegate);
+
+    struct MessageRoute;
+    static void onScriptMessage(WebKitUserContentManager* manager, JSCValue* body, gpointer route);
+    static gboolean onContextMenu(WebKitWebView*, WebKitContextMenu* menu, WebKitHitTestResult*, gpointer self);
+    static gboolean onInputEvent(GtkEventControllerLegacy* controller, GdkEvent* event, gpointer self);
+
+    GObjectRef<WebKitWebView> webView_;
+    GObjectRef<WebKitUserContentManager> userContentManager_;
+    std::unique_ptr<ZVWebViewScriptHandler> scriptHandler_;
+    uint64_t identifier_;
+    std::weak_ptr<ZVWebViewEventDelegate> eventDelegate_;
+    UserScriptRef eventDelegateUserScript_;
+    std::vector<UserScriptRef> userScripts_;
+    std::optional<Event> lastInputEvent_;
+    std::vector<gulong> managerHandlers_;
+    GObjectRef<GtkEventController> inputController_;
+
+    mutable std::mutex mutex_;  // guards the two values below
+    Size contentSize_;
+    std::optional<Value> lastEventInfo_;
+};
+
+}  // namespace zv

@@ -1,0 +1,130 @@
+// Loading parsed documents, the body height scripts, the selection script
+// and the debug dumps, on a plain web view.
+#include "WebViewHarness.h"
+
+#include <zv/html/HTMLParser.h>
+#include <zv/webview/WebViewContent.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace zv;
+using namespace zv::test;
+
+// No blank between the body's children: which of them the height scripts
+// measure depends on every node.
+const char kSizedPage[] =
+    "<body style='margin:0'><div id=a style='height:100px'></div><div id=b style='height:40px'></div>"
+    "<div id=c style='height:7px'></div></body>";
+
+class WebViewContentTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { window = new WebViewWindow(); }
+    static void TearDownTestSuite() {
+        delete window;
+        window = nullptr;
+    }
+    WebKitWebView* webView() { return window->webView(); }
+
+    struct Answer {
+        bool called = false;
+        std::optional<Value> value;
+        std::optional<Error> error;
+    };
+    static ScriptCompletion into(Answer& answer) {
+        return [&answer](std::optional<Value> value, std::optional<Error> error) {
+            answer = {true, std::move(value), std::move(error)};
+        };
+    }
+    static bool waitFor(const Answer& answer) { return spinUntil([&] { return answer.called; }, kScriptTimeout); }
+
+    static inline WebViewWindow* window = nullptr;
+};
+
+TEST_F(WebViewContentTest, LoadsTheDocumentElementWithoutTheDoctype) {
+    auto document = html::HTMLParser("<!DOCTYPE html><title>T</title><p class=x>Body &amp; text</p>").parseDocument();
+    auto base = URL::parse("https://mail.example/msg/1");
+    ASSERT_TRUE(window->waitForLoad([&] { loadHTMLDocument(webView(), *document, base); }));
+    EXPECT_EQ(window->evaluate("document.doctype === null").value, true);
+    // Without a doctype the page renders in quirks mode.
+    EXPECT_EQ(window->evaluate("document.compatMode").value, "BackCompat");
+    EXPECT_EQ(window->evaluate("document.querySelector('p.x').textContent").value, "Body & text");
+    EXPECT_EQ(window->evaluate("document.baseURI").value, "https://mail.example/msg/1");
+}
+
+TEST_F(WebViewContentTest, HeightScriptsMeasureTheFirstElementLeftInTheClone) {
+    ASSERT_TRUE(window->loadHTML(kSizedPage));
+    // The scroll-height script's bodyClone is declared by nobody yet.
+    Answer scroll;
+    fetchBodyScrollHeight(webView(), into(scroll));
+    ASSERT_TRUE(scroll.called);  // it waited for the page
+    EXPECT_TRUE(scroll.error);
+    EXPECT_FALSE(scroll.value);
+
+    // The loop over the live child list moves a and c into the wrapper,
+    // which goes last: the first element child of the clone is b.
+    Answer client;
+    fetchBodyClientHeight(webView(), into(client));
+    ASSERT_TRUE(waitFor(client));
+    EXPECT_FALSE(client.error);
+    EXPECT_EQ(client.value, Value(40));
+
+    // Now bodyClone is a page global, and the scroll height (15 short) works.
+    Answer again;
+    fetchBodyScrollHeight(webView(), into(again));
+    EXPECT_FALSE(again.error);
+    EXPECT_EQ(again.value, Value(25));
+    // The real body is back in place each time.
+    EXPECT_EQ(window->evaluate("document.body.children.length + ':' + document.body.firstElementChild.id").value, "3:a");
+}
+
+TEST_F(WebViewContentTest, ScrollHeightWorksOnAPageThatDeclaresBodyClone) {
+    ASSERT_TRUE(window->loadHTML(std::string("<script>var bodyClone = 0;</script>") + kSizedPage));
+    Answer scroll;
+    fetchBodyScrollHeight(webView(), into(scroll));
+    EXPECT_FALSE(scroll.error);
+    EXPECT_EQ(scroll.value, Value(25));
+}
+
+TEST_F(WebViewContentTest, SelectionGivesTheBodyWhenCollapsedElseTheRangesContents) {
+    ASSERT_TRUE(window->loadHTML("<body><p id=p>Hello <b>bold</b> world</p></body>"));
+    std::string body = window->evaluate("document.body.innerHTML").value->get<std::string>();
+
+    Answer collapsed;
+    fetchHTMLContentsOfSelection(webView(), into(collapsed));
+    ASSERT_TRUE(waitFor(collapsed));
+    EXPECT_EQ(collapsed.value, Value(body));
+
+    ASSERT_TRUE(window
+                    ->evaluate("var t = document.getElementById('p').firstChild; var r = document.createRange();"
+                               "r.setStart(t, 1); r.setEnd(t, 4); getSelection().removeAllRanges(); "
+                               "getSelection().addRange(r);")
+                    .ok());
+    Answer inText;
+    fetchHTMLContentsOfSelection(webView(), into(inText));
+    ASSERT_TRUE(waitFor(inText));
+    EXPECT_EQ(inText.value, Value("ell"));
+
+    ASSERT_TRUE(window
+                    ->evaluate("var p = document.getElementById('p'); var r = document.createRange();"
+                               "r.setStart(p.firstChild, 3); r.setEnd(p.lastChild, 3); "
+                               "getSelection().removeAllRanges(); getSelection().addRange(r);")
+                    .ok());
+    Answer across;
+    fetchHTMLContentsOfSelection(webView(), into(across));
+    ASSERT_TRUE(waitFor(across));
+    EXPECT_EQ(across.value, Value("lo <b>bold</b> wo"));
+}
+
+TEST_F(WebViewContentTest, DebugDumps) {
+    ASSERT_TRUE(window->loadHTML("<body><p>one</p><p>two</p></body>"));
+    std::string sizing = debugSizingHTML(webView());
+    EXPECT_NE(sizing.find("sizingDiv"), std::string::npos) << sizing;
+    EXPECT_EQ(window->evaluate("document.body.children.length").value, 2);
+
+    std::string html = debugCurrentHTML(webView());
+    EXPECT_EQ(html, "<html><head></head><body><p>one</p><p>two</p></body></html>");
+}
+
+}  // namespace
