@@ -25,7 +25,6 @@ protected:
         char* folder = g_dir_make_tmp("zv-http-overrides-XXXXXX", nullptr);
         folder_ = folder;
         g_free(folder);
-        previousCache_ = URLCache::shared();
         URLCache::setShared(URLCache::open(folder_ + "/URLCache.sqlite"));
         handler_ = Handler::create();
         handler_->setupHTTPOverrides();
@@ -38,7 +37,7 @@ protected:
     }
 
     void TearDown() override {
-        URLCache::setShared(previousCache_);
+        URLCache::setShared(nullptr);
         ASSERT_EQ(std::system(("rm -rf '" + folder_ + "'").c_str()), 0);
     }
 
@@ -59,7 +58,6 @@ protected:
     }
 
     std::string folder_;
-    std::shared_ptr<URLCache> previousCache_;
     std::shared_ptr<Handler> handler_;
     std::shared_ptr<ZVWebViewURLSchemeHandlerDelegate> delegate_ = std::make_shared<ZVWebViewURLSchemeHandlerDelegate>();
     std::vector<std::string> started_;

@@ -165,10 +165,12 @@ TEST_F(URLCacheTest, ThreadsShareOneCache) {
 
 TEST_F(URLCacheTest, TheSharedCacheCanBeReplaced) {
     auto mine = URLCache::open(path_);
-    auto previous = URLCache::shared();
+    auto other = URLCache::open(folder_ + "/other.sqlite");
     URLCache::setShared(mine);
     EXPECT_EQ(URLCache::shared(), mine);
-    URLCache::setShared(previous);
+    URLCache::setShared(other);
+    EXPECT_EQ(URLCache::shared(), other);
+    URLCache::setShared(nullptr);
 }
 
 }  // namespace

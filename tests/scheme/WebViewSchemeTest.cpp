@@ -34,7 +34,6 @@ protected:
         char* folder = g_dir_make_tmp("zv-web-view-schemes-XXXXXX", nullptr);
         folder_ = folder;
         g_free(folder);
-        previousCache_ = URLCache::shared();
         URLCache::setShared(URLCache::open(folder_ + "/URLCache.sqlite"));
 
         window_ = std::make_unique<test::WebViewWindow>();
@@ -54,7 +53,7 @@ protected:
     void TearDown() override {
         NotificationCenter::defaultCenter().removeObserver(failures_);
         window_.reset();
-        URLCache::setShared(previousCache_);
+        URLCache::setShared(nullptr);
         ASSERT_EQ(std::system(("rm -rf '" + folder_ + "'").c_str()), 0);
     }
 
@@ -94,7 +93,6 @@ protected:
     };
 
     std::string folder_;
-    std::shared_ptr<URLCache> previousCache_;
     test::LoopbackServer server_;
     std::unique_ptr<test::WebViewWindow> window_;
     std::shared_ptr<Provider> provider_ = std::make_shared<Provider>();
