@@ -1,0 +1,24 @@
+// A request for a URL as a scheme routine sees it: the URL, the method and
+// header fields the page sent, and how long the load may sit idle.
+#pragma once
+
+#include <zv/scheme/URLResponse.h>
+
+#include <string>
+
+namespace zv {
+
+struct URLRequest {
+    // Seconds a load may go without progress before it fails; 60 unless the
+    // caller says otherwise.
+    static constexpr double kDefaultTimeoutInterval = 60;
+
+    std::string url;  // empty: the request has no URL
+    std::string httpMethod = "GET";
+    HTTPHeaderFields headerFields;
+    double timeoutInterval = kDefaultTimeoutInterval;
+
+    friend bool operator==(const URLRequest&, const URLRequest&) = default;
+};
+
+}  // namespace zv

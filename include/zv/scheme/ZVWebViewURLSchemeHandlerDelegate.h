@@ -1,0 +1,31 @@
+// Reports of a scheme handler's network loads, for a progress display.
+//
+// Every report is optional: an empty member is not called, which switches
+// that report off. The handler holds its delegate weakly and calls it on the
+// main thread, except startedURLRequest, which comes on whichever thread
+// started the load (the main thread for loads a web view started).
+#pragma once
+
+#include <zv/foundation/Error.h>
+#include <zv/scheme/URLRequest.h>
+#include <zv/scheme/URLResponse.h>
+
+#include <functional>
+#include <optional>
+
+namespace zv {
+
+class ZVWebViewURLSchemeHandler;
+
+struct ZVWebViewURLSchemeHandlerDelegate {
+    // A load went to the network (cache misses only).
+    std::function<void(ZVWebViewURLSchemeHandler& handler, const URLRequest& request)> startedURLRequest;
+    // A tracked answer reached its task: the response or the error it carried.
+    std::function<void(ZVWebViewURLSchemeHandler& handler, const URLRequest& request,
+                       const std::optional<URLResponse>& response, const std::optional<Error>& error)>
+        completedURLRequest;
+    // Completed loads over all loads so far, from 0 to 1.
+    std::function<void(ZVWebViewURLSchemeHandler& handler, double progress)> reportedLoadProgress;
+};
+
+}  // namespace zv

@@ -1,0 +1,136 @@
+#include "HTTPLoader.h"
+
+#include <zv/foundation/MainThread.h>
+
+#include <libsoup/soup.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <strings.h>
+#include <utility>
+
+namespace zv {
+
+namespace {
+
+constexpr int64_t kURLErrorNetworkConnectionLost = -1005;
+constexpr unsigned kConnectionsPerHost = 6;
+
+SoupSession* newSession(unsigned timeoutSeconds) {
+    return soup_session_new_with_options("timeout", timeoutSeconds, "max-conns-per-host", kConnectionsPerHost,
+                                         "max-conns", kConnectionsPerHost * 4, nullptr);
+}
+
+// Created on first use on the main thread and kept for the life of the process.
+SoupSession* sharedSession() {
+    static SoupSession* session = newSession(unsigned(URLRequest::kDefaultTimeoutInterval));
+    return session;
+}
+
+int64_t urlErrorCode(const GError* error) {
+    if (error->domain == G_IO_ERROR) {
+        switch (error->code) {
+        case G_IO_ERROR_TIMED_OUT: return kURLErrorTimedOut;
+        case G_IO_ERROR_CANCELLED: return kURLErrorCancelled;
+        case G_IO_ERROR_CONNECTION_REFUSED:
+        case G_IO_ERROR_HOST_UNREACHABLE:
+        case G_IO_ERROR_NETWORK_UNREACHABLE: return kURLErrorCannotConnectToHost;
+        case G_IO_ERROR_CONNECTION_CLOSED:
+        case G_IO_ERROR_PARTIAL_INPUT: return kURLErrorNetworkConnectionLost;
+        default: return kURLErrorUnknown;
+        }
+    }
+    if (error->domain == G_RESOLVER_ERROR) return kURLErrorCannotFindHost;
+    if (error->domain == SOUP_SESSION_ERROR) return kURLErrorBadServerResponse;
+    return kURLErrorUnknown;
+}
+
+const char* versionText(SoupHTTPVersion version) {
+    switch (version) {
+    case SOUP_HTTP_1_0: return "HTTP/1.0";
+    case SOUP_HTTP_1_1: return "HTTP/1.1";
+    case SOUP_HTTP_2_0: return "HTTP/2";
+    }
+    return "HTTP/1.1";
+}
+
+URLResponse responseOf(SoupMessage* message) {
+    HTTPHeaderFields fields;
+    SoupMessageHeadersIter iter;
+    soup_message_headers_iter_init(&iter, soup_message_get_response_headers(message));
+    const char* name;
+    const char* value;
+    while (soup_message_headers_iter_next(&iter, &name, &value)) fields.emplace_back(name, value);
+    char* url = g_uri_to_string(soup_message_get_uri(message));
+    URLResponse response = URLResponse::http(url, int(soup_message_get_status(message)),
+                                             versionText(soup_message_get_http_version(message)), std::move(fields));
+    g_free(url);
+    return response;
+}
+
+// What one load owns until libsoup answers.
+struct Load {
+    SoupSession* session;  // a reference of its own
+    SoupMessage* message;
+    HTTPCompletion completion;
+
+    ~Load() {
+        g_object_unref(message);
+        g_object_unref(session);
+    }
+};
+
+void loaded(GObject* source, GAsyncResult* result, gpointer data) {
+    std::unique_ptr<Load> load(static_cast<Load*>(data));
+    GError* error = nullptr;
+    GBytes* body = soup_session_send_and_read_finish(SOUP_SESSION(source), result, &error);
+    if (!body) {
+        Error failure{kURLErrorDomain, urlErrorCode(error), error->message};
+        g_error_free(error);
+        load->completion(std::nullopt, std::nullopt, std::move(failure));
+        return;
+    }
+    gsize size = 0;
+    const auto* bytes = static_cast<const std::uint8_t*>(g_bytes_get_data(body, &size));
+    Data payload(bytes, bytes + size);
+    g_bytes_unref(body);
+    load->completion(responseOf(load->message), std::move(payload), std::nullopt);
+}
+
+void start(const URLRequest& request, HTTPCompletion completion) {
+    SoupMessage* message = soup_message_new(request.httpMethod.c_str(), request.url.c_str());
+    if (!message) {
+        // libsoup takes only absolute http and https URLs with a host.
+        bool wellFormed = g_uri_is_valid(request.url.c_str(), G_URI_FLAGS_NONE, nullptr);
+        completion(std::nullopt, std::nullopt,
+                   Error{kURLErrorDomain, wellFormed ? kURLErrorUnsupportedURL : kURLErrorBadURL,
+                         (wellFormed ? "unsupported URL: " : "bad URL: ") + request.url});
+        return;
+    }
+    SoupMessageHeaders* headers = soup_message_get_request_headers(message);
+    for (const auto& [name, value] : request.headerFields) {
+        if (strcasecmp(name.c_str(), "Host") != 0) soup_message_headers_replace(headers, name.c_str(), value.c_str());
+    }
+    SoupSession* session;
+    if (request.timeoutInterval == URLRequest::kDefaultTimeoutInterval) {
+        session = SOUP_SESSION(g_object_ref(sharedSession()));
+    } else {
+        double seconds = std::ceil(std::max(request.timeoutInterval, 1.0));
+        session = newSession(unsigned(std::min(seconds, 86400.0)));
+    }
+    auto* load = new Load{session, message, std::move(completion)};
+    soup_session_send_and_read_async(session, message, G_PRIORITY_DEFAULT, nullptr, loaded, load);
+}
+
+}  // namespace
+
+void loadHTTP(const URLRequest& request, HTTPCompletion completion) {
+    if (isMainThread()) {
+        start(request, std::move(completion));
+        return;
+    }
+    dispatchMainAsync([request, completion = std::move(completion)] { start(request, completion); });
+}
+
+}  // namespace zv

@@ -1,0 +1,107 @@
+// The built-in scheme table: message parts, remote content through the cache,
+// refused remote content and symbol images.
+#include <zv/scheme/ZVWebViewURLSchemeHandler.h>
+
+#include "HTTPLoader.h"
+
+#include <zv/foundation/Log.h>
+#include <zv/scheme/URLCache.h>
+
+namespace zv {
+
+namespace {
+
+constexpr char kLogIdentifier[] = "com.quillmere.ZVFoundation";
+// "wren-https://host/a.png" less this many characters is "https://host/a.png".
+constexpr size_t kInternalPrefixLength = 5;
+
+// A built-in routine: one of the handler's members, reached through a weak
+// reference so that the table does not keep its own handler alive.
+ZVWebViewURLSchemeHandler::Routine weakly(
+    const std::weak_ptr<ZVWebViewURLSchemeHandler>& handler,
+    void (ZVWebViewURLSchemeHandler::*member)(const URLRequest&, ZVWebViewURLSchemeHandler::Completion)) {
+    return [handler, member](const URLRequest& request, ZVWebViewURLSchemeHandler::Completion completion) {
+        if (auto strong = handler.lock())
+            ((*strong).*member)(request, std::move(completion));
+        else
+            completion(std::nullopt, std::nullopt, std::nullopt, false);
+    };
+}
+
+void refuse(const URLRequest&, ZVWebViewURLSchemeHandler::Completion completion) {
+    completion(std::nullopt, std::nullopt, std::nullopt, false);
+}
+
+}  // namespace
+
+void ZVWebViewURLSchemeHandler::setupHTTPOverrides() {
+    std::weak_ptr<ZVWebViewURLSchemeHandler> self = weak_from_this();
+    registerScheme(ZVWebViewContentIdSchemeKey, weakly(self, &ZVWebViewURLSchemeHandler::answerContentId));
+    registerScheme(ZVWebViewInternalHTTPSchemeKey, weakly(self, &ZVWebViewURLSchemeHandler::wrenHTTPHandler));
+    registerScheme(ZVWebViewInternalHTTPSSchemeKey, weakly(self, &ZVWebViewURLSchemeHandler::wrenHTTPHandler));
+    registerScheme(ZVWebViewExclusionHTTPSchemeKey, refuse);
+    registerScheme(ZVWebViewExclusionHTTPSSchemeKey, refuse);
+    registerScheme(ZVWebViewInternalSymbolSchemeKey, &ZVWebViewURLSchemeHandler::handleSymbolRequest);
+}
+
+void ZVWebViewURLSchemeHandler::answerContentId(const URLRequest& request, Completion completion) {
+    auto resources = messageResources();
+    if (auto found = resources->find(request.url); found != resources->end() && found->second) {
+        const ZVMimeResource& resource = *found->second;
+        completion(URLResponse::forData(request.url, resource.MIMEType, std::int64_t(resource.data.size())),
+                   resource.data, std::nullopt, true);
+        return;
+    }
+    auto provider = resourceProvider();
+    if (!provider) {
+        makeMissingResourceWithHandler(std::move(completion));
+        return;
+    }
+    provider->resourceDataForURL(
+        request.url, [url = request.url, completion](std::optional<std::string> mimeType, std::optional<Data> data) {
+            if (!mimeType || !data) {
+                makeMissingResourceWithHandler(completion);
+                return;
+            }
+            auto length = std::int64_t(data->size());
+            completion(URLResponse::forData(url, std::move(*mimeType), length), std::move(data), std::nullopt, true);
+        });
+}
+
+void ZVWebViewURLSchemeHandler::wrenHTTPHandler(const URLRequest& request, Completion completion) {
+    URLRequest rewritten = request;
+    rewritten.url = request.url.size() > kInternalPrefixLength ? request.url.substr(kInternalPrefixLength) : "";
+    handleRequest(request, rewritten, std::move(completion));
+}
+
+void ZVWebViewURLSchemeHandler::handleRequest(const URLRequest& incoming, const URLRequest& rewritten,
+                                              Completion completion) {
+    auto cache = URLCache::shared();
+    if (auto cached = cache->cachedResponse(rewritten.url)) {
+        log(LogLevel::Info, "RequestCache: returning cached response for " + rewritten.url,
+            {kLogIdentifier, "URLHandling"});
+        completion(std::move(cached->response), std::move(cached->data), std::nullopt, true);
+        return;
+    }
+    log(LogLevel::Info, "RequestCache: no cached response for " + rewritten.url, {kLogIdentifier, "URLHandling"});
+    recordPendingLoad(incoming.url);
+    if (auto delegate = this->delegate(); delegate && delegate->startedURLRequest)
+        delegate->startedURLRequest(*this, incoming);
+
+    loadHTTP(rewritten, [cache, key = rewritten.url, completion = std::move(completion)](
+                            std::optional<URLResponse> response, std::optional<Data> data, std::optional<Error> error) {
+        if (data && response && response->isHTTP()) {
+            cache->storeCachedResponse(key, CachedURLResponse{*response, *data});
+            completion(std::move(response), std::move(data), std::nullopt, false);
+            return;
+        }
+        if (!error) return;
+        // Worded as the host's logs have always described an error.
+        std::string message = "Error handling URL: Error Domain=" + error->domain +
+                              " Code=" + std::to_string(error->code) + " \"" + error->message + "\"";
+        completion(std::nullopt, std::nullopt, std::move(error), false);
+        log(LogLevel::Message, message, {kLogIdentifier, "SchemeHandler"});
+    });
+}
+
+}  // namespace zv

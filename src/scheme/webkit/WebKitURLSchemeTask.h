@@ -1,0 +1,39 @@
+// A URLSchemeTask over one WebKitURISchemeRequest.
+//
+// The request is held through a toggle reference, so the task learns when
+// WebKit lets go of it: if that happens before an answer, WebKit has stopped
+// the load, and `stopped` runs (once, on the main thread). After an answer or
+// a stop the task is ended; answering an ended task throws std::logic_error.
+// The request is let go on the main thread, wherever the task dies; one that
+// was never answered stays open in WebKit until its page goes.
+#pragma once
+
+#include <zv/scheme/URLSchemeTask.h>
+
+#include <webkit/webkit.h>
+
+#include <functional>
+
+namespace zv {
+
+class WebKitURLSchemeTask final : public URLSchemeTask {
+public:
+    WebKitURLSchemeTask(WebKitURISchemeRequest* request, std::function<void()> stopped);
+    ~WebKitURLSchemeTask() override;
+    WebKitURLSchemeTask(const WebKitURLSchemeTask&) = delete;
+    WebKitURLSchemeTask& operator=(const WebKitURLSchemeTask&) = delete;
+
+    const URLRequest& request() const override { return request_; }
+    void respond(const URLResponse& response, const Data* data) override;
+    void fail(const Error& error) override;
+
+private:
+    struct Hold;
+
+    WebKitURISchemeRequest* endOrThrow();
+
+    URLRequest request_;
+    Hold* hold_;  // owned here, handed to the main thread on destruction
+};
+
+}  // namespace zv

@@ -1,0 +1,194 @@
+#include "LoopbackServer.h"
+
+#include <cairo.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+
+namespace zv::test {
+
+namespace {
+
+using Surface = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)>;
+
+void respondWith(SoupServerMessage* message, unsigned status, const char* type, const Data& body) {
+    soup_server_message_set_status(message, status, nullptr);
+    soup_server_message_set_response(message, type, SOUP_MEMORY_COPY, reinterpret_cast<const char*>(body.data()),
+                                     body.size());
+}
+
+// Writes `raw` on the connection itself and closes it, bypassing HTTP.
+void writeRawAndClose(SoupServerMessage* message, std::string_view raw) {
+    GIOStream* stream = soup_server_message_steal_connection(message);
+    if (!stream) return;
+    if (!raw.empty())
+        g_output_stream_write_all(g_io_stream_get_output_stream(stream), raw.data(), raw.size(), nullptr, nullptr, nullptr);
+    g_io_stream_close(stream, nullptr, nullptr);
+    g_object_unref(stream);
+}
+
+Surface surfaceOf(const Data& png) {
+    struct Reader {
+        const Data* data;
+        size_t at = 0;
+    } reader{&png};
+    auto read = [](void* closure, unsigned char* out, unsigned int length) -> cairo_status_t {
+        auto* r = static_cast<Reader*>(closure);
+        if (r->at + length > r->data->size()) return CAIRO_STATUS_READ_ERROR;
+        std::memcpy(out, r->data->data() + r->at, length);
+        r->at += length;
+        return CAIRO_STATUS_SUCCESS;
+    };
+    return Surface(cairo_image_surface_create_from_png_stream(read, &reader), cairo_surface_destroy);
+}
+
+}  // namespace
+
+LoopbackServer::LoopbackServer() : server_(soup_server_new(nullptr, nullptr)) {
+    soup_server_add_handler(server_, nullptr, handle, this, nullptr);
+    GError* error = nullptr;
+    if (!soup_server_listen_local(server_, 0, SOUP_SERVER_LISTEN_IPV4_ONLY, &error)) {
+        std::string reason = error->message;
+        g_error_free(error);
+        throw std::runtime_error("cannot listen on 127.0.0.1: " + reason);
+    }
+    GSList* uris = soup_server_get_uris(server_);
+    port_ = g_uri_get_port(static_cast<GUri*>(uris->data));
+    g_slist_free_full(uris, reinterpret_cast<GDestroyNotify>(g_uri_unref));
+}
+
+LoopbackServer::~LoopbackServer() {
+    for (guint timer : timers_) g_source_remove(timer);
+    releaseStalled();
+    soup_server_disconnect(server_);
+    g_object_unref(server_);
+}
+
+std::string LoopbackServer::url(std::string_view path) const {
+    return "http://127.0.0.1:" + std::to_string(port_) + std::string(path);
+}
+
+int LoopbackServer::hits(const std::string& path) const {
+    auto found = hits_.find(path);
+    return found == hits_.end() ? 0 : found->second;
+}
+
+void LoopbackServer::releaseStalled() {
+    for (SoupServerMessage* message : std::exchange(stalled_, {})) {
+        respondWith(message, 200, "image/png", png());
+        soup_server_message_unpause(message);
+        g_object_unref(message);
+    }
+}
+
+const Data& LoopbackServer::png() {
+    static const Data image = pngImage(4, 3, 1, 0, 0);
+    return image;
+}
+
+void LoopbackServer::handle(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*, gpointer self) {
+    static_cast<LoopbackServer*>(self)->answer(message, path);
+}
+
+void LoopbackServer::answer(SoupServerMessage* message, const std::string& path) {
+    ++hits_[path];
+    if (path.starts_with("/image")) {
+        respondWith(message, 200, "image/png", png());
+    } else if (path.starts_with("/text")) {
+        respondWith(message, 200, "text/plain; charset=utf-8", Data{'h', 'e', 'l', 'l', 'o'});
+    } else if (path.starts_with("/stall")) {
+        soup_server_message_pause(message);
+        stalled_.push_back(SOUP_SERVER_MESSAGE(g_object_ref(message)));
+    } else if (path.starts_with("/slow")) {
+        soup_server_message_pause(message);
+        g_object_ref(message);
+        struct Later {
+            LoopbackServer* server;
+            SoupServerMessage* message;
+        };
+        guint timer = g_timeout_add_full(
+            G_PRIORITY_DEFAULT, guint(slowDelay_.count()),
+            [](gpointer data) -> gboolean {
+                auto* later = static_cast<Later*>(data);
+                respondWith(later->message, 200, "image/png", png());
+                soup_server_message_unpause(later->message);
+                std::erase(later->server->timers_, g_source_get_id(g_main_current_source()));
+                return G_SOURCE_REMOVE;
+            },
+            new Later{this, message},
+            [](gpointer data) {
+                auto* later = static_cast<Later*>(data);
+                g_object_unref(later->message);
+                delete later;
+            });
+        timers_.push_back(timer);
+    } else if (path == "/status500") {
+        respondWith(message, 500, "text/plain", Data{'b', 'r', 'o', 'k', 'e', 'n'});
+    } else if (path == "/truncated") {
+        writeRawAndClose(message, "HTTP/1.1 200 OK\r\nContent-Type: image/png\r\nContent-Length: 100\r\n\r\n0123456789");
+    } else if (path == "/reset") {
+        writeRawAndClose(message, "");
+    } else {
+        respondWith(message, 404, "text/plain", Data{});
+    }
+}
+
+Data pngImage(int width, int height, double r, double g, double b) {
+    Surface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height), cairo_surface_destroy);
+    cairo_t* cr = cairo_create(surface.get());
+    cairo_set_source_rgb(cr, r, g, b);
+    cairo_paint(cr);
+    cairo_destroy(cr);
+    Data bytes;
+    cairo_surface_write_to_png_stream(
+        surface.get(),
+        [](void* closure, const unsigned char* data, unsigned int length) -> cairo_status_t {
+            auto* out = static_cast<Data*>(closure);
+            out->insert(out->end(), data, data + length);
+            return CAIRO_STATUS_SUCCESS;
+        },
+        &bytes);
+    return bytes;
+}
+
+std::optional<PNGPixel> pngPixel(const Data& png, int x, int y) {
+    Surface surface = surfaceOf(png);
+    if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return std::nullopt;
+    PNGPixel pixel;
+    pixel.width = cairo_image_surface_get_width(surface.get());
+    pixel.height = cairo_image_surface_get_height(surface.get());
+    if (x >= pixel.width || y >= pixel.height) return pixel;
+    const unsigned char* row = cairo_image_surface_get_data(surface.get()) + y * cairo_image_surface_get_stride(surface.get());
+    uint32_t argb;
+    std::memcpy(&argb, row + 4 * x, 4);
+    pixel.a = int(argb >> 24);
+    auto unpremultiply = [&](int channel) { return pixel.a ? (channel * 255 + pixel.a / 2) / pixel.a : 0; };
+    pixel.r = unpremultiply(int((argb >> 16) & 0xff));
+    pixel.g = unpremultiply(int((argb >> 8) & 0xff));
+    pixel.b = unpremultiply(int(argb & 0xff));
+    return pixel;
+}
+
+std::pair<int, int> pngCoverage(const Data& png) {
+    Surface surface = surfaceOf(png);
+    if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return {0, 0};
+    int width = cairo_image_surface_get_width(surface.get());
+    int height = cairo_image_surface_get_height(surface.get());
+    int stride = cairo_image_surface_get_stride(surface.get());
+    const unsigned char* data = cairo_image_surface_get_data(surface.get());
+    int largest = 0, covered = 0;
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            uint32_t argb;
+            std::memcpy(&argb, data + y * stride + 4 * x, 4);
+            int alpha = int(argb >> 24);
+            largest = std::max(largest, alpha);
+            if (alpha) ++covered;
+        }
+    }
+    return {largest, covered};
+}
+
+}  // namespace zv::test

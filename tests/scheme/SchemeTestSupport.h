@@ -1,0 +1,75 @@
+// What the scheme tests share: a task that records how it was answered, and
+// a capture of the framework's log lines.
+#pragma once
+
+#include <zv/foundation/MainThread.h>
+#include <zv/scheme/URLSchemeTask.h>
+
+#include <glib.h>
+
+#include <chrono>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace zv::test {
+
+using namespace std::chrono_literals;
+
+// Bound for anything the main loop should bring about.
+inline constexpr std::chrono::milliseconds kAnswerTimeout = 10s;
+
+// A URLSchemeTask that keeps its answer and, like a web view's task, refuses
+// a second one.
+class RecordingTask final : public URLSchemeTask {
+public:
+    explicit RecordingTask(std::string url, double timeoutInterval = URLRequest::kDefaultTimeoutInterval) {
+        request_.url = std::move(url);
+        request_.timeoutInterval = timeoutInterval;
+    }
+
+    const URLRequest& request() const override { return request_; }
+    void respond(const URLResponse& answer, const Data* body) override {
+        end();
+        response = answer;
+        if (body) data = *body;
+    }
+    void fail(const Error& failure) override {
+        end();
+        error = failure;
+    }
+
+    bool answered() const { return answers > 0; }
+
+    int answers = 0;
+    bool answeredOnMainThread = false;
+    std::optional<URLResponse> response;
+    std::optional<Data> data;
+    std::optional<Error> error;
+
+private:
+    void end() {
+        if (answers++) throw std::logic_error("task already answered");
+        answeredOnMainThread = isMainThread();
+    }
+
+    URLRequest request_;
+};
+
+// Records every line logged under the framework's domain from construction
+// on (GLib takes one writer per process, installed on first use).
+class LogCapture {
+public:
+    using Fields = std::map<std::string, std::string>;
+
+    LogCapture();
+    ~LogCapture();
+    std::vector<Fields> lines() const;
+    // Lines whose message starts with `prefix`.
+    std::vector<Fields> linesStartingWith(const std::string& prefix) const;
+};
+
+}  // namespace zv::test

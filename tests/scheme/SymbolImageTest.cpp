@@ -1,0 +1,215 @@
+// "wren-symbol" URLs: how they read, and the symbols drawn from the icon theme.
+#include <zv/scheme/IconThemeSymbols.h>
+#include <zv/scheme/SymbolImage.h>
+#include <zv/scheme/ZVWebViewURLSchemeHandler.h>
+
+#include "LoopbackServer.h"
+#include "SchemeTestSupport.h"
+
+#include <zv/scheme/AccentColor.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace zv {
+namespace {
+
+struct URLCase {
+    const char* name;
+    const char* url;
+    double pointSize;
+    SymbolWeight weight;
+    std::optional<Color> color;
+};
+
+// Names the case by its URL in test listings.
+void PrintTo(const URLCase& c, std::ostream* out) { *out << c.url; }
+
+constexpr Color kRed{1, 0, 0, 1};
+
+class SymbolURLTest : public ::testing::TestWithParam<URLCase> {};
+
+TEST_P(SymbolURLTest, ReadsNameSizeWeightAndColour) {
+    const URLCase& c = GetParam();
+    auto request = symbolImageRequestFromURL(c.url);
+    ASSERT_TRUE(request);
+    EXPECT_EQ(request->name, "questionmark.square.dashed");
+    EXPECT_EQ(request->pointSize, c.pointSize);
+    EXPECT_EQ(request->weight, c.weight);
+    EXPECT_EQ(request->color, c.color);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Queries, SymbolURLTest,
+    ::testing::Values(
+        URLCase{"plain", "wren-symbol:questionmark.square.dashed", 96, SymbolWeight::Regular, std::nullopt},
+        URLCase{"size36", "wren-symbol:questionmark.square.dashed?size=36", 72, SymbolWeight::Regular, std::nullopt},
+        URLCase{"sizeZero", "wren-symbol:questionmark.square.dashed?size=0", 96, SymbolWeight::Regular, std::nullopt},
+        URLCase{"sizeNotANumber", "wren-symbol:questionmark.square.dashed?size=abc", 96, SymbolWeight::Regular, std::nullopt},
+        URLCase{"sizeNegative", "wren-symbol:questionmark.square.dashed?size=-5", 96, SymbolWeight::Regular, std::nullopt},
+        URLCase{"sizeWithUnit", "wren-symbol:questionmark.square.dashed?size=36px", 72, SymbolWeight::Regular, std::nullopt},
+        URLCase{"sizeWithoutValue", "wren-symbol:questionmark.square.dashed?size", 96, SymbolWeight::Regular, std::nullopt},
+        URLCase{"laterSizeWins", "wren-symbol:questionmark.square.dashed?SIZE=10&size=20", 40, SymbolWeight::Regular, std::nullopt},
+        URLCase{"weightInCapitals", "wren-symbol:questionmark.square.dashed?weight=BOLD", 96, SymbolWeight::Bold, std::nullopt},
+        URLCase{"weightUltra", "wren-symbol:questionmark.square.dashed?weight=ultra", 96, SymbolWeight::UltraLight, std::nullopt},
+        URLCase{"weightRegular", "wren-symbol:questionmark.square.dashed?weight=regular", 96, SymbolWeight::Regular, std::nullopt},
+        URLCase{"unknownWeightKeepsTheLast", "wren-symbol:questionmark.square.dashed?weight=heavy&weight=whatever", 96, SymbolWeight::Heavy,
+                std::nullopt},
+        URLCase{"colourInHex", "wren-symbol:questionmark.square.dashed?Color=%23FF0000", 96, SymbolWeight::Regular, kRed},
+        URLCase{"colourByName", "wren-symbol:questionmark.square.dashed?color=RED&weight=light", 96, SymbolWeight::Light, kRed},
+        URLCase{"colourUnreadable", "wren-symbol:questionmark.square.dashed?color=nonsense", 96, SymbolWeight::Regular, std::nullopt},
+        URLCase{"placeholderQuery", "wren-symbol:questionmark.square.dashed?size=36&color=%233584e4&weight=light", 72, SymbolWeight::Light,
+                Color{0x35 / 255.0, 0x84 / 255.0, 0xe4 / 255.0, 1}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(SymbolURL, TextThatIsNoURLReadsAsNothing) {
+    EXPECT_FALSE(symbolImageRequestFromURL("questionmark.square.dashed"));
+    EXPECT_FALSE(symbolImageRequestFromURL(""));
+}
+
+class IconThemeSymbolsTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { useIconThemeSymbols(); }
+
+    static Data render(const std::string& url) {
+        auto request = symbolImageRequestFromURL(url);
+        EXPECT_TRUE(request) << url;
+        auto png = request ? renderIconThemeSymbol(*request) : std::nullopt;
+        EXPECT_TRUE(png) << url;
+        return png.value_or(Data{});
+    }
+
+    static int coverage(const std::string& url) { return test::pngCoverage(render(url)).second; }
+};
+
+TEST_F(IconThemeSymbolsTest, EverySymbolOfTheTableIsDrawn) {
+    struct Row {
+        const char* symbol;
+        const char* icon;
+    };
+    static const Row kRows[] = {
+#include "../../src/scheme/webkit/SymbolIconNames.inc"
+    };
+    for (const Row& row : kRows) {
+        EXPECT_EQ(iconNameForSymbol(row.symbol), row.icon);
+        auto png = renderIconThemeSymbol(SymbolImageRequest{row.symbol, 32, SymbolWeight::Regular, std::nullopt});
+        ASSERT_TRUE(png) << row.symbol;
+        EXPECT_GT(test::pngCoverage(*png).second, 0) << row.symbol << " is blank";
+    }
+}
+
+TEST_F(IconThemeSymbolsTest, IconNamesPassAndUnknownNamesDoNot) {
+    EXPECT_EQ(iconNameForSymbol("mail-attachment-symbolic"), "mail-attachment-symbolic");
+    EXPECT_FALSE(iconNameForSymbol("no.such.symbol"));
+    EXPECT_FALSE(iconNameForSymbol("mail-attachment"));  // only symbolic icons
+    SymbolImageRequest unknown;
+    unknown.name = "no.such.symbol";
+    EXPECT_FALSE(renderIconThemeSymbol(unknown));
+}
+
+TEST_F(IconThemeSymbolsTest, SizeIsTwiceThePointsAndBounded) {
+    auto pixel = test::pngPixel(render("wren-symbol:paperclip?size=36"), 0, 0);
+    ASSERT_TRUE(pixel);
+    EXPECT_EQ(pixel->width, 72);
+    EXPECT_EQ(pixel->height, 72);
+    pixel = test::pngPixel(render("wren-symbol:paperclip?size=99999999999"), 0, 0);
+    ASSERT_TRUE(pixel);
+    EXPECT_EQ(pixel->width, 1024);
+}
+
+TEST_F(IconThemeSymbolsTest, AColourReplacesTheIconsOwn) {
+    Data png = render("wren-symbol:star.fill?size=24&color=%23ff0000");
+    auto own = test::pngPixel(render("wren-symbol:star.fill?size=24"), 24, 24);
+    auto red = test::pngPixel(png, 24, 24);  // the middle of the star
+    ASSERT_TRUE(own && red);
+    EXPECT_EQ(own->a, 255);
+    EXPECT_LT(own->r, 100);  // Adwaita's dark grey
+    EXPECT_EQ(red->a, 255);
+    EXPECT_EQ(std::tie(red->r, red->g, red->b), std::make_tuple(255, 0, 0));
+    // Coverage is kept: a colour changes no shape.
+    EXPECT_EQ(test::pngCoverage(png), test::pngCoverage(render("wren-symbol:star.fill?size=24")));
+}
+
+TEST_F(IconThemeSymbolsTest, WeightThickensAndThins) {
+    int ultraLight = coverage("wren-symbol:paperclip?size=48&weight=ultra");
+    int light = coverage("wren-symbol:paperclip?size=48&weight=light");
+    int regular = coverage("wren-symbol:paperclip?size=48");
+    int bold = coverage("wren-symbol:paperclip?size=48&weight=bold");
+    int black = coverage("wren-symbol:paperclip?size=48&weight=black");
+    EXPECT_LT(ultraLight, light);
+    EXPECT_LT(light, regular);
+    EXPECT_LT(regular, bold);
+    EXPECT_LT(bold, black);
+}
+
+TEST_F(IconThemeSymbolsTest, HandleSymbolRequestAnswersPNGOrFileDoesNotExist) {
+    std::optional<URLResponse> response;
+    std::optional<Data> data;
+    std::optional<Error> error;
+    bool untracked = false;
+    auto capture = [&](auto r, auto d, auto e, bool u) {
+        response = std::move(r);
+        data = std::move(d);
+        error = std::move(e);
+        untracked = u;
+    };
+    URLRequest request;
+    request.url = "wren-symbol:paperclip?size=10";
+    ZVWebViewURLSchemeHandler::handleSymbolRequest(request, capture);
+    ASSERT_TRUE(response && data);
+    EXPECT_FALSE(error);
+    EXPECT_TRUE(untracked);
+    EXPECT_EQ(response->url, request.url);
+    EXPECT_EQ(response->mimeType, "image/png");
+    EXPECT_EQ(response->expectedContentLength, std::int64_t(data->size()));
+    EXPECT_EQ(test::pngPixel(*data, 0, 0)->width, 20);
+
+    request.url = "wren-symbol:no.such.symbol";
+    ZVWebViewURLSchemeHandler::handleSymbolRequest(request, capture);
+    EXPECT_FALSE(response || data);
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->domain, kURLErrorDomain);
+    EXPECT_EQ(error->code, kURLErrorFileDoesNotExist);
+    EXPECT_FALSE(untracked);
+
+    // Without a renderer no symbol exists.
+    auto renderer = symbolRenderer();
+    setSymbolRenderer(nullptr);
+    request.url = "wren-symbol:paperclip";
+    ZVWebViewURLSchemeHandler::handleSymbolRequest(request, capture);
+    setSymbolRenderer(renderer);
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->code, kURLErrorFileDoesNotExist);
+}
+
+TEST_F(IconThemeSymbolsTest, ThePlaceholderIsTheLightSymbolInTheAccentColour) {
+    std::optional<URLResponse> response;
+    std::optional<Data> data;
+    ZVWebViewURLSchemeHandler::makeMissingResourceWithHandler([&](auto r, auto d, auto, bool) {
+        response = std::move(r);
+        data = std::move(d);
+    });
+    ASSERT_TRUE(response && data);
+    auto request = symbolImageRequestFromURL(response->url);
+    ASSERT_TRUE(request);
+    EXPECT_EQ(*request, (SymbolImageRequest{"questionmark.square.dashed", 72, SymbolWeight::Light, controlAccentColor()}));
+    EXPECT_EQ(*data, *renderIconThemeSymbol(*request));
+    // Every pixel it covers is the accent colour.
+    Color accent = controlAccentColor();
+    bool found = false;
+    for (int y = 0; y < 72 && !found; ++y) {
+        for (int x = 0; x < 72 && !found; ++x) {
+            auto pixel = test::pngPixel(*data, x, y);
+            if (pixel->a < 64) continue;
+            found = true;
+            EXPECT_NEAR(pixel->r, std::lround(accent.r * 255), 3);
+            EXPECT_NEAR(pixel->g, std::lround(accent.g * 255), 3);
+            EXPECT_NEAR(pixel->b, std::lround(accent.b * 255), 3);
+        }
+    }
+    EXPECT_TRUE(found);
+}
+
+}  // namespace
+}  // namespace zv

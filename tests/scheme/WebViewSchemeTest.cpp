@@ -1,0 +1,277 @@
+// The schemes served to a real WebKitGTK web view: pages whose images come
+// through "cid", "wren-http", "wren-exclude-https" and "wren-symbol", with a
+// server on 127.0.0.1 behind the remote ones.
+#include <zv/scheme/WebKitSchemeBinding.h>
+
+#include "LoopbackServer.h"
+#include "SchemeTestSupport.h"
+#include "WebViewHarness.h"
+
+#include <zv/foundation/NotificationCenter.h>
+#include <zv/scheme/URLCache.h>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <set>
+
+namespace zv {
+namespace {
+
+using namespace std::chrono_literals;
+using Handler = ZVWebViewURLSchemeHandler;
+
+struct ImageState {
+    int width = 0;
+    int height = 0;
+    bool failed = false;
+    bool complete = false;
+};
+
+class WebViewSchemeTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char* folder = g_dir_make_tmp("zv-web-view-schemes-XXXXXX", nullptr);
+        folder_ = folder;
+        g_free(folder);
+        URLCache::setShared(URLCache::open(folder_ + "/URLCache.sqlite"));
+
+        window_ = std::make_unique<test::WebViewWindow>();
+        handler_ = Handler::create(provider_);
+        handler_->setupHTTPOverrides();
+        handler_->setDelegate(delegate_);
+        delegate_->completedURLRequest = [this](Handler&, const URLRequest& request, const auto&, const auto&) {
+            completed_.push_back(request.url);
+        };
+        delegate_->reportedLoadProgress = [this](Handler&, double value) { progress_.push_back(value); };
+        setURLSchemeHandler(view(), handler_);
+        failures_ = NotificationCenter::defaultCenter().addObserver(
+            ZVWebViewResourceLoadFailedNotification, view(),
+            [this](const Notification& n) { failedURLs_.push_back(n.userInfo["URL"].get<std::string>()); });
+    }
+
+    void TearDown() override {
+        NotificationCenter::defaultCenter().removeObserver(failures_);
+        window_.reset();
+        URLCache::setShared(nullptr);
+        ASSERT_EQ(std::system(("rm -rf '" + folder_ + "'").c_str()), 0);
+    }
+
+    WebKitWebView* view() const { return window_->webView(); }
+
+    // Loads a page of <img> elements, one per id and URL, and waits for all of them to end.
+    bool loadImages(const std::vector<std::pair<std::string, std::string>>& images) {
+        std::string html = "<!doctype html><body>";
+        for (const auto& [id, url] : images)
+            html += "<img id='" + id + "' src='" + url + "' onerror='this.dataset.failed=1'>";
+        return window_->loadHTML(html, server_.url("/").c_str());
+    }
+
+    std::map<std::string, ImageState> images() {
+        auto outcome = window_->evaluate(
+            "Array.from(document.images).map(i => [i.id, i.naturalWidth, i.naturalHeight, !!i.dataset.failed, i.complete])");
+        std::map<std::string, ImageState> states;
+        if (!outcome.ok() || !outcome.value) return states;
+        for (const auto& row : *outcome.value)
+            states[row[0].get<std::string>()] = {row[1].get<int>(), row[2].get<int>(), row[3].get<bool>(), row[4].get<bool>()};
+        return states;
+    }
+
+    static void expectImage(const ImageState& state, int width, int height) {
+        EXPECT_FALSE(state.failed);
+        EXPECT_EQ(state.width, width);
+        EXPECT_EQ(state.height, height);
+    }
+
+    struct Provider : ZVWebViewResourceProvider {
+        void resourceDataForURL(const std::string& url, Completion completion) override {
+            if (url == "cid:store@host")
+                completion("image/png", test::pngImage(6, 2, 0, 1, 0));
+            else
+                completion(std::nullopt, std::nullopt);
+        }
+    };
+
+    std::string folder_;
+    test::LoopbackServer server_;
+    std::unique_ptr<test::WebViewWindow> window_;
+    std::shared_ptr<Provider> provider_ = std::make_shared<Provider>();
+    std::shared_ptr<Handler> handler_;
+    std::shared_ptr<ZVWebViewURLSchemeHandlerDelegate> delegate_ = std::make_shared<ZVWebViewURLSchemeHandlerDelegate>();
+    std::vector<std::string> completed_;
+    std::vector<double> progress_;
+    std::vector<std::string> failedURLs_;
+    ObserverToken failures_;
+};
+
+TEST_F(WebViewSchemeTest, EverySchemeServesItsImages) {
+    test::LogCapture log;
+    auto part = std::make_shared<ZVMimeResource>();
+    part->MIMEType = "image/png";
+    part->data = test::pngImage(5, 4, 0, 0, 1);
+    handler_->addResource(part, "cid:table@host");
+    const std::string remote = server_.wrenURL("/image.png");
+    ASSERT_TRUE(loadImages({
+        {"table", "cid:table@host"},
+        {"store", "cid:store@host"},
+        {"missing", "cid:missing@host"},
+        {"remote", remote},
+        {"excluded", "wren-exclude-https://127.0.0.1/pixel.gif"},
+        {"symbol", "wren-symbol:paperclip"},
+        {"small", "wren-symbol:paperclip?size=10&weight=bold&color=%23ff0000"},
+        {"unknown", "wren-symbol:no.such.symbol"},
+    }));
+    auto states = images();
+    ASSERT_EQ(states.size(), 8u);
+    expectImage(states["table"], 5, 4);
+    expectImage(states["store"], 6, 2);
+    expectImage(states["missing"], 72, 72);
+    expectImage(states["remote"], 4, 3);
+    expectImage(states["symbol"], 96, 96);
+    expectImage(states["small"], 20, 20);
+    EXPECT_TRUE(states["excluded"].failed);
+    EXPECT_TRUE(states["unknown"].failed);
+
+    // Tracked: the network load, the refusal and the unknown symbol.
+    std::multiset<std::string> tracked(completed_.begin(), completed_.end());
+    EXPECT_EQ(tracked, (std::multiset<std::string>{remote, "wren-exclude-https://127.0.0.1/pixel.gif",
+                                                   "wren-symbol:no.such.symbol"}));
+    ASSERT_EQ(progress_.size(), 3u);
+    EXPECT_EQ(progress_.back(), 1.0);
+    EXPECT_EQ(failedURLs_, std::vector<std::string>{"wren-exclude-https://127.0.0.1/pixel.gif"});
+    EXPECT_TRUE(handler_->pendingLoads().empty());
+    EXPECT_TRUE(log.linesStartingWith("Exception in").empty());
+}
+
+TEST_F(WebViewSchemeTest, ASecondDisplayComesFromTheCache) {
+    const std::string remote = server_.wrenURL("/image-again.png");
+    ASSERT_TRUE(loadImages({{"first", remote}}));
+    expectImage(images()["first"], 4, 3);
+    ASSERT_EQ(completed_.size(), 1u);
+
+    // The message shown again, in a new view (a view of its own would answer
+    // from its page cache before asking any handler).
+    test::LogCapture log;
+    test::WebViewWindow again;
+    auto handler = Handler::create();
+    handler->setupHTTPOverrides();
+    setURLSchemeHandler(again.webView(), handler);
+    ASSERT_TRUE(again.loadHTML("<img src='" + remote + "'>", server_.url("/").c_str()));
+    auto size = again.evaluate("[document.images[0].naturalWidth, document.images[0].naturalHeight]");
+    ASSERT_TRUE(size.ok());
+    EXPECT_EQ(*size.value, (nlohmann::json{4, 3}));
+    EXPECT_EQ(server_.hits("/image-again.png"), 1);
+    EXPECT_TRUE(handler->completedLoads().empty());  // untracked
+    EXPECT_EQ(log.linesStartingWith("RequestCache: returning cached response for " + server_.url("/image-again.png")).size(),
+              1u);
+}
+
+TEST_F(WebViewSchemeTest, ANetworkFailureEndsTheImageAndCountsTheLoad) {
+    std::string unreachable;
+    {
+        test::LoopbackServer gone;
+        unreachable = gone.wrenURL("/image.png");
+    }
+    ASSERT_TRUE(loadImages({{"gone", unreachable}}));
+    EXPECT_TRUE(images()["gone"].failed);
+    EXPECT_EQ(handler_->completedLoads(), std::vector<std::string>{unreachable});
+    EXPECT_EQ(progress_, std::vector<double>{1.0});
+    EXPECT_TRUE(failedURLs_.empty());  // a network error is not "nothing answered"
+}
+
+TEST_F(WebViewSchemeTest, ServerFaultsEndEveryImageExactlyOnce) {
+    test::LogCapture log;
+    server_.setSlowDelay(300ms);
+    std::vector<std::pair<std::string, std::string>> page{
+        {"error", server_.wrenURL("/status500")}, {"reset", server_.wrenURL("/reset")},
+        {"truncated", server_.wrenURL("/truncated")}, {"slow", server_.wrenURL("/slow")},
+        {"stall", server_.wrenURL("/stall")}};
+    // The stalled request is let go once the page is waiting for it.
+    bool released = false;
+    guint timer = g_timeout_add(50, [](gpointer data) -> gboolean {
+        auto* server = static_cast<test::LoopbackServer*>(data);
+        if (server->stalledCount() == 0) return G_SOURCE_CONTINUE;
+        server->releaseStalled();
+        return G_SOURCE_REMOVE;
+    }, &server_);
+    ASSERT_TRUE(loadImages(page));
+    released = server_.stalledCount() == 0;
+    if (!released) g_source_remove(timer);
+    EXPECT_TRUE(released);
+
+    auto states = images();
+    EXPECT_TRUE(states["error"].failed);  // a 500 answer that is no image
+    EXPECT_TRUE(states["reset"].failed);
+    EXPECT_TRUE(states["truncated"].failed);
+    expectImage(states["slow"], 4, 3);
+    expectImage(states["stall"], 4, 3);
+    std::multiset<std::string> tracked(completed_.begin(), completed_.end());
+    std::multiset<std::string> expected;
+    for (const auto& [id, url] : page) expected.insert(url);
+    EXPECT_EQ(tracked, expected);
+    EXPECT_TRUE(handler_->pendingLoads().empty());
+    EXPECT_TRUE(log.linesStartingWith("Exception in").empty());
+}
+
+TEST_F(WebViewSchemeTest, StoppingTheLoadCancelsTheHandlerForGood) {
+    test::LogCapture log;
+    window_->loadHTML("<!doctype html><body>", server_.url("/").c_str());
+    window_->evaluate("let img = new Image(); img.src = " + test::jsString(server_.wrenURL("/stall")) +
+                      "; document.body.append(img); 0");
+    ASSERT_TRUE(test::spinUntil([&] { return server_.stalledCount() == 1; }, 10s));
+    EXPECT_FALSE(handler_->cancelled());
+
+    webkit_web_view_stop_loading(view());
+    ASSERT_TRUE(test::spinUntil([&] { return handler_->cancelled(); }, 10s));
+
+    // The answer that comes afterwards is dropped, and counted.
+    server_.releaseStalled();
+    ASSERT_TRUE(test::spinUntil([&] { return completed_.size() == 1; }, 10s));
+
+    // Later loads of the same handler get no answer either.
+    auto part = std::make_shared<ZVMimeResource>();
+    part->MIMEType = "image/png";
+    part->data = test::pngImage(2, 2, 0, 0, 0);
+    handler_->addResource(part, "cid:late@host");
+    window_->evaluate("let late = new Image(); late.src = 'cid:late@host'; document.body.append(late); 0");
+    test::spinFor(test::kQuietPeriod);
+    auto late = window_->evaluate("[late.complete, late.naturalWidth]");
+    ASSERT_TRUE(late.ok());
+    EXPECT_EQ(*late.value, (nlohmann::json{false, 0}));
+    EXPECT_TRUE(log.linesStartingWith("Exception in").empty());
+}
+
+TEST_F(WebViewSchemeTest, NavigatingAwayStopsAPendingLoad) {
+    window_->loadHTML("<!doctype html><body>", server_.url("/").c_str());
+    window_->evaluate("let img = new Image(); img.src = " + test::jsString(server_.wrenURL("/stall-away")) +
+                      "; document.body.append(img); 0");
+    ASSERT_TRUE(test::spinUntil([&] { return server_.stalledCount() == 1; }, 10s));
+    ASSERT_TRUE(window_->loadHTML("<p>elsewhere</p>", server_.url("/").c_str()));
+    EXPECT_TRUE(test::spinUntil([&] { return handler_->cancelled(); }, 10s));
+}
+
+TEST_F(WebViewSchemeTest, ACorruptCacheFileIsNoObstacle) {
+    const std::string path = folder_ + "/corrupt/URLCache.sqlite";
+    g_mkdir_with_parents((folder_ + "/corrupt").c_str(), 0700);
+    std::ofstream(path, std::ios::binary) << std::string(4096, '\x01');
+    URLCache::setShared(URLCache::open(path));
+
+    const std::string remote = server_.wrenURL("/image-corrupt.png");
+    ASSERT_TRUE(loadImages({{"remote", remote}}));
+    expectImage(images()["remote"], 4, 3);
+    EXPECT_TRUE(URLCache::shared()->isOnDisk());
+    EXPECT_TRUE(URLCache::shared()->cachedResponse(server_.url("/image-corrupt.png")));
+}
+
+TEST_F(WebViewSchemeTest, ViewsWithoutAHandlerForTheSchemeAreRefused) {
+    test::WebViewWindow other;
+    ASSERT_TRUE(other.loadHTML("<img src='cid:table@host' onerror='this.dataset.failed=1'>", server_.url("/").c_str()));
+    auto failed = other.evaluate("!!document.images[0].dataset.failed");
+    ASSERT_TRUE(failed.ok());
+    EXPECT_EQ(*failed.value, true);
+    EXPECT_EQ(urlSchemeHandler(view(), "CID"), handler_);
+    EXPECT_FALSE(urlSchemeHandler(other.webView(), "cid"));
+}
+
+}  // namespace
+}  // namespace zv
