@@ -46,7 +46,7 @@ double strokeWidth(SymbolWeight weight) {
 }
 
 // Icon name to SVG file, over the XDG data folders (the user's first, as the
-// icon theme specification orders them), in both layouts Adwaita has used.
+// freedesktop icon-theme rules order them), in both layouts Adwaita has used.
 const std::map<std::string, std::string>& iconFiles() {
     static const std::map<std::string, std::string> files = [] {
         std::map<std::string, std::string> found;
