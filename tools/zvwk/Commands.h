@@ -34,6 +34,11 @@ std::optional<std::string> readInput(const std::string& path, std::string& reaso
 std::vector<std::string> expandInputs(const std::vector<std::string>& operands, bool& failed,
                                       bool* anyDirectory = nullptr);
 
+// Prints one input's result: the value as it is, or with `json` one JSON
+// line {"file": file, key: value} (invalid UTF-8 replaced, so a line is
+// always written).
+void printResult(const std::string& file, const char* key, std::string value, bool json);
+
 // Reports "zvwk: message" on standard error; returns the usage exit status (2).
 int usageError(const std::string& message);
 

@@ -6,8 +6,6 @@
 #include <zv/html/HTMLParser.h>
 #include <zv/html/HTMLSerializer.h>
 
-#include <nlohmann/json.hpp>
-
 #include <iostream>
 
 namespace zvwk {
@@ -29,12 +27,7 @@ int rewriteDocuments(const std::vector<std::string>& operands, bool json,
         zv::html::Ref<zv::html::HTMLDocument> document = parser.parseDocument();
         rewrite(*document);
         std::string out = zv::html::serializeNode(*document);
-        if (json) {
-            nlohmann::ordered_json line = {{"file", file}, {"html", std::move(out)}};
-            std::cout << line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
-        } else {
-            std::cout << out << "\n";
-        }
+        printResult(file, "html", std::move(out), json);
     }
     std::cout.flush();
     return status;

@@ -6,8 +6,6 @@
 #include <zv/html/HTMLParser.h>
 #include <zv/text/PlainText.h>
 
-#include <nlohmann/json.hpp>
-
 #include <iostream>
 
 namespace zvwk {
@@ -55,12 +53,7 @@ int runText(const Args& args) {
             continue;
         }
         std::string text = plainTextOf(*html, fragment);
-        if (json) {
-            nlohmann::ordered_json line = {{"file", file}, {"text", std::move(text)}};
-            std::cout << line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
-        } else {
-            std::cout << text << "\n";
-        }
+        printResult(file, "text", std::move(text), json);
     }
     std::cout.flush();
     return status;
