@@ -1,4 +1,5 @@
 #include "UserPerceivedCharacters.h"
+#include "../foundation/CharacterBreaks.h"
 
 #include <zv/foundation/Strings.h>
 
@@ -18,16 +19,6 @@ bool isSimpleText(std::string_view text) {
     for (char c : text)
         if (static_cast<unsigned char>(c) >= 0x80 || c == '\r') return false;
     return true;
-}
-
-icu::BreakIterator* characterBreakIterator() {
-    thread_local std::unique_ptr<icu::BreakIterator> iterator = [] {
-        UErrorCode status = U_ZERO_ERROR;
-        std::unique_ptr<icu::BreakIterator> made(
-            icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
-        return U_SUCCESS(status) ? std::move(made) : nullptr;
-    }();
-    return iterator.get();
 }
 
 // Calls onBoundary(byteOffset) for every character boundary of `text`, its

@@ -11,9 +11,6 @@
 
 namespace zv::html {
 
-namespace {
-
-// Elements that "serialize as void": no children and no end tag are written.
 bool serializesAsVoid(const HTMLElement& e) {
     if (e.htmlNamespace() != Namespace::HTML) return false;
     switch (e.tag()) {
@@ -26,6 +23,8 @@ bool serializesAsVoid(const HTMLElement& e) {
         return false;
     }
 }
+
+namespace {
 
 // Text inside these is written as it is. <noscript> is not among them: the
 // library parses with scripting off, where its content is markup.

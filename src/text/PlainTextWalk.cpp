@@ -30,6 +30,7 @@
 
 #include <zv/foundation/Strings.h>
 #include <zv/html/HTMLCharacterData.h>
+#include <zv/html/HTMLSerializer.h>
 
 #include <unicode/uchar.h>
 
@@ -122,20 +123,6 @@ bool containsIgnoringASCIICase(std::string_view s, std::string_view lower) {
 bool isHidden(const HTMLElement& e) {
     const Tag tag = e.tag();
     return tag == Tag::head || tag == Tag::script || tag == Tag::style;
-}
-
-// Written without children and end tag.
-bool serializesAsVoid(const HTMLElement& e) {
-    if (e.htmlNamespace() != Namespace::HTML) return false;
-    switch (e.tag()) {
-    case Tag::area: case Tag::base: case Tag::basefont: case Tag::bgsound: case Tag::br:
-    case Tag::col: case Tag::embed: case Tag::frame: case Tag::hr: case Tag::img:
-    case Tag::input: case Tag::keygen: case Tag::link: case Tag::meta: case Tag::param:
-    case Tag::source: case Tag::track: case Tag::wbr:
-        return true;
-    default:
-        return false;
-    }
 }
 
 bool hasASCIIUpper(std::string_view s) {

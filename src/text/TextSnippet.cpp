@@ -6,6 +6,7 @@
 #include <zv/text/InlineStyle.h>
 
 #include "CaseMapping.h"
+#include "../foundation/CharacterBreaks.h"
 
 #include <unicode/brkiter.h>
 #include <unicode/utext.h>
@@ -84,18 +85,6 @@ size_t utf16Length(std::string_view utf8) {
         if (byte >= 0xF0) ++units;           // …and a second for those outside the BMP
     }
     return units;
-}
-
-// Making one costs more than stepping through a whole preview, so each
-// thread keeps its own.
-icu::BreakIterator* characterBreakIterator() {
-    thread_local std::unique_ptr<icu::BreakIterator> iterator = [] {
-        UErrorCode status = U_ZERO_ERROR;
-        std::unique_ptr<icu::BreakIterator> made(
-            icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
-        return U_SUCCESS(status) ? std::move(made) : nullptr;
-    }();
-    return iterator.get();
 }
 
 enum class TextTransform { None, Uppercase, Lowercase, Capitalize };

@@ -13,6 +13,10 @@ std::string serializeChildren(const HTMLNode& node);
 // The node itself and its children.
 std::string serializeNode(const HTMLNode& node);
 
+// Whether the element is written without children and end tag (the HTML
+// standard's "serializes as void").
+bool serializesAsVoid(const HTMLElement& element);
+
 // Escaping as the serializer does it: "&", U+00A0, "<", ">" in text;
 // "&", U+00A0, '"' in attribute values (and, since 2025, "<", ">" too).
 void appendEscapedText(std::string& out, std::string_view text);
