@@ -24,7 +24,7 @@ std::atomic<uint64_t> lastIdentifier{0};
 GObjectRef<WebKitWebView> makeWebView(const ZVWebViewConfiguration& configuration,
                                       WebKitUserContentManager* manager) {
     std::vector<const char*> names{"user-content-manager"};
-    std::vector<GValue> values(4, G_VALUE_INIT);
+    std::vector<GValue> values(5, G_VALUE_INIT);
     g_value_init(&values[0], WEBKIT_TYPE_USER_CONTENT_MANAGER);
     g_value_set_object(&values[0], manager);
     auto add = [&](const char* name, GType type, gpointer object) {
@@ -35,8 +35,12 @@ GObjectRef<WebKitWebView> makeWebView(const ZVWebViewConfiguration& configuratio
         names.push_back(name);
     };
     add("settings", WEBKIT_TYPE_SETTINGS, configuration.settings.get());
-    add("web-context", WEBKIT_TYPE_WEB_CONTEXT, configuration.webContext.get());
-    add("network-session", WEBKIT_TYPE_NETWORK_SESSION, configuration.networkSession.get());
+    if (configuration.relatedView) {
+        add("related-view", WEBKIT_TYPE_WEB_VIEW, configuration.relatedView.get());
+    } else {
+        add("web-context", WEBKIT_TYPE_WEB_CONTEXT, configuration.webContext.get());
+        add("network-session", WEBKIT_TYPE_NETWORK_SESSION, configuration.networkSession.get());
+    }
     GObject* view = g_object_new_with_properties(WEBKIT_TYPE_WEB_VIEW, static_cast<guint>(names.size()),
                                                  names.data(), values.data());
     for (size_t i = 0; i < names.size(); ++i) g_value_unset(&values[i]);

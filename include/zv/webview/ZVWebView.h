@@ -69,11 +69,18 @@ inline constexpr char kZVKeyDownEventMessage[] = "_ZVKeyDownEvent";
 // What a new view is built with; empty members get WebKit's defaults. The
 // user content manager must not be shared with another ZVWebView: both
 // would receive each other's messages.
+//
+// relatedView makes the new view share that view's web process (WebKit's
+// "related-view"): every message of a conversation in one process instead of
+// about 200 MiB each. The new view then takes the related view's web context
+// and network session, so those two members are ignored; it still keeps its
+// own user content manager, scripts and message handlers.
 struct ZVWebViewConfiguration {
     GObjectRef<WebKitUserContentManager> userContentManager;
     GObjectRef<WebKitSettings> settings;
     GObjectRef<WebKitWebContext> webContext;
     GObjectRef<WebKitNetworkSession> networkSession;
+    GObjectRef<WebKitWebView> relatedView;
 };
 
 class ZVWebViewScriptHandler;
