@@ -125,6 +125,28 @@ TEST(HTMLTokenizer, TokensStraddlingAChunkEndComeOutWhole) {
     }
 }
 
+// A source handing out `size`-byte pieces of `text`, as a reader would.
+HTMLTextSource piecesOf(const std::string& text, size_t size) {
+    return [&text, size, at = size_t(0)]() mutable {
+        std::string_view piece = std::string_view(text).substr(std::min(at, text.size()), size);
+        at += size;
+        return piece;
+    };
+}
+
+TEST(HTMLTokenizer, TextFromASourceGivesTheTokensOfTheWholeText) {
+    // Every piece size cuts each CR LF pair, tag and reference somewhere.
+    const std::string html = "a\r\nb\r\r\n<P CLASS='x\ry'>&amp;&notin;c\r</p>\r<!--m-->&copy\n";
+    const Tokens whole = tokens(html);
+    for (size_t size = 1; size <= html.size(); ++size) {
+        HTMLTokenizer tokenizer(piecesOf(html, size));
+        EXPECT_EQ(tokens(tokenizer), whole) << "pieces of " << size;
+    }
+    const std::string nothing;
+    HTMLTokenizer empty(piecesOf(nothing, 4));
+    EXPECT_EQ(tokens(empty), Tokens{"EOF"});
+}
+
 TEST(HTMLTokenizer, InvalidInputThatOutgrowsTheBufferStaysIntact) {
     // Each invalid byte becomes three, so the prepared text is longer than the source.
     std::string source = "<p>" + std::string(3 * kChunk, '\xFF') + "</p>";
