@@ -306,6 +306,19 @@ TEST(HTMLEntities, DecodesAsTextContentDoes) {
     EXPECT_EQ(stringByDecodingHTMLEntities(stringByDecodingHTMLEntities("&amp;lt;")), "<");
 }
 
+TEST(HTMLEntities, DecodesAsAnAttributeValueDoes) {
+    struct Case {
+        const char* input;
+        const char* decoded;
+    } cases[] = {
+        {"?a=1&param=2&copy=4", "?a=1&param=2&copy=4"},  // legacy names before "=" or alphanumerics stay
+        {"&copy2024 &notit", "&copy2024 &notit"},
+        {"&copy 2024 &copy;x &not;it", "\xC2\xA9 2024 \xC2\xA9x \xC2\xACit"},
+        {"&amp;lt; &lt&gt; &#65;1", "&lt; <> A1"},  // numeric references and other ends decode
+    };
+    for (const auto& c : cases) EXPECT_EQ(stringByDecodingHTMLEntitiesInAttribute(c.input), c.decoded) << c.input;
+}
+
 TEST(HTMLEntities, EncodesTheCharactersSpecialInHTML) {
     EXPECT_EQ(stringByEncodingHTMLEntities("<a href=\"x\">Tom & Jerry's</a>"),
               "&lt;a href=&quot;x&quot;&gt;Tom &amp; Jerry&#39;s&lt;/a&gt;");
