@@ -42,16 +42,19 @@ std::string mailOfSize(size_t size) {
     return html;
 }
 
+// The extraction stops at the limit, and reading and decoding stop with it.
 TEST(TextSnippetStream, ReadsNoMoreOfALargerInput) {
-    CountingReader small{mailOfSize(1 << 20)}, large{mailOfSize(4 << 20)};
-    for (CountingReader* input : {&small, &large}) {
-        std::error_code error;
-        EXPECT_EQ(textSnippetForStream(input->reader(), {}, "UTF-8", 200, 0, &error),
-                  textSnippetForHTML(input->bytes, 200, 0));
-        EXPECT_FALSE(error);
+    for (unsigned options : {0u, unsigned(ZVTextSnippetKeepWholeWords)}) {
+        CountingReader small{mailOfSize(1 << 20)}, large{mailOfSize(4 << 20)};
+        for (CountingReader* input : {&small, &large}) {
+            std::error_code error;
+            EXPECT_EQ(textSnippetForStream(input->reader(), {}, "UTF-8", 200, options, &error),
+                      textSnippetForHTML(input->bytes, 200, options));
+            EXPECT_FALSE(error);
+        }
+        EXPECT_EQ(large.given, small.given);
+        EXPECT_LT(small.given * 16, small.bytes.size());
     }
-    EXPECT_EQ(large.given, small.given);
-    EXPECT_LT(small.given * 16, small.bytes.size());
 }
 
 TEST(TextSnippetStream, PiecesOfAnySizeGiveTheSnippetOfTheWholeText) {

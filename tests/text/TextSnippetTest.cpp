@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include <cstring>
 #include <thread>
 #include <vector>
 
@@ -179,28 +175,6 @@ TEST(TextSnippet, InstanceAndErrorFormsAgreeAndNeverReportAnError) {
     EXPECT_EQ(extractTextFromHTML(html, 0, 0, &error), "Hello there");
     EXPECT_FALSE(error);
     EXPECT_EQ(extractTextFromHTML(html, 0, 0, nullptr), "Hello there");
-}
-
-// The text after the first megabyte sits on pages that fault when read: a
-// snippet from the start must be made without the tokenizer reaching them.
-TEST(TextSnippet, StopsTokenizingOnceTheLimitIsPassed) {
-    const size_t page = size_t(::sysconf(_SC_PAGESIZE));
-    const size_t readable = 1 << 20;
-    void* memory = ::mmap(nullptr, 2 * readable, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(memory, MAP_FAILED);
-    char* bytes = static_cast<char*>(memory);
-    const std::string start = "<html><body><p style='color:red'>The start of a long message</p>";
-    const std::string filler = "<p>More text</p>\n";
-    for (size_t at = start.size(); at + filler.size() <= readable; at += filler.size())
-        std::memcpy(bytes + at, filler.data(), filler.size());
-    std::memcpy(bytes, start.data(), start.size());
-    ASSERT_EQ(::mprotect(bytes + readable, readable, PROT_NONE), 0);
-    ASSERT_EQ(readable % page, 0u);
-
-    std::string_view html(bytes, 2 * readable);
-    EXPECT_EQ(textSnippetForHTML(html, 20, 0), "The start of a long m");
-    EXPECT_EQ(textSnippetForHTML(html, 9, kWholeWords), "The start of");
-    ::munmap(memory, 2 * readable);
 }
 
 TEST(TextSnippet, ThreadsGetTheSameSnippets) {
