@@ -75,14 +75,13 @@ std::optional<html::HTMLTokenizerState> textStateAfter(Tag tag) {
 // Start tags that end foreign content in the tree builder: what follows
 // them is HTML again, even inside an open <svg> or <math>.
 const TagSet& foreignContentBreakers() {
-    static const TagSet set =
-        tagSet({Tag::b,      Tag::big,    Tag::blockquote, Tag::body, Tag::br,     Tag::center, Tag::code,
-                Tag::dd,     Tag::div,    Tag::dl,         Tag::dt,   Tag::em,     Tag::embed,  Tag::h1,
-                Tag::h2,     Tag::h3,     Tag::h4,         Tag::h5,   Tag::h6,     Tag::head,   Tag::hr,
-                Tag::i,      Tag::img,    Tag::li,         Tag::listing, Tag::menu, Tag::meta,  Tag::nobr,
-                Tag::ol,     Tag::p,      Tag::pre,        Tag::ruby, Tag::s,      Tag::small,  Tag::span,
-                Tag::strong, Tag::strike, Tag::sub,        Tag::sup,  Tag::table,  Tag::tt,     Tag::u,
-                Tag::ul,     Tag::var});
+    static const TagSet set = tagSet({
+        Tag::b, Tag::big, Tag::blockquote, Tag::body, Tag::br, Tag::center, Tag::code, Tag::dd, Tag::div,
+        Tag::dl, Tag::dt, Tag::em, Tag::embed, Tag::h1, Tag::h2, Tag::h3, Tag::h4, Tag::h5, Tag::h6,
+        Tag::head, Tag::hr, Tag::i, Tag::img, Tag::li, Tag::listing, Tag::menu, Tag::meta, Tag::nobr, Tag::ol,
+        Tag::p, Tag::pre, Tag::ruby, Tag::s, Tag::small, Tag::span, Tag::strong, Tag::strike, Tag::sub,
+        Tag::sup, Tag::table, Tag::tt, Tag::u, Tag::ul, Tag::var,
+    });
     return set;
 }
 
