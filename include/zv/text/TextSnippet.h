@@ -32,7 +32,9 @@
 //   data, RAWTEXT, RCDATA or PLAINTEXT as the tree builder would switch it
 //   (not inside <svg> or <math>, where they are foreign elements), so
 //   "<script>if (a<b) f()</script>" opens no tag. Which text is collected
-//   is still decided by the rules above alone.
+//   is still decided by the rules above alone: the raw text of iframe,
+//   noembed and noframes, which browsers do not show, is collected as any
+//   other, markup-like characters and all.
 // - A NUL character in markup is dropped (replaced by U+FFFD inside <svg> or
 //   <math>), as the tree builder does.
 //
