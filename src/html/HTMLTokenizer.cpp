@@ -242,6 +242,9 @@ struct HTMLTokenizer::Impl {
     explicit Impl(std::string_view html) : input(html) {
         nullCharacter.characters = std::string_view(kNullCharacter, 1);
     }
+    explicit Impl(HTMLTextSource source) : input(std::move(source)) {
+        nullCharacter.characters = std::string_view(kNullCharacter, 1);
+    }
 
     const HTMLToken* nextToken();
     void run();
@@ -1616,6 +1619,8 @@ void HTMLTokenizer::Impl::run() {
 }
 
 HTMLTokenizer::HTMLTokenizer(std::string_view html) : impl_(std::make_unique<Impl>(html)) {}
+
+HTMLTokenizer::HTMLTokenizer(HTMLTextSource source) : impl_(std::make_unique<Impl>(std::move(source))) {}
 
 HTMLTokenizer::~HTMLTokenizer() = default;
 

@@ -1,5 +1,6 @@
 // Encoding labels, sniffing and decoding, through the public interface.
 #include <zv/html/HTMLEncoding.h>
+#include <zv/html/HTMLStreamDecoder.h>
 
 #include <gtest/gtest.h>
 
@@ -194,13 +195,14 @@ TEST(HTMLEncodingPrescan, StopsAtTheWindowAndAtTheEnd) {
     EXPECT_EQ(prescanForEncoding("<meta charset=koi8-r"), std::nullopt);
 }
 
-TEST(HTMLEncodingDecoding, DecodesKnownTextInEachFamily) {
-    struct Case {
-        const char* encoding;
-        std::string bytes;
-        std::string text;
-    };
-    const Case cases[] = {
+struct KnownText {
+    const char* encoding;
+    std::string bytes;
+    std::string text;
+};
+
+const std::vector<KnownText>& knownTexts() {
+    static const std::vector<KnownText> cases = {
         {"windows-1251", "\xCF\xF0\xE8\xE2\xE5\xF2", "Привет"},
         {"koi8-r", "\xF0\xD2\xC9\xD7\xC5\xD4", "Привет"},
         {"koi8-u", "\xAE\xBE", "ўЎ"},
@@ -221,8 +223,33 @@ TEST(HTMLEncodingDecoding, DecodesKnownTextInEachFamily) {
         {"utf-16le", std::string("h\0\xE9\0\xAC\x20\x34\xD8\x1E\xDD", 10), "hé€𝄞"},
         {"utf-8", "h\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E", "hé€𝄞"},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(decodeToUTF8(c.bytes, c.encoding), c.text) << c.encoding;
+    return cases;
+}
+
+TEST(HTMLEncodingDecoding, DecodesKnownTextInEachFamily) {
+    for (const KnownText& c : knownTexts()) EXPECT_EQ(decodeToUTF8(c.bytes, c.encoding), c.text) << c.encoding;
+}
+
+std::string decodeInPieces(const std::string& bytes, const char* encoding, size_t size) {
+    HTMLStreamDecoder decoder(encoding);
+    std::string text;
+    for (size_t at = 0; at < bytes.size(); at += size) text += decoder.decode(std::string_view(bytes).substr(at, size));
+    return text + decoder.finish();
+}
+
+TEST(HTMLEncodingDecoding, AStreamDecodedInPiecesGivesTheWholeText) {
+    std::vector<KnownText> cases = knownTexts();
+    // Malformed input decodes in pieces as it does whole.
+    for (auto [encoding, bytes] : {std::pair<const char*, std::string>{"utf-8", "a\xE2\x82 \xF0\x9F\x98\xE2\x82\xAC\xC3"},
+                                   {"shift_jis", "\x82 \x82\xB1\x82"},
+                                   {"big5", "a\xA4\xA4\xA4"},
+                                   {"utf-16le", std::string("\x34\xD8" "a\0\x34\xD8\x1E", 7)}})
+        cases.push_back({encoding, bytes, decodeToUTF8(bytes, encoding)});
+    for (const KnownText& c : cases)
+        for (size_t size = 1; size <= 5; ++size)
+            EXPECT_EQ(decodeInPieces(c.bytes + " <p>" + c.bytes, c.encoding, size),
+                      decodeToUTF8(c.bytes + " <p>" + c.bytes, c.encoding))
+                << c.encoding << " in pieces of " << size;
 }
 
 TEST(HTMLEncodingDecoding, ASCIIStaysASCIIInCompatibleEncodings) {

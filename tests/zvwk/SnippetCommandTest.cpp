@@ -100,10 +100,13 @@ const char* kLatinMessage =
 
 TEST_F(SnippetCommand, MessagesGiveTheirHtmlPartDecodedFromItsCharset) {
     // The part's charset wins over the <meta> inside it, as a transport layer's would.
-    fs::path message = write("menu.eml", kLatinMessage);
-    Outcome run = zvwk("snippet --skip-head " + quoted(message));
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.out, "Caf\xC3\xA9 cr\xC3\xA8me br\xC3\xBBl\xC3\xA9" "e tonight\n");
+    // Blank lines before the headers, as some stored messages have, are skipped.
+    for (std::string prefix : {"", "\r\n \n\t\r\n"}) {
+        fs::path message = write("menu.eml", prefix + kLatinMessage);
+        Outcome run = zvwk("snippet --skip-head " + quoted(message));
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(run.out, "Caf\xC3\xA9 cr\xC3\xA8me br\xC3\xBBl\xC3\xA9" "e tonight\n");
+    }
 }
 
 TEST_F(SnippetCommand, AttachmentsAreNotTheBody) {

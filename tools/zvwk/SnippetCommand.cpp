@@ -3,6 +3,7 @@
 #include "MailInput.h"
 
 #include <zv/text/TextSnippet.h>
+#include <zv/text/TextSnippetStream.h>
 
 #include <nlohmann/json.hpp>
 
@@ -82,10 +83,18 @@ struct Outcome {
     std::string error;  // the whole report when the input could not be read
 };
 
+// Inputs are read only as far as the extractor goes: a preview of a huge
+// file costs what its first visible text costs.
 Outcome snippetOf(const std::string& path, const SnippetRequest& request) {
     Outcome outcome;
-    std::optional<std::string> html = readMailHTML(path, outcome.error);
-    if (html) outcome.snippet = zv::textSnippetForHTML(*html, request.maxLength, request.options);
+    std::error_code error;
+    if (path != "-" && !isMessagePath(path)) {
+        outcome.snippet = zv::textSnippetForFile(path, request.maxLength, request.options, &error);
+    } else if (std::optional<MailHTMLStream> stream = openMailHTMLStream(path, outcome.error)) {
+        outcome.snippet = zv::textSnippetForStream(stream->read, stream->transportEncoding, stream->defaultEncoding,
+                                                   request.maxLength, request.options, &error);
+    }
+    if (error) outcome.error = "zvwk: " + path + ": " + error.message();
     return outcome;
 }
 
