@@ -79,22 +79,35 @@ std::string_view withoutLeadingBlankLines(std::string_view bytes) {
     return bytes.substr(start);
 }
 
+struct ParserOptionsRelease {
+    void operator()(GMimeParserOptions* options) const { g_mime_parser_options_free(options); }
+};
+
+// GMime stops descending past its nesting limit and drops what lies deeper,
+// so a part may exist that the parsed tree no longer holds.
+void noteNestingOverflow(gint64, GMimeParserWarning warning, const gchar*, gpointer overflowed) {
+    if (warning == GMIME_CRIT_NESTING_OVERFLOW) *static_cast<bool*>(overflowed) = true;
+}
+
 std::optional<std::string> messageHTML(std::string_view bytes, std::string& reason) {
     static std::once_flag initialised;
     std::call_once(initialised, [] { g_mime_init(); });
 
+    bool nestingOverflowed = false;
+    std::unique_ptr<GMimeParserOptions, ParserOptionsRelease> options(g_mime_parser_options_new());
+    g_mime_parser_options_set_warning_callback(options.get(), noteNestingOverflow, &nestingOverflowed);
     bytes = withoutLeadingBlankLines(bytes);
     GObjectHandle<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(bytes.data(), bytes.size()));
     GObjectHandle<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
-    GObjectHandle<GMimeMessage> message(g_mime_parser_construct_message(parser.get(), nullptr));
+    GObjectHandle<GMimeMessage> message(g_mime_parser_construct_message(parser.get(), options.get()));
     GMimeObject* body = message ? g_mime_message_get_mime_part(message.get()) : nullptr;
     if (!body) {
-        reason = "not a mail message";
+        reason = nestingOverflowed ? "MIME parts nested too deep to read" : "not a mail message";
         return std::nullopt;
     }
     GMimePart* part = firstHTMLPart(body);
     if (!part) {
-        reason = "no text/html part";
+        reason = nestingOverflowed ? "MIME parts nested too deep to find the text/html part" : "no text/html part";
         return std::nullopt;
     }
     std::optional<std::string> content = partContent(part);
