@@ -53,15 +53,6 @@ TEST_F(InlineCSSCommand, PurgeScopesAndExclusions) {
               "<p style=\"color: blue color: red;x: 1;\">text</p></body></html>\n");
 }
 
-TEST_F(InlineCSSCommand, AnExclusionThatDoesNotCompileIsReportedOnceAndSkipped) {
-    Outcome run = zvwk("inline-css --exclude '(' --exclude '^p' -", kMessage);
-    EXPECT_EQ(run.status, 0);
-    EXPECT_NE(run.out.find("<h1 style=\" margin: 0;\">"), std::string::npos) << run.out;
-    EXPECT_NE(run.out.find("<p style=\"color: blue\">"), std::string::npos) << run.out;
-    EXPECT_EQ(run.out.find("Ignoring exclusion: ( "), 0u) << run.out;
-    EXPECT_TRUE(run.err.empty()) << run.err;
-}
-
 TEST_F(InlineCSSCommand, MessagesFoldersAndJson) {
     fs::create_directories(dir_ / "mail");
     write("mail/a.eml",
@@ -80,20 +71,6 @@ TEST_F(InlineCSSCommand, MessagesFoldersAndJson) {
     EXPECT_EQ(objects[0]["html"].get<std::string>(),
               "<html><head></head><body><b style=\" x: 1;\">caf\xC3\xA9</b>\n</body></html>");
     EXPECT_EQ(objects[1]["html"].get<std::string>(), "<html><head></head><body><i style=\" y:2\">c</i></body></html>");
-}
-
-TEST_F(InlineCSSCommand, UsageErrors) {
-    EXPECT_EQ(zvwk("inline-css").status, 2);
-    EXPECT_EQ(zvwk("inline-css --exclude").status, 2);
-    EXPECT_EQ(zvwk("inline-css --scope").status, 2);
-    EXPECT_EQ(zvwk("inline-css --purged -").status, 2);
-    EXPECT_EQ(zvwk("purge-css").status, 2);
-    Outcome missing = zvwk("purge-css --filter");
-    EXPECT_EQ(missing.status, 2);
-    EXPECT_EQ(missing.err, "zvwk: purge-css: --filter needs a scope\n");
-    Outcome unreadable = zvwk("purge-css /nonexistent/x.html");
-    EXPECT_EQ(unreadable.status, 1);
-    EXPECT_EQ(unreadable.err, "zvwk: /nonexistent/x.html: No such file or directory\n");
 }
 
 }  // namespace

@@ -126,14 +126,4 @@ TEST_F(SnippetCommand, BadInputsAreReportedAndTheRestStillRun) {
                            ": No such file or directory\n");
 }
 
-TEST_F(SnippetCommand, UsageErrors) {
-    for (const char* args : {"snippet", "snippet --max", "snippet --max ten -", "snippet --jobs 0 -", "snippet --bogus -"}) {
-        SCOPED_TRACE(args);
-        Outcome run = zvwk(args);
-        EXPECT_EQ(run.status, 2);
-        EXPECT_EQ(run.out, "");
-        EXPECT_TRUE(run.err.starts_with("zvwk: snippet: ")) << run.err;
-    }
-}
-
 }  // namespace

@@ -41,11 +41,12 @@ protected:
         return path;
     }
 
-    // "zvwk ARGS" (ARGS already shell-quoted), with `input` on standard input.
-    Outcome zvwk(const std::string& args, const std::string& input = "") {
+    // "zvwk ARGS" (ARGS already shell-quoted), with `input` on standard input,
+    // or with standard input closed.
+    Outcome zvwk(const std::string& args, const std::string& input = "", bool closedInput = false) {
         fs::path in = write("stdin", input);
-        std::string command = "'" + zvwk_ + "' " + args + " <'" + in.string() + "' >'" +
-                              (dir_ / "out").string() + "' 2>'" + (dir_ / "err").string() + "'";
+        std::string command = "'" + zvwk_ + "' " + args + (closedInput ? " <&-" : " <'" + in.string() + "'") +
+                              " >'" + (dir_ / "out").string() + "' 2>'" + (dir_ / "err").string() + "'";
         Outcome run;
         int raw = std::system(command.c_str());
         run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
