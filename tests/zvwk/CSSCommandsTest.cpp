@@ -1,8 +1,6 @@
 // zvwk purge-css and zvwk inline-css as a user runs them.
 #include "ZvwkRunner.h"
 
-#include <nlohmann/json.hpp>
-
 namespace {
 
 using namespace zvwk_test;
@@ -63,9 +61,7 @@ TEST_F(InlineCSSCommand, MessagesFoldersAndJson) {
     Outcome run = zvwk("inline-css --purge --json '" + (dir_ / "mail").string() + "'");
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.err, "zvwk: " + (dir_ / "mail" / "b.eml").string() + ": no text/html part\n");
-    std::istringstream lines(run.out);
-    std::vector<nlohmann::json> objects;
-    for (std::string line; std::getline(lines, line);) objects.push_back(nlohmann::json::parse(line));
+    std::vector<nlohmann::json> objects = jsonLines(run.out);
     ASSERT_EQ(objects.size(), 2u);
     EXPECT_EQ(objects[0]["file"], (dir_ / "mail" / "a.eml").string());
     EXPECT_EQ(objects[0]["html"].get<std::string>(),

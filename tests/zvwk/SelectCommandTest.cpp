@@ -1,8 +1,6 @@
 // zvwk select as a user runs it.
 #include "ZvwkRunner.h"
 
-#include <nlohmann/json.hpp>
-
 namespace {
 
 using namespace zvwk_test;

@@ -1,8 +1,6 @@
 // zvwk snippet as a user runs it.
 #include "ZvwkRunner.h"
 
-#include <nlohmann/json.hpp>
-
 namespace {
 
 using namespace zvwk_test;
@@ -34,10 +32,7 @@ TEST_F(SnippetCommand, JsonGivesOneObjectPerInputWithNullForNone) {
     fs::path empty = write("b.html", "<style>p {}</style>");
     Outcome run = zvwk("snippet --json " + quoted(text) + " " + quoted(empty));
     EXPECT_EQ(run.status, 0) << run.err;
-    std::istringstream lines(run.out);
-    std::string line;
-    std::vector<nlohmann::json> objects;
-    while (std::getline(lines, line)) objects.push_back(nlohmann::json::parse(line));
+    std::vector<nlohmann::json> objects = jsonLines(run.out);
     ASSERT_EQ(objects.size(), 2u);
     EXPECT_EQ(objects[0], (nlohmann::json{{"file", text.string()}, {"snippet", "first"}}));
     EXPECT_EQ(objects[1]["file"], empty.string());

@@ -1,8 +1,6 @@
 // zvwk text and zvwk color as a user runs them.
 #include "ZvwkRunner.h"
 
-#include <nlohmann/json.hpp>
-
 namespace {
 
 using namespace zvwk_test;
@@ -38,10 +36,7 @@ TEST_F(TextCommand, JsonGivesOneObjectPerInputAndGoesOnPastUnreadableOnes) {
     Outcome run = zvwk("text --json '" + first.string() + "' /nonexistent/x.html '" + latin.string() + "'");
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.err, "zvwk: /nonexistent/x.html: No such file or directory\n");
-    std::istringstream lines(run.out);
-    std::string line;
-    std::vector<nlohmann::json> objects;
-    while (std::getline(lines, line)) objects.push_back(nlohmann::json::parse(line));
+    std::vector<nlohmann::json> objects = jsonLines(run.out);
     ASSERT_EQ(objects.size(), 2u);
     EXPECT_EQ(objects[0]["file"], first.string());
     EXPECT_EQ(objects[0]["text"], "Yes!\nOn Monday Ann wrote:\n\n---->Lunch?");
@@ -64,18 +59,6 @@ TEST_F(TextCommand, MessagesGiveTheTextOfTheirHtmlPart) {
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.out, "caf\xC3\xA9\n>q\n");
     EXPECT_EQ(run.err, "zvwk: " + plain.string() + ": no text/html part\n");
-}
-
-TEST_F(TextCommand, FoldersAreWalkedInSortedOrderWithoutHiddenFiles) {
-    fs::create_directories(dir_ / "mails" / "sub");
-    fs::create_directories(dir_ / "mails" / ".cache");
-    write("mails/sub/b.html", "<p>second</p>");
-    write("mails/a.html", "<p>first</p>");
-    write("mails/.hidden.html", "<p>hidden</p>");
-    write("mails/.cache/c.html", "<p>cached</p>");
-    Outcome run = zvwk("text '" + (dir_ / "mails").string() + "'");
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.out, "first\nsecond\n");
 }
 
 TEST_F(ColorCommand, PrintsComponentsAsBytes) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,6 +13,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace zvwk_test {
 
@@ -60,6 +62,14 @@ protected:
         std::ostringstream s;
         s << in.rdbuf();
         return s.str();
+    }
+
+    // Each line of `out` as JSON; a line that does not parse is a discarded value.
+    static std::vector<nlohmann::json> jsonLines(const std::string& out) {
+        std::vector<nlohmann::json> objects;
+        std::istringstream lines(out);
+        for (std::string line; std::getline(lines, line);) objects.push_back(nlohmann::json::parse(line, nullptr, false));
+        return objects;
     }
 
     std::string zvwk_;

@@ -1,8 +1,7 @@
-// What zvwk makes of hostile or broken input: a clear report and a usage or
-// failure status, never a crash, never a report mixed into the output.
+// How zvwk takes its inputs and arguments, hostile or broken ones above all: a
+// clear report and a usage or failure status, never a crash, never a report
+// mixed into the output.
 #include "ZvwkRunner.h"
-
-#include <nlohmann/json.hpp>
 
 #include <sys/resource.h>
 
@@ -10,7 +9,7 @@ namespace {
 
 using namespace zvwk_test;
 
-using ZvwkBadInput = ZvwkTest;
+using ZvwkInputs = ZvwkTest;
 
 // A message whose only text/html part lies `depth` multiparts down.
 std::string deeplyNestedMessage(int depth) {
@@ -22,7 +21,7 @@ std::string deeplyNestedMessage(int depth) {
     return message;
 }
 
-TEST_F(ZvwkBadInput, IsReportedOnStandardErrorWithTheRightStatus) {
+TEST_F(ZvwkInputs, IsReportedOnStandardErrorWithTheRightStatus) {
     const std::string dir = "'" + dir_.string() + "'";
     write("deep.eml", deeplyNestedMessage(10000));
     write("shallow.eml", deeplyNestedMessage(3));
@@ -61,7 +60,7 @@ TEST_F(ZvwkBadInput, IsReportedOnStandardErrorWithTheRightStatus) {
     EXPECT_EQ(zvwk("snippet " + dir + "/shallow.eml").out, "deep\n");
 }
 
-TEST_F(ZvwkBadInput, UsageErrorsSayWhichCommandAndPrintNothing) {
+TEST_F(ZvwkInputs, UsageErrorsSayWhichCommandAndPrintNothing) {
     for (const char* args :
          {"", "no-such-command", "parse --bogus -", "tokenize", "tokenize --frobnicate -", "tokenize --state nowhere -",
           "select", "select p", "select --bogus p -", "text", "text --frag -", "color", "color red blue", "snippet",
@@ -76,7 +75,7 @@ TEST_F(ZvwkBadInput, UsageErrorsSayWhichCommandAndPrintNothing) {
     }
 }
 
-TEST_F(ZvwkBadInput, AHugeArgumentIsCutInTheReport) {
+TEST_F(ZvwkInputs, AHugeArgumentIsCutInTheReport) {
     std::string name(100000, '\x01');
     fs::path file = write("name", name);
     Outcome run = zvwk("color \"$(cat '" + file.string() + "')\"");
@@ -86,23 +85,21 @@ TEST_F(ZvwkBadInput, AHugeArgumentIsCutInTheReport) {
     EXPECT_EQ(run.err.find('\x01'), std::string::npos);
 }
 
-TEST_F(ZvwkBadInput, ABadExclusionLeavesTheJsonLinesParseable) {
+TEST_F(ZvwkInputs, ABadExclusionLeavesTheJsonLinesParseable) {
     const std::string doc = "'" + write("doc.html", "<style>p { x: 1 } b { y: 2 }</style><p>a</p><b>b</b>").string() + "'";
     Outcome run = zvwk("inline-css --json --exclude '(' --exclude '^p' " + doc + " " + doc);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "zvwk: inline-css: ignoring exclusion \"(\": U_REGEX_MISMATCHED_PAREN at offset 1\n");
-    std::istringstream lines(run.out);
-    int documents = 0;
-    for (std::string line; std::getline(lines, line); ++documents) {
-        nlohmann::json object = nlohmann::json::parse(line, nullptr, false);
-        ASSERT_FALSE(object.is_discarded()) << line;
+    std::vector<nlohmann::json> documents = jsonLines(run.out);
+    ASSERT_EQ(documents.size(), 2u) << run.out;
+    for (const nlohmann::json& document : documents) {
+        ASSERT_FALSE(document.is_discarded()) << run.out;
         // The good exclusion still applies; the bad one drops nothing.
-        EXPECT_NE(object["html"].get<std::string>().find("<p>a</p><b style=\" y: 2\">"), std::string::npos) << line;
+        EXPECT_NE(document["html"].get<std::string>().find("<p>a</p><b style=\" y: 2\">"), std::string::npos);
     }
-    EXPECT_EQ(documents, 2);
 }
 
-TEST_F(ZvwkBadInput, AVeryDeepTreeIsDumpedWithoutHoldingTheDumpInMemory) {
+TEST_F(ZvwkInputs, AVeryDeepTreeIsDumpedWithoutHoldingTheDumpInMemory) {
     // 20,000 levels make a dump of 400 MB (two spaces a level, a line a level);
     // piped away, the tool must stay far below that.
     constexpr int kDepth = 20000;
@@ -118,22 +115,29 @@ TEST_F(ZvwkBadInput, AVeryDeepTreeIsDumpedWithoutHoldingTheDumpInMemory) {
     EXPECT_LT(usage.ru_maxrss * 1024L, dumped / 3) << "peak resident KB: " << usage.ru_maxrss;
 }
 
-TEST_F(ZvwkBadInput, FoldersAreWalkedByTheCommandsThatTakeMany) {
-    fs::create_directories(dir_ / "docs");
+TEST_F(ZvwkInputs, FoldersAreWalkedInSortedOrderWithoutHiddenFiles) {
+    fs::create_directories(dir_ / "docs" / "sub");
+    fs::create_directories(dir_ / "docs" / ".cache");
+    write("docs/sub/b.html", "<p id=2>two");
     write("docs/a.html", "<p id=1>one");
-    write("docs/b.html", "<p id=2>two");
-    const std::string docs = "'" + (dir_ / "docs").string() + "'";
-    Outcome select = zvwk("select p " + docs);
-    EXPECT_EQ(select.status, 0) << select.err;
-    EXPECT_EQ(select.out, "<p id=\"1\">one</p>\n<p id=\"2\">two</p>\n");
-    Outcome serialize = zvwk("serialize " + docs);
-    EXPECT_EQ(serialize.status, 0) << serialize.err;
-    EXPECT_EQ(serialize.out,
-              "<html><head></head><body><p id=\"1\">one</p></body></html>\n"
-              "<html><head></head><body><p id=\"2\">two</p></body></html>\n");
+    write("docs/.hidden.html", "<p>hidden");
+    write("docs/.cache/c.html", "<p>cached");
+    const std::pair<std::string, std::string> cases[] = {
+        {"text", "one\ntwo\n"},
+        {"select p", "<p id=\"1\">one</p>\n<p id=\"2\">two</p>\n"},
+        {"serialize",
+         "<html><head></head><body><p id=\"1\">one</p></body></html>\n"
+         "<html><head></head><body><p id=\"2\">two</p></body></html>\n"},
+    };
+    for (const auto& [command, expected] : cases) {
+        SCOPED_TRACE(command);
+        Outcome run = zvwk(command + " '" + (dir_ / "docs").string() + "'");
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(run.out, expected);
+    }
 }
 
-TEST_F(ZvwkBadInput, EveryCommandAnswersHelpAndTheToolItsVersion) {
+TEST_F(ZvwkInputs, EveryCommandAnswersHelpAndTheToolItsVersion) {
     for (const char* command :
          {"parse", "tokenize", "serialize", "select", "text", "color", "snippet", "purge-css", "inline-css"}) {
         SCOPED_TRACE(command);
