@@ -115,6 +115,18 @@ TEST_F(ZvwkInputs, AVeryDeepTreeIsDumpedWithoutHoldingTheDumpInMemory) {
     EXPECT_LT(usage.ru_maxrss * 1024L, dumped / 3) << "peak resident KB: " << usage.ru_maxrss;
 }
 
+TEST_F(ZvwkInputs, OutputThatCannotBeWrittenIsAFailure) {
+    fs::path input = write("doc.html", "<p>text");
+    const std::string err = (dir_ / "full-err").string();
+    for (const char* command : {"parse", "serialize", "text", "snippet"}) {
+        SCOPED_TRACE(command);
+        std::string line = "'" + zvwk_ + "' " + command + " '" + input.string() + "' >/dev/full 2>'" + err + "'";
+        int raw = std::system(line.c_str());
+        EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 1);
+        EXPECT_EQ(read(err), "zvwk: " + std::string(command) + ": could not write standard output\n");
+    }
+}
+
 TEST_F(ZvwkInputs, FoldersAreWalkedInSortedOrderWithoutHiddenFiles) {
     fs::create_directories(dir_ / "docs" / "sub");
     fs::create_directories(dir_ / "docs" / ".cache");

@@ -65,7 +65,14 @@ int runCommand(const Command& command, const Args& args) {
             std::cout << "usage: zvwk " << command.synopsis << "\n";
             return 0;
         }
-    return command.run(args);
+    int status = command.run(args);
+    // Output that could not be written (a full disk, a closed pipe) is lost
+    // data: say so rather than exit as if it had been written.
+    if (!std::cout.flush()) {
+        std::cerr << "zvwk: " << command.name << ": could not write standard output\n";
+        return 1;
+    }
+    return status;
 }
 
 }  // namespace
