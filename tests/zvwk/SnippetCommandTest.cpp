@@ -56,50 +56,40 @@ TEST_F(SnippetCommand, AFolderGivesFileAndSnippetInPathOrderWhateverTheJobs) {
     }
 }
 
-const char* kLatinMessage =
-    "From: Ana <ana@example.org>\r\n"
-    "To: tom@example.org\r\n"
-    "Subject: Menu\r\n"
-    "MIME-Version: 1.0\r\n"
-    "Content-Type: multipart/mixed; boundary=\"outer\"\r\n"
-    "\r\n"
-    "--outer\r\n"
-    "Content-Type: multipart/alternative; boundary=\"inner\"\r\n"
-    "\r\n"
-    "--inner\r\n"
-    "Content-Type: text/plain; charset=ISO-8859-1\r\n"
-    "\r\n"
-    "plain text\r\n"
-    "--inner\r\n"
-    "Content-Type: text/html; charset=ISO-8859-1\r\n"
-    "Content-Transfer-Encoding: quoted-printable\r\n"
-    "\r\n"
-    "<html><head><meta charset=3Dutf-8><title>Men=FC</title></head>\r\n"
-    "<body><p>Caf=E9 cr=E8me br=FBl=E9e =\r\n"
-    "tonight</p></body></html>\r\n"
-    "--inner--\r\n"
-    "--outer\r\n"
-    "Content-Type: text/html; charset=utf-8\r\n"
-    "Content-Disposition: attachment; filename=\"old.html\"\r\n"
-    "\r\n"
-    "<p>attached page</p>\r\n"
-    "--outer--\r\n";
-
-TEST_F(SnippetCommand, MessagesGiveTheirHtmlPartDecodedFromItsCharset) {
-    // The part's charset wins over the <meta> inside it, as a transport layer's would.
-    fs::path message = write("menu.eml", kLatinMessage);
-    Outcome run = zvwk("snippet --skip-head " + quoted(message));
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.out, "Caf\xC3\xA9 cr\xC3\xA8me br\xC3\xBBl\xC3\xA9" "e tonight\n");
-}
-
-TEST_F(SnippetCommand, AttachmentsAreNotTheBody) {
-    fs::path message = write("attached.EML",
-                             "From: a@example.org\nMIME-Version: 1.0\nContent-Type: multipart/mixed; boundary=b\n\n"
-                             "--b\nContent-Type: text/html\nContent-Disposition: attachment\n\n<p>attachment</p>\n"
-                             "--b\nContent-Type: text/html; charset=us-ascii\nContent-Transfer-Encoding: base64\n\n"
-                             "PHA+Ym9keTwvcD4=\n--b--\n");
-    EXPECT_EQ(zvwk("snippet " + quoted(message)).out, "body\n");
+TEST_F(SnippetCommand, MessagesGiveTheirFirstHtmlPartThatIsNotAnAttachment) {
+    struct Case {
+        const char* name;
+        const char* message;
+        const char* expected;
+    };
+    const Case cases[] = {
+        // Nested multiparts, quoted-printable; the part's charset wins over the
+        // <meta> inside it, as a transport layer's would.
+        {"menu.eml",
+         "From: Ana <ana@example.org>\r\nMIME-Version: 1.0\r\n"
+         "Content-Type: multipart/mixed; boundary=\"outer\"\r\n\r\n"
+         "--outer\r\nContent-Type: multipart/alternative; boundary=\"inner\"\r\n\r\n"
+         "--inner\r\nContent-Type: text/plain; charset=ISO-8859-1\r\n\r\nplain text\r\n"
+         "--inner\r\nContent-Type: text/html; charset=ISO-8859-1\r\nContent-Transfer-Encoding: quoted-printable\r\n\r\n"
+         "<html><head><meta charset=3Dutf-8><title>Men=FC</title></head>\r\n"
+         "<body><p>Caf=E9 cr=E8me br=FBl=E9e =\r\ntonight</p></body></html>\r\n--inner--\r\n"
+         "--outer\r\nContent-Type: text/html; charset=utf-8\r\n"
+         "Content-Disposition: attachment; filename=\"old.html\"\r\n\r\n<p>attached page</p>\r\n--outer--\r\n",
+         "Caf\xC3\xA9 cr\xC3\xA8me br\xC3\xBBl\xC3\xA9" "e tonight\n"},
+        // An attachment first, then the body in base64; the extension in capitals.
+        {"attached.EML",
+         "From: a@example.org\nMIME-Version: 1.0\nContent-Type: multipart/mixed; boundary=b\n\n"
+         "--b\nContent-Type: text/html\nContent-Disposition: attachment\n\n<p>attachment</p>\n"
+         "--b\nContent-Type: text/html; charset=us-ascii\nContent-Transfer-Encoding: base64\n\n"
+         "PHA+Ym9keTwvcD4=\n--b--\n",
+         "body\n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Outcome run = zvwk("snippet --skip-head " + quoted(write(c.name, c.message)));
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(run.out, c.expected);
+    }
 }
 
 TEST_F(SnippetCommand, BadInputsAreReportedAndTheRestStillRun) {
