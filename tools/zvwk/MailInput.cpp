@@ -76,6 +76,16 @@ std::string_view withoutLeadingBlankLines(std::string_view bytes) {
     return bytes.substr(start);
 }
 
+struct ParserOptionsRelease {
+    void operator()(GMimeParserOptions* options) const { g_mime_parser_options_free(options); }
+};
+
+// GMime stops descending past its nesting limit and drops what lies deeper,
+// so a part may exist that the parsed tree no longer holds.
+void noteNestingOverflow(gint64, GMimeParserWarning warning, const gchar*, gpointer overflowed) {
+    if (warning == GMIME_CRIT_NESTING_OVERFLOW) *static_cast<bool*>(overflowed) = true;
+}
+
 // The message in `stream` (which it keeps) and its first HTML part; on
 // failure nothing, with `reason` set.
 struct MessagePart {
@@ -88,19 +98,22 @@ std::optional<MessagePart> parseHTMLPart(GMimeStream* stream, std::string& reaso
     static std::once_flag initialised;
     std::call_once(initialised, [] { g_mime_init(); });
 
+    bool nestingOverflowed = false;
+    std::unique_ptr<GMimeParserOptions, ParserOptionsRelease> options(g_mime_parser_options_new());
+    g_mime_parser_options_set_warning_callback(options.get(), noteNestingOverflow, &nestingOverflowed);
     GObjectHandle<GMimeParser> parser(g_mime_parser_new_with_stream(stream));
     // Parts then refer to the stream instead of holding copies of their content.
     g_mime_parser_set_persist_stream(parser.get(), TRUE);
     MessagePart found;
-    found.message.reset(g_mime_parser_construct_message(parser.get(), nullptr));
+    found.message.reset(g_mime_parser_construct_message(parser.get(), options.get()));
     GMimeObject* body = found.message ? g_mime_message_get_mime_part(found.message.get()) : nullptr;
     if (!body) {
-        reason = "not a mail message";
+        reason = nestingOverflowed ? "MIME parts nested too deep to read" : "not a mail message";
         return std::nullopt;
     }
     found.part = firstHTMLPart(body);
     if (!found.part) {
-        reason = "no text/html part";
+        reason = nestingOverflowed ? "MIME parts nested too deep to find the text/html part" : "no text/html part";
         return std::nullopt;
     }
     const char* charset = g_mime_object_get_content_type_parameter(GMIME_OBJECT(found.part), "charset");

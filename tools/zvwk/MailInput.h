@@ -21,7 +21,8 @@ namespace zvwk {
 
 // The document's HTML as UTF-8. On failure returns nothing and sets `error`
 // to the whole report, "zvwk: FILE: reason" (for instance "no text/html
-// part"), without printing it.
+// part", or "MIME parts nested too deep to find the text/html part" when GMime
+// stopped at its nesting limit first), without printing it.
 std::optional<std::string> readMailHTML(const std::string& path, std::string& error);
 
 // The same HTML as bytes still to be read and decoded, for readers that may

@@ -33,12 +33,16 @@ struct SnippetRequest {
     std::vector<std::string> operands;
 };
 
-std::optional<long> parseNumber(const std::string& text) {
+// The whole of `text` as a number; otherwise nothing, with `outOfRange` set
+// when it is a number too large for a long.
+std::optional<long> parseNumber(const std::string& text, bool& outOfRange) {
     try {
         size_t used = 0;
         long value = std::stol(text, &used);
         if (used == text.size()) return value;
-    } catch (const std::exception&) {
+    } catch (const std::out_of_range&) {
+        outOfRange = true;
+    } catch (const std::invalid_argument&) {
     }
     return std::nullopt;
 }
@@ -60,9 +64,12 @@ std::optional<std::string> parseArguments(const Args& args, SnippetRequest& requ
         } else if (arg == "--json") {
             request.json = true;
         } else if (arg == "--max" || arg == "--jobs") {
-            std::optional<long> value = i + 1 < args.size() ? parseNumber(args[++i]) : std::nullopt;
+            bool outOfRange = false;
+            std::optional<long> value = i + 1 < args.size() ? parseNumber(args[++i], outOfRange) : std::nullopt;
+            if (outOfRange) return "snippet: " + arg + " " + quotedForMessage(args[i]) + " is out of range";
             if (!value) return "snippet: " + arg + " needs a number";
             if (arg == "--max") {
+                if (*value < 0) return "snippet: --max needs a number of at least 0 (0: no limit)";
                 request.maxLength = *value;
             } else {
                 if (*value < 1) return "snippet: --jobs needs a number of at least 1";
