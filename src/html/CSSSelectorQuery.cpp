@@ -1,5 +1,7 @@
 #include "CSSSelectorQuery.h"
 
+#include <zv/html/HTMLWorkCounters.h>
+
 #include <vector>
 
 namespace zv::html {
@@ -108,7 +110,10 @@ struct Tracked {
 class SubtreeQuery {
 public:
     SubtreeQuery(const CompiledSelectorList& list, const HTMLNode& root)
-        : list_(list), context_(selectorMatchContextFor(root)), width_(list.selectors.size()) {
+        : list_(list),
+          context_(selectorMatchContextFor(root)),
+          width_(list.selectors.size()),
+          siblingsMatter_(hasSiblingCombinator(list)) {
         for (const ComplexSelector& complex : list.selectors) matchesAnything_ |= !complex.neverMatches;
         tracked_.collect(list);
         amongMatches_.resize(tracked_.nthOf.size());
@@ -140,17 +145,22 @@ private:
     // siblings', records it as the parent's latest child, and makes it the
     // top of the path. `order` counts the elements under the root, for which
     // the :has() answers are known; null for the root's ancestors.
-    void enter(const HTMLElement& element, size_t* order = nullptr) {
+    // With `placed` false the element's place among its siblings is not
+    // known: the matcher works it out when a compound needs it.
+    void enter(const HTMLElement& element, size_t* order = nullptr, bool placed = true) {
+        ++counters_.elementsEnteredByQueries;
         size_t parent = depth_;
         size_t mine = ++depth_;
         if (mine >= levels_.size()) grow(2 * levels_.size());
         LevelInfo& parentInfo = levels_[parent];
         walked_ = WalkedElement{};
-        walked_.element = &element;
-        walked_.index = ++parentInfo.childrenSeen;
-        walked_.siblingCount = &parentInfo.childCount;
-        if (tracked_.types) tallyType(parent, element);
-        if (!tracked_.nthOf.empty()) placeAmongMatches(parent, element);
+        if (placed) {
+            walked_.element = &element;
+            walked_.index = ++parentInfo.childrenSeen;
+            walked_.siblingCount = &parentInfo.childCount;
+            if (tracked_.types) tallyType(parent, element);
+            if (!tracked_.nthOf.empty()) placeAmongMatches(parent, element);
+        }
         if (order && !tracked_.has.empty()) recallHas((*order)++);
         startLevel(mine);
         for (size_t j = 0; j < width_; ++j) {
@@ -314,9 +324,13 @@ private:
         return false;
     }
 
-    // Brings `root` and its ancestors onto the path, each after its earlier
-    // siblings, since the selector may reach above and beside where the
-    // query starts. Their :has() is not known ahead: it is scanned.
+    // Brings `root` and its ancestors onto the path, since the selector may
+    // reach above where the query starts. Their earlier siblings are entered
+    // only for a selector with `+` or `~`, which needs their masks: replaying
+    // them otherwise would make a query deep in a wide tree cost the document
+    // before it. Without the replay the matcher finds an ancestor's position
+    // among its siblings itself, and only when a compound asks. Their :has()
+    // is not known ahead: it is scanned.
     void enterAncestorsOf(const HTMLNode& root) {
         if (!root.isElement()) return;
         std::vector<const HTMLElement*> path;
@@ -324,21 +338,36 @@ private:
             path.push_back(static_cast<const HTMLElement*>(n));
         for (size_t i = path.size(); i-- > 0;) {
             const HTMLElement& ancestor = *path[i];
-            if (const HTMLNode* parent = ancestor.parentNode()) {
-                for (const HTMLNode* s = parent->firstChild(); s != &ancestor; s = s->nextSibling()) {
-                    if (!s->isElement()) continue;
-                    enter(*static_cast<const HTMLElement*>(s));
-                    --depth_;
-                }
+            if (!siblingsMatter_) {
+                enter(ancestor, nullptr, false);
+                continue;
+            }
+            for (const HTMLNode* s = ancestor.parentNode()->firstChild(); s != &ancestor; s = s->nextSibling()) {
+                if (!s->isElement()) continue;
+                enter(*static_cast<const HTMLElement*>(s));
+                --depth_;
             }
             enter(ancestor);
         }
+    }
+
+    static bool hasSiblingCombinator(const CompiledSelectorList& list) {
+        for (const ComplexSelector& complex : list.selectors) {
+            if (!complex.topDown) continue;
+            for (size_t k = 0; k + 1 < complex.compounds.size(); ++k) {
+                Combinator c = complex.compounds[k].toLeft;
+                if (c == Combinator::NextSibling || c == Combinator::SubsequentSibling) return true;
+            }
+        }
+        return false;
     }
 
     const CompiledSelectorList& list_;
     SelectorMatchContext context_;
     WalkedElement walked_;
     size_t width_;  // complex selectors in the list
+    bool siblingsMatter_;
+    HTMLWorkCounters& counters_ = htmlWorkCounters();
     bool matchesAnything_ = false;
     Tracked tracked_;
     std::vector<PositionAmongMatches> amongMatches_;  // the current element's, one per tracked_.nthOf
