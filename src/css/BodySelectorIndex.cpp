@@ -1,6 +1,9 @@
 #include "BodySelectorIndex.h"
 
 #include <zv/html/CSSSelector.h>
+#include <zv/html/HTMLDocument.h>
+
+#include <algorithm>
 
 #include <optional>
 #include <string>
@@ -100,17 +103,23 @@ std::optional<SubjectKey> keyOf(std::string_view compound) {
     return SubjectKey{KeyKind::Tag, asciiLower(tag)};
 }
 
-// Calls fn on each element under `root`, in document order.
+// Calls fn(element, depth) on each element under `root`, in document order;
+// the root's children are at depth 1.
 template <class Fn>
 void forEachDescendantElement(html::HTMLNode& root, Fn fn) {
     html::HTMLNode* n = root.firstChild();
+    size_t depth = 1;
     while (n) {
-        if (html::HTMLElement* element = n->as<html::HTMLElement>()) fn(*element);
+        if (html::HTMLElement* element = n->as<html::HTMLElement>()) fn(*element, depth);
         if (n->firstChild()) {
             n = n->firstChild();
+            ++depth;
             continue;
         }
-        while (n && n != &root && !n->nextSibling()) n = n->parentNode();
+        while (n && n != &root && !n->nextSibling()) {
+            n = n->parentNode();
+            --depth;
+        }
         if (!n || n == &root) return;
         n = n->nextSibling();
     }
@@ -123,9 +132,13 @@ bool isASCIIWhitespace(char c) { return c == ' ' || c == '\t' || c == '\n' || c 
 struct BodySelectorIndex::Buckets {
     using Elements = std::vector<html::HTMLElement*>;
     std::unordered_map<std::string, Elements> byKind[3];
+    size_t elementCount = 0;
+    size_t maxDepth = 0;
 
     explicit Buckets(html::HTMLElement& body) {
-        forEachDescendantElement(body, [&](html::HTMLElement& element) {
+        forEachDescendantElement(body, [&](html::HTMLElement& element, size_t depth) {
+            ++elementCount;
+            maxDepth = std::max(maxDepth, depth);
             add(KeyKind::Tag, element.localName(), element);
             if (const std::string* id = element.attribute("id")) add(KeyKind::Id, *id, element);
             std::string_view classes = element.className();
@@ -154,7 +167,10 @@ struct BodySelectorIndex::Buckets {
     }
 };
 
-BodySelectorIndex::BodySelectorIndex(html::HTMLElement& body) : body_(body) {}
+BodySelectorIndex::BodySelectorIndex(html::HTMLElement& body) : body_(body) {
+    const html::HTMLDocument* document = body.ownerDocument();
+    quirksMode_ = document ? document->quirksMode() : html::HTMLQuirksMode::NoQuirks;
+}
 
 BodySelectorIndex::~BodySelectorIndex() = default;
 
@@ -165,10 +181,16 @@ std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_
     std::optional<SubjectKey> key = compound ? keyOf(*compound) : std::nullopt;
     if (!key) return body_.elementsMatchingSelector(selector);
     if (!buckets_) buckets_ = std::make_unique<Buckets>(body_);
+    const Buckets::Elements* candidates = buckets_->find(*key);
+    if (!candidates) return {};
+    // A combinator sends each candidate up its ancestors or back over its
+    // siblings: on a deep tree that could cost more than one walk of it.
+    bool oneCompound = compound->data() == text.data() + text.find_first_not_of(" \t\n\r\f");
+    if (!oneCompound && candidates->size() * buckets_->maxDepth > buckets_->elementCount)
+        return body_.elementsMatchingSelector(selector);
     std::vector<html::HTMLElement*> found;
-    if (const Buckets::Elements* candidates = buckets_->find(*key))
-        for (html::HTMLElement* element : *candidates)
-            if (selector.matches(*element)) found.push_back(element);
+    for (html::HTMLElement* element : *candidates)
+        if (selector.matches(*element, quirksMode_)) found.push_back(element);
     return found;
 }
 

@@ -38,6 +38,7 @@
 // complex selector; deeper text does not parse.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string_view>
 
@@ -45,6 +46,7 @@ namespace zv::html {
 
 class HTMLElement;
 struct CompiledSelectorList;
+enum class HTMLQuirksMode : uint8_t;
 
 class CSSSelector {
 public:
@@ -66,9 +68,12 @@ public:
 
     bool isValid() const noexcept { return compiled_ != nullptr; }
     // True when `element` matches any selector of the list. Reads the quirks
-    // mode of the element's document on every call; the queries in
-    // HTMLNode read it once for the whole walk.
+    // mode of the element's document on every call, a walk to the root; the
+    // queries in HTMLNode read it once for the whole walk.
     bool matches(const HTMLElement& element) const;
+    // The same in a document of quirks mode `mode`, which the caller knows:
+    // for matching many elements of a deep tree one by one.
+    bool matches(const HTMLElement& element, HTMLQuirksMode mode) const;
 
     // The compiled form, for the queries in HTMLNode; null when invalid.
     const CompiledSelectorList* compiled() const noexcept { return compiled_.get(); }
