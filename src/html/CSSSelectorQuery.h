@@ -16,9 +16,14 @@
 // first pass, bottom up, answers for every element each :has() whose
 // arguments look only downwards (`:has(img)`, `:has(> p b)`).
 //
+// A query rooted at an element also enters the root's ancestors, so the
+// compounds left of a descendant or child combinator can match there; the
+// earlier siblings of each ancestor only when the list has `+` or `~`.
+//
 // What stays proportional to the neighbourhood is what lies inside a compound
 // and looks elsewhere: :has() with sibling combinators scans its candidates,
-// and :is()/:not() of complex selectors match right to left.
+// :is()/:not() of complex selectors match right to left, and on the root's
+// ancestors :has() scans their subtrees and :nth-child() counts siblings.
 #pragma once
 
 #include "CSSSelectorMatcher.h"
