@@ -33,32 +33,47 @@ public:
         if (2 * count > slots_.size()) rebuild(attributes, count - 1);
         size_t slot = find(attributes, name, compared);
         if (slots_[slot]) return true;
-        slots_[slot] = uint32_t(count);
+        slots_[slot] = entryFor(name, count - 1);
         return false;
     }
 
 private:
     static constexpr size_t kScanned = 16;
 
-    // Room for twice as many as `count` more names; the first `count`
-    // attributes, all distinct, entered again.
+    // Room for as many names again as the first `count`, which, all distinct,
+    // are entered again.
     void rebuild(const std::vector<HTMLTokenAttribute>& attributes, size_t count) {
-        slots_.assign(std::bit_ceil(std::max<size_t>(64, 4 * (count + 1))), 0);
+        slots_.assign(std::bit_ceil(std::max<size_t>(64, 2 * (count + 1))), 0);
         uint64_t ignored = 0;
-        for (size_t i = 0; i < count; ++i) slots_[find(attributes, attributes[i].name, ignored)] = uint32_t(i + 1);
+        for (size_t i = 0; i < count; ++i)
+            slots_[find(attributes, attributes[i].name, ignored)] = entryFor(attributes[i].name, i);
     }
 
-    // The slot holding `name`, or the empty slot where it belongs.
+    // The slot holding `name`, or the empty slot where it belongs. Names are
+    // compared only where the hash's high half matches: each comparison reads
+    // an attribute from anywhere in a long list.
     size_t find(const std::vector<HTMLTokenAttribute>& attributes, std::string_view name, uint64_t& compared) const {
+        size_t hash = std::hash<std::string_view>{}(name);
+        uint64_t tag = uint64_t(hash >> 32) << 32;
         size_t mask = slots_.size() - 1;
-        for (size_t slot = std::hash<std::string_view>{}(name) & mask;; slot = (slot + 1) & mask) {
-            if (!slots_[slot]) return slot;
+        for (size_t slot = hash & mask;; slot = (slot + 1) & mask) {
+            uint64_t entry = slots_[slot];
+            if (!entry) return slot;
+            if ((entry & kTagMask) != tag) continue;
             ++compared;
-            if (attributes[slots_[slot] - 1].name == name) return slot;
+            if (attributes[(entry & kIndexMask) - 1].name == name) return slot;
         }
     }
 
-    std::vector<uint32_t> slots_;  // attribute index + 1; 0 is empty; a power of two long
+    // The slot's entry for the attribute at `index`: the hash's high half and index + 1.
+    static uint64_t entryFor(std::string_view name, size_t index) {
+        return (uint64_t(std::hash<std::string_view>{}(name) >> 32) << 32) | uint64_t(index + 1);
+    }
+
+    static constexpr uint64_t kIndexMask = 0xFFFFFFFFu;
+    static constexpr uint64_t kTagMask = ~kIndexMask;
+
+    std::vector<uint64_t> slots_;  // entryFor() values; 0 is empty; a power of two long
 };
 
 }  // namespace zv::html
