@@ -112,8 +112,7 @@ public:
     SubtreeQuery(const CompiledSelectorList& list, const HTMLNode& root)
         : list_(list),
           context_(selectorMatchContextFor(root)),
-          width_(list.selectors.size()),
-          siblingsMatter_(hasSiblingCombinator(list)) {
+          width_(list.selectors.size()) {
         for (const ComplexSelector& complex : list.selectors) matchesAnything_ |= !complex.neverMatches;
         tracked_.collect(list);
         amongMatches_.resize(tracked_.nthOf.size());
@@ -167,7 +166,7 @@ private:
             const ComplexSelector& complex = list_.selectors[j];
             if (!complex.topDown) continue;
             Masks& p = masks(parent, j);
-            uint64_t self = compoundsMatching(complex, element, p);
+            uint64_t self = compoundsMatching(complex, element, p, placed);
             p.lastChild = self;
             p.children |= self;
             masks(mine, j) = Masks{self, p.above | self, 0, 0};
@@ -290,16 +289,27 @@ private:
         walked_.knownHas = knownHas_;
     }
 
-    // Bit k: compounds k..last match with `element` as compound k.
-    uint64_t compoundsMatching(const ComplexSelector& complex, const HTMLElement& element, const Masks& parent) const {
+    // Bit k: compounds k..last match with `element` as compound k. An
+    // element entered without its earlier siblings (`placed` false: a root's
+    // ancestor) has no sibling masks: a `+` or `~` on its left is matched
+    // right to left among its siblings, and only once compound k matches it.
+    uint64_t compoundsMatching(const ComplexSelector& complex, const HTMLElement& element, const Masks& parent,
+                               bool placed = true) const {
         size_t last = complex.compounds.size() - 1;
         uint64_t self = 0;
         for (size_t k = 0; k <= last; ++k) {
             const CompoundSelector& compound = complex.compounds[k];
-            if (k < last && !(leftSide(compound.toLeft, parent) >> (k + 1) & 1)) continue;
-            if (matchesCompoundSelector(compound, element, context_)) self |= uint64_t(1) << k;
+            bool bySiblings = !placed && k < last && isSiblingCombinator(compound.toLeft);
+            if (k < last && !bySiblings && !(leftSide(compound.toLeft, parent) >> (k + 1) & 1)) continue;
+            if (!matchesCompoundSelector(compound, element, context_)) continue;
+            if (bySiblings && !matchesLeftOfCompound(complex, k, element, context_)) continue;
+            self |= uint64_t(1) << k;
         }
         return self;
+    }
+
+    static bool isSiblingCombinator(Combinator c) {
+        return c == Combinator::NextSibling || c == Combinator::SubsequentSibling;
     }
 
     // The mask that says what the compounds left of `combinator` matched.
@@ -325,48 +335,23 @@ private:
     }
 
     // Brings `root` and its ancestors onto the path, since the selector may
-    // reach above where the query starts. Their earlier siblings are entered
-    // only for a selector with `+` or `~`, which needs their masks: replaying
-    // them otherwise would make a query deep in a wide tree cost the document
-    // before it. Without the replay the matcher finds an ancestor's position
-    // among its siblings itself, and only when a compound asks. Their :has()
-    // is not known ahead: it is scanned.
+    // reach above and beside where the query starts. Their earlier siblings
+    // are not entered: that would make a query deep in a wide tree cost the
+    // document before it. What a compound asks of an ancestor's siblings
+    // (`+`, `~`, its position) is found in place, and only when it asks.
+    // Their :has() is not known ahead either: it is scanned.
     void enterAncestorsOf(const HTMLNode& root) {
         if (!root.isElement()) return;
         std::vector<const HTMLElement*> path;
         for (const HTMLNode* n = &root; n && n->isElement(); n = n->parentNode())
             path.push_back(static_cast<const HTMLElement*>(n));
-        for (size_t i = path.size(); i-- > 0;) {
-            const HTMLElement& ancestor = *path[i];
-            if (!siblingsMatter_) {
-                enter(ancestor, nullptr, false);
-                continue;
-            }
-            for (const HTMLNode* s = ancestor.parentNode()->firstChild(); s != &ancestor; s = s->nextSibling()) {
-                if (!s->isElement()) continue;
-                enter(*static_cast<const HTMLElement*>(s));
-                --depth_;
-            }
-            enter(ancestor);
-        }
-    }
-
-    static bool hasSiblingCombinator(const CompiledSelectorList& list) {
-        for (const ComplexSelector& complex : list.selectors) {
-            if (!complex.topDown) continue;
-            for (size_t k = 0; k + 1 < complex.compounds.size(); ++k) {
-                Combinator c = complex.compounds[k].toLeft;
-                if (c == Combinator::NextSibling || c == Combinator::SubsequentSibling) return true;
-            }
-        }
-        return false;
+        for (size_t i = path.size(); i-- > 0;) enter(*path[i], nullptr, false);
     }
 
     const CompiledSelectorList& list_;
     SelectorMatchContext context_;
     WalkedElement walked_;
     size_t width_;  // complex selectors in the list
-    bool siblingsMatter_;
     HTMLWorkCounters& counters_ = htmlWorkCounters();
     bool matchesAnything_ = false;
     Tracked tracked_;

@@ -17,13 +17,14 @@
 // arguments look only downwards (`:has(img)`, `:has(> p b)`).
 //
 // A query rooted at an element also enters the root's ancestors, so the
-// compounds left of a descendant or child combinator can match there; the
-// earlier siblings of each ancestor only when the list has `+` or `~`.
+// compounds left of a combinator can match there, but not their earlier
+// siblings: on an ancestor, a `+` or `~` is matched right to left in place.
 //
 // What stays proportional to the neighbourhood is what lies inside a compound
 // and looks elsewhere: :has() with sibling combinators scans its candidates,
 // :is()/:not() of complex selectors match right to left, and on the root's
-// ancestors :has() scans their subtrees and :nth-child() counts siblings.
+// ancestors `~` scans earlier siblings, :nth-child() counts them and :has()
+// scans subtrees.
 #pragma once
 
 #include "CSSSelectorMatcher.h"

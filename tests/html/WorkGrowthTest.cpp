@@ -36,8 +36,9 @@ Ref<HTMLDocument> citations(int n) {
 }
 
 TEST(WorkGrowth, QueriesFromEveryCitationCostTheirSubtreeNotTheDocumentBefore) {
-    // Selectors that reach above the query's root but not beside it.
-    for (const char* selector : {"p", "blockquote p", "div > br", "body :is(div) p", "p:nth-child(2)", ":scope > p"}) {
+    // Selectors that reach above the query's root, and beside its ancestors.
+    for (const char* selector : {"p", "blockquote p", "div > br", "body :is(div) p", "p:nth-child(2)", ":scope > p",
+                                 "div + div p", "div ~ div > * > p"}) {
         SCOPED_TRACE(selector);
         CSSSelector compiled = CSSSelector::parse(selector);
         size_t found = 0;

@@ -31,8 +31,9 @@
 // Cost: the queries in HTMLNode walk the subtree once and carry forward what
 // the combinators, the nth- pseudo-classes and :has() need, so a query costs
 // about elements x compounds however deep or wide the tree. A query from an
-// element adds its chain of ancestors, and with `+` or `~` their earlier
-// siblings, never the rest of the document. Still matched in
+// element adds its chain of ancestors, never the document before it; a `+`,
+// `~` or nth- pseudo-class that must look beside an ancestor looks there in
+// place, once that ancestor has matched the compound on its right. Still matched in
 // place: :has() with `+` or `~` in its argument scans its candidates, and
 // :is()/:not() of complex selectors look at ancestors and siblings.
 // matches() on a single element looks at its neighbourhood.
