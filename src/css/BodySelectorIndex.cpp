@@ -183,11 +183,13 @@ std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_
     if (!buckets_) buckets_ = std::make_unique<Buckets>(body_);
     const Buckets::Elements* candidates = buckets_->find(*key);
     if (!candidates) return {};
-    // A combinator sends each candidate up its ancestors or back over its
-    // siblings: on a deep tree that could cost more than one walk of it.
+    // A combinator sends each candidate up its ancestors, and `~` back over
+    // all its earlier siblings: on a deep or wide body that could cost more
+    // than one walk of it.
     bool oneCompound = compound->data() == text.data() + text.find_first_not_of(" \t\n\r\f");
-    if (!oneCompound && candidates->size() * buckets_->maxDepth > buckets_->elementCount)
-        return body_.elementsMatchingSelector(selector);
+    bool costly = candidates->size() * buckets_->maxDepth > buckets_->elementCount ||
+                  text.find('~') != std::string_view::npos;
+    if (!oneCompound && costly) return body_.elementsMatchingSelector(selector);
     std::vector<html::HTMLElement*> found;
     for (html::HTMLElement* element : *candidates)
         if (selector.matches(*element, quirksMode_)) found.push_back(element);

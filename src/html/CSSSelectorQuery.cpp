@@ -110,9 +110,7 @@ struct Tracked {
 class SubtreeQuery {
 public:
     SubtreeQuery(const CompiledSelectorList& list, const HTMLNode& root)
-        : list_(list),
-          context_(selectorMatchContextFor(root)),
-          width_(list.selectors.size()) {
+        : list_(list), context_(selectorMatchContextFor(root)), width_(list.selectors.size()) {
         for (const ComplexSelector& complex : list.selectors) matchesAnything_ |= !complex.neverMatches;
         tracked_.collect(list);
         amongMatches_.resize(tracked_.nthOf.size());
