@@ -125,6 +125,11 @@ void forEachDescendantElement(html::HTMLNode& root, Fn fn) {
     }
 }
 
+// `.name` and nothing else.
+bool isLoneClass(std::string_view compound, const SubjectKey& key) {
+    return key.kind == KeyKind::Class && compound.size() == key.name.size() + 1;
+}
+
 bool isASCIIWhitespace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f'; }
 
 }  // namespace
@@ -132,6 +137,9 @@ bool isASCIIWhitespace(char c) { return c == ' ' || c == '\t' || c == '\n' || c 
 struct BodySelectorIndex::Buckets {
     using Elements = std::vector<html::HTMLElement*>;
     std::unordered_map<std::string, Elements> byKind[3];
+    // By class as written: the answer to a lone `.name` in a no-quirks
+    // document, without testing each candidate's class list again.
+    std::unordered_map<std::string, Elements> exactClasses;
     size_t elementCount = 0;
     size_t maxDepth = 0;
 
@@ -150,14 +158,18 @@ struct BodySelectorIndex::Buckets {
                 size_t end = i;
                 while (end < classes.size() && !isASCIIWhitespace(classes[end])) ++end;
                 add(KeyKind::Class, classes.substr(i, end - i), element);
+                addExact(exactClasses[std::string(classes.substr(i, end - i))], element);
                 i = end;
             }
         });
     }
 
     void add(KeyKind kind, std::string_view name, html::HTMLElement& element) {
-        Elements& elements = byKind[int(kind)][asciiLower(name)];
-        // A class named twice on one element lists it once.
+        addExact(byKind[int(kind)][asciiLower(name)], element);
+    }
+
+    // A class named twice on one element lists it once.
+    static void addExact(Elements& elements, html::HTMLElement& element) {
         if (elements.empty() || elements.back() != &element) elements.push_back(&element);
     }
 
@@ -173,6 +185,15 @@ BodySelectorIndex::BodySelectorIndex(html::HTMLElement& body) : body_(body) {
 }
 
 BodySelectorIndex::~BodySelectorIndex() = default;
+
+// Matching each candidate would scan its class list once per rule: an element
+// with thousands of classes and a rule for each would cost their square.
+std::vector<html::HTMLElement*> BodySelectorIndex::loneClassMatches(std::string_view name,
+                                                                   const std::vector<html::HTMLElement*>& folded) {
+    if (quirksMode_ == html::HTMLQuirksMode::Quirks) return folded;  // ASCII case-insensitive, as the key
+    auto exact = buckets_->exactClasses.find(std::string(name));
+    return exact == buckets_->exactClasses.end() ? std::vector<html::HTMLElement*>() : exact->second;
+}
 
 std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_view text) {
     const html::CSSSelector selector = html::CSSSelector::parse(text);
@@ -190,6 +211,7 @@ std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_
     bool costly = candidates->size() * buckets_->maxDepth > buckets_->elementCount ||
                   text.find('~') != std::string_view::npos;
     if (!oneCompound && costly) return body_.elementsMatchingSelector(selector);
+    if (oneCompound && isLoneClass(*compound, *key)) return loneClassMatches(compound->substr(1), *candidates);
     std::vector<html::HTMLElement*> found;
     for (html::HTMLElement* element : *candidates)
         if (selector.matches(*element, quirksMode_)) found.push_back(element);

@@ -43,6 +43,10 @@ public:
 private:
     struct Buckets;
 
+    // The elements of class `name`, given those of its ASCII case folding.
+    std::vector<html::HTMLElement*> loneClassMatches(std::string_view name,
+                                                     const std::vector<html::HTMLElement*>& folded);
+
     html::HTMLElement& body_;
     html::HTMLQuirksMode quirksMode_;  // learned once: a deep body makes it a long walk
     std::unique_ptr<Buckets> buckets_;  // built on the first keyed query
