@@ -37,7 +37,10 @@ DelayedServer::DelayedServer() : server_(soup_server_new(nullptr, nullptr)) {
 }
 
 DelayedServer::~DelayedServer() {
-    for (guint timer : timers_) g_source_remove(timer);
+    for (Paused* paused : paused_) {
+        g_source_remove(paused->source);
+        delete paused;
+    }
     soup_server_disconnect(server_);
     g_object_unref(server_);
 }
@@ -63,9 +66,17 @@ void DelayedServer::handle(SoupServer*, SoupServerMessage* message, const char* 
     soup_server_message_set_status(message, 200, nullptr);
     if (route.delay.count() == 0) return;
     soup_server_message_pause(message);
-    self->timers_.push_back(g_timeout_add_once(
-        guint(route.delay.count()), [](gpointer m) { soup_server_message_unpause(static_cast<SoupServerMessage*>(m)); },
-        message));
+    auto* paused = new Paused{self, message};
+    paused->source = g_timeout_add_once(
+        guint(route.delay.count()),
+        [](gpointer data) {
+            auto* p = static_cast<Paused*>(data);
+            std::erase(p->server->paused_, p);
+            soup_server_message_unpause(p->message);
+            delete p;
+        },
+        paused);
+    self->paused_.push_back(paused);
 }
 
 std::optional<Value> evaluateIn(ZVWebWindowController& window, const std::string& script) {

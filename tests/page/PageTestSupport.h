@@ -47,7 +47,12 @@ private:
     SoupServer* server_;
     int port_ = 0;
     std::map<std::string, Route> routes_;
-    std::vector<guint> timers_;
+    struct Paused {
+        DelayedServer* server;
+        SoupServerMessage* message;
+        guint source = 0;
+    };
+    std::vector<Paused*> paused_;
 };
 
 // Every completion a controller's loads gave, in order (true: with an error).
