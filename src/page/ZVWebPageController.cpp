@@ -169,7 +169,7 @@ void ZVWebPageController::didReceiveScriptMessage(const std::string& name, const
     Value message = {{"name", name}, {"body", body.value_or(nullptr)}, {"webView", view ? view->identifier() : 0}};
     Notification notification{name, this, Value{{"ScriptMessage", std::move(message)}}};
     // Keeps the controller alive if a receiver lets go of it.
-    auto self = shared_from_this();
+    auto self = weak_from_this().lock();
     Handler receiver;
     if (auto own = actions_.find(name); own != actions_.end()) {
         receiver = own->second;

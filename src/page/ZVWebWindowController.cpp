@@ -17,7 +17,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <mutex>
 
 namespace zv {
 
@@ -88,10 +87,9 @@ std::shared_ptr<ZVWebWindowController> ZVWebWindowController::create() {
 }
 
 std::shared_ptr<ZVWebWindowController> ZVWebWindowController::sharedInstance() {
-    static std::once_flag once;
-    static std::shared_ptr<ZVWebWindowController> instance;
-    std::call_once(once, [] { instance = create(); });
-    return instance;
+    // Never destroyed: at exit GTK may already be gone.
+    static auto* instance = new std::shared_ptr<ZVWebWindowController>(create());
+    return *instance;
 }
 
 ZVWebWindowController::ZVWebWindowController()
