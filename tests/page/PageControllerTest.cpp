@@ -56,7 +56,7 @@ TEST_F(PageControllerTest, BridgePostsNoneOrOneArgumentAndDispatchesOwnThenDeleg
     auto page = std::make_shared<RecordingPage>();
     window->setPageController(page);
     auto delegate = std::make_shared<ZVPageDelegate>();
-    for (const char* name : {"both", "delegateOnly"})
+    for (const char* name : {"both", "delegateOnly", "late"})
         delegate->actions[name] = [&, name](const Notification& n) {
             page->calls.push_back(std::string("delegate:") + name + ":" + bodyOf(n));
         };
@@ -78,6 +78,13 @@ TEST_F(PageControllerTest, BridgePostsNoneOrOneArgumentAndDispatchesOwnThenDeleg
     spinFor(kQuietPeriod);
     EXPECT_EQ(page->calls, expected);
     EXPECT_EQ(page->objects, std::vector<const void*>{page.get()});
+
+    // A method registered after the load is served at once, under its name without outer colons.
+    page->calls.clear();
+    page->registerJavascriptMethod("::late:");
+    evaluateIn(*window, "window.webkit.messageHandlers.late.postMessage('now'); true");
+    ASSERT_TRUE(spinUntil([&] { return !page->calls.empty(); }, kScriptTimeout));
+    EXPECT_EQ(page->calls, std::vector<std::string>{"delegate:late:\"now\""});
 }
 
 TEST_F(PageControllerTest, EachLoadReplacesTheHandlerOfANameAndAddsScriptsAgain) {

@@ -74,6 +74,8 @@ TEST_F(WebWindowControllerTest, WindowTakesItsSizeAndTitleFromThePageStrings) {
         EXPECT_TRUE(gtk_widget_get_visible(GTK_WIDGET(window->window())));
     }
     EXPECT_EQ(script("document.querySelector('p').textContent"), "\"plain\"");
+    // The page gets no context menu of its own.
+    EXPECT_EQ(script("document.body.getAttribute('oncontextmenu')"), "\"event.preventDefault();\"");
 }
 
 TEST_F(WebWindowControllerTest, PagesAreFoundByLanguageThenUnlocalized) {
