@@ -240,10 +240,6 @@ void ZVWebWindowController::showEmbeddedPage(const std::string& path,
     loadFile(file.replace_extension().string(), extension);
 }
 
-void ZVWebWindowController::showWindowAndLoadURL() {
-    if (!gtk_widget_get_visible(GTK_WIDGET(window_.get()))) gtk_window_present(window_.get());
-}
-
 void ZVWebWindowController::openURL(const std::string& text) {
     std::optional<URL> url = URL::parse(text);
     if (url && url->host()) {

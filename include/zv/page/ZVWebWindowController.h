@@ -103,8 +103,10 @@ public:
     void loadFile(const std::string& name, const std::string& extension);
     void showEmbeddedPage(const std::string& path,
                           const std::shared_ptr<ZVWebPageController>& controller = nullptr);
-    // Loads nothing: presents the window if it is hidden.
-    void showWindowAndLoadURL();
+    // Loads nothing, despite its name. Elsewhere it centres a hidden window;
+    // GTK 4 leaves placement to the window manager, so here it changes
+    // nothing, and the window still shows when its page has loaded.
+    void showWindowAndLoadURL() {}
     // A URL with a host goes to the URL opener; anything else is a page of
     // the resources, loaded here.
     void openURL(const std::string& text);
