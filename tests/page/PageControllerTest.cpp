@@ -127,6 +127,24 @@ TEST_F(PageControllerTest, CompletionHearsTheFailureAndEveryLaterLoad) {
     EXPECT_EQ(page->didLoadHooks, 1);
 }
 
+TEST_F(PageControllerTest, DelegateAnswersOnlyVariablesNoTableHolds) {
+    auto page = ZVWebPageController::create();
+    auto delegate = std::make_shared<ZVPageDelegate>();
+    std::vector<std::string> asked;
+    delegate->expandVariable = [&](const std::string& name, ZVWebPageController& controller, const std::string& key) {
+        EXPECT_EQ(&controller, page.get());
+        asked.push_back(name);
+        return std::optional<std::string>(name + "@" + key);
+    };
+    page->setValueForVariable("T", "t");
+    EXPECT_EQ(page->expandVariables("${t}${x}", "k"), "T");
+    page->setDelegate(delegate);
+    EXPECT_EQ(page->expandVariables("${t}${x}", "k"), "Tx@k");
+    EXPECT_EQ(asked, std::vector<std::string>{"x"});
+    delegate.reset();  // held weakly: gone, so unknown variables vanish again
+    EXPECT_EQ(page->expandVariables("${t}${x}", "k"), "T");
+}
+
 TEST_F(PageControllerTest, ModalRunEndsWhenATimerStopsIt) {
     auto page = ZVWebPageController::create();
     window->setPageController(page);
