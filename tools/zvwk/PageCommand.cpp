@@ -33,6 +33,9 @@ public:
         registerAction("close", &AboutPage::close);
     }
 
+    // The page's button calls PageController.close().
+    void pageWillLoad() override { registerJavascriptMethod("close:"); }
+
 private:
     static std::string version(unsigned major, unsigned minor, unsigned micro) {
         return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(micro);

@@ -154,7 +154,9 @@ public:
     virtual void localizeElements() {}
 
 protected:
-    // A named action the page may call: `PageController.name(x)`.
+    // A named action, served first for messages named `name`. The page gets
+    // the function `PageController.name` from registerJavascriptMethod (in
+    // pageWillLoad, when the web view is there) or from a handler of that name.
     void registerAction(std::string name, Handler action);
     template <class T>
     void registerAction(std::string name, void (T::*method)(const Notification&)) {
