@@ -26,7 +26,8 @@
 //
 // Navigation: the page's own URL, file URLs and about: stay in the view;
 // every other link is cancelled and handed to the URL opener (by default the
-// desktop's handler for it, GtkUriLauncher's way: g_app_info_launch_default_for_uri).
+// desktop's handler for the URL, g_app_info_launch_default_for_uri). A link
+// to an anchor of the page itself counts as leaving it.
 //
 // Sizing: GTK 4 leaves placing a window to the window manager, so a window
 // cannot be centred on its old centre nor moved at all. What is kept: the
