@@ -26,8 +26,9 @@
 //
 // Navigation: the page's own URL, file URLs and about: stay in the view;
 // every other link is cancelled and handed to the URL opener (by default the
-// desktop's handler for the URL, g_app_info_launch_default_for_uri). A link
-// to an anchor of the page itself counts as leaving it.
+// desktop's handler for the URL, g_app_info_launch_default_for_uri). On a
+// page loaded over http, a link to one of its own anchors counts as leaving
+// it, since the URLs differ.
 //
 // Sizing: GTK 4 leaves placing a window to the window manager, so a window
 // cannot be centred on its old centre nor moved at all. What is kept: the
