@@ -20,6 +20,7 @@ int runColor(const Args& args);
 int runSnippet(const Args& args);
 int runPurgeCSS(const Args& args);
 int runInlineCSS(const Args& args);
+int runPage(const Args& args);
 
 // The bytes of FILE, or of standard input for "-". A folder is refused ("Is a
 // directory"), and so is "-" when standard input is closed. On failure,

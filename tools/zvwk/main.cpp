@@ -50,6 +50,7 @@ const Command kCommands[] = {
     {"inline-css", runInlineCSS,
      "inline-css [--purge] [--exclude PATTERN]... [--scope SCOPE]... [--json] FILE...|DIR|-\n"
      "          print each document with its head CSS appended to the inline styles of its body's elements"},
+    {"page", runPage, "page FILE [--lang LANG] [--screenshot PNG]   show a page in a window until it is closed"},
 };
 
 int usage(std::ostream& out, int status) {
