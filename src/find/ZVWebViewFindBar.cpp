@@ -113,23 +113,26 @@ void ZVWebViewFindController::connectView() {
     gtk_button_set_label(GTK_BUTTON(replaceAllButton_), localized("FIND: REPLACE ALL", "All").c_str());
     gtk_entry_set_placeholder_text(GTK_ENTRY(replaceText_), localized("FIND: REPLACE PLACEHOLDER").c_str());
 
-    g_signal_connect(searchField_, "search-changed",
-                     G_CALLBACK(+[](GtkSearchEntry*, gpointer d) { controllerFrom<Self>(d)->findNow(); }), this);
+    // The entry reports a change a moment after it: a text searched already
+    // (set and searched by focusFindFieldWithValue) is not searched again.
+    g_signal_connect(searchField_, "search-changed", G_CALLBACK(+[](GtkSearchEntry*, gpointer d) {
+                         auto* self = controllerFrom<Self>(d);
+                         if (self->searchText() != self->lastSearched_) self->findNow();
+                     }),
+                     this);
     g_signal_connect(searchField_, "stop-search",
                      G_CALLBACK(+[](GtkSearchEntry*, gpointer d) { controllerFrom<Self>(d)->done(); }), this);
     g_signal_connect(searchField_, "next-match",
                      G_CALLBACK(+[](GtkSearchEntry*, gpointer d) { controllerFrom<Self>(d)->moveTo(1); }), this);
     g_signal_connect(searchField_, "previous-match",
                      G_CALLBACK(+[](GtkSearchEntry*, gpointer d) { controllerFrom<Self>(d)->moveTo(0); }), this);
-    // Enter steps forward, Shift+Enter back; either keeps the text as a recent search.
+    // Enter steps forward, Shift+Enter back.
     GtkEventController* keys = gtk_event_controller_key_new();
     gtk_event_controller_set_propagation_phase(keys, GTK_PHASE_CAPTURE);
     g_signal_connect(keys, "key-pressed",
                      G_CALLBACK(+[](GtkEventControllerKey*, guint keyval, guint, GdkModifierType state, gpointer d) {
                          if (keyval != GDK_KEY_Return && keyval != GDK_KEY_KP_Enter) return gboolean(FALSE);
-                         auto* self = controllerFrom<Self>(d);
-                         self->rememberSearch(self->searchText());
-                         self->moveTo((state & GDK_SHIFT_MASK) ? 0 : 1);
+                         controllerFrom<Self>(d)->moveTo((state & GDK_SHIFT_MASK) ? 0 : 1);
                          return gboolean(TRUE);
                      }),
                      this);

@@ -283,7 +283,8 @@ void ZVWebViewFindController::updateVisibleConversationMessageItems() {
 }
 
 void ZVWebViewFindController::performFindPreservingPosition(bool) {
-    highlightOccurrencesOfString(searchText());
+    lastSearched_ = searchText();
+    highlightOccurrencesOfString(lastSearched_);
     std::shared_ptr<ZVWebView> webview = currentWebview();
     if (!webview) return;
     const int64_t index = indexForKey(webview->scriptIdent());
@@ -304,6 +305,7 @@ void ZVWebViewFindController::findNow() {
 
 void ZVWebViewFindController::moveTo(int segment) {
     log("moveTo segment selected: " + std::to_string(segment));
+    rememberSearch(searchText());
     if (segment == 1) findNext();
     else findPrevious();
 }

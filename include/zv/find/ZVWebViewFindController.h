@@ -127,7 +127,8 @@ public:
     void performFindPreservingPosition(bool preserve);
     // The entry's action: searches and makes the text the find string.
     void findNow();
-    // 1: next, anything else: previous.
+    // 1: next, anything else: previous. The entry's text becomes the newest
+    // recent search.
     void moveTo(int segment);
 
     // The bar.
@@ -186,6 +187,7 @@ private:
     unsigned currentFindType_ = 0;
     double lastOffset_ = 0;
     std::string countFormat_;
+    std::string lastSearched_;
 
     struct MessageHandler;
     std::vector<std::unique_ptr<MessageHandler>> handlers_;
