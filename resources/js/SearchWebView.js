@@ -7,7 +7,8 @@
 //   1 contains       the text anywhere
 //   2 starts with    the text at the start of a word
 //   4 exactly        the text as a whole word
-//   8 regular expr.  the text as a JavaScript regular expression
+//   8 regular expr.  the text as a JavaScript regular expression (no flags
+//                    but "g" and, for ignore case, "i")
 // Words are runs of letters, digits and "_" (Unicode), so "Rechnung" starts
 // a word in "die Rechnung" but not in "Vorrechnung". Matches run across
 // element boundaries ("in<b>voi</b>ce" is one match of "invoice"); a match
@@ -63,12 +64,14 @@
   }
 
   // The expression for text in the given style; null when there is none.
+  // Only the word styles need Unicode mode (for \p{...}): expressions in it
+  // run several times slower when case is ignored.
   function expressionFor(text, options) {
-    const flags = "gu" + (options & 256 ? "i" : "");
+    let flags = "g" + (options & 256 ? "i" : "");
     let source;
     switch (options & 15) {
-      case 2: source = "(?<!" + WORD + ")" + escapeRegExp(text); break;
-      case 4: source = "(?<!" + WORD + ")" + escapeRegExp(text) + "(?!" + WORD + ")"; break;
+      case 2: source = "(?<!" + WORD + ")" + escapeRegExp(text); flags += "u"; break;
+      case 4: source = "(?<!" + WORD + ")" + escapeRegExp(text) + "(?!" + WORD + ")"; flags += "u"; break;
       case 8: source = text; break;
       default: source = escapeRegExp(text);
     }
@@ -81,22 +84,36 @@
 
   function removeMarks() {
     const parents = new Set();
-    document.querySelectorAll("mark." + MATCH_CLASS).forEach(function (mark) {
-      const parent = mark.parentNode;
-      while (mark.firstChild) parent.insertBefore(mark.firstChild, mark);
-      parent.removeChild(mark);
-      parents.add(parent);
+    matches.forEach(function (pieces) {
+      pieces.forEach(function (mark) {
+        const parent = mark.parentNode;
+        if (!parent) return;
+        while (mark.firstChild) parent.insertBefore(mark.firstChild, mark);
+        parent.removeChild(mark);
+        parents.add(parent);
+      });
     });
     parents.forEach(function (parent) { parent.normalize(); });
     matches = [];
     current = -1;
   }
 
+  // The engine's own text of the body answers "no match" far sooner than a
+  // walk over its text nodes. It is the text mark.js searches unless the body
+  // holds scripts or style sheets (whose text mark.js leaves out).
+  function mayMatch(expression) {
+    if (document.body.querySelector("script, style")) return true;
+    expression.lastIndex = 0;
+    const found = expression.test(document.body.textContent);
+    expression.lastIndex = 0;
+    return found;
+  }
+
   function highlight(text, options) {
     removeMarks();
     if (!document.body || !text) return;
     const expression = expressionFor(text, options);
-    if (!expression) return;
+    if (!expression || !mayMatch(expression)) return;
     // mark.js wraps the pieces of one match one after another right after
     // finding it: counting the finds tells which match a piece belongs to.
     let found = -1;
