@@ -127,7 +127,6 @@
       element: "mark",
       className: MATCH_CLASS,
       acrossElements: true,
-      exclude: ["#" + STYLE_ID],
       each: function (mark) {
         (matches[found] = matches[found] || []).push(mark);
       }
