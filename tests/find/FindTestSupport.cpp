@@ -4,11 +4,29 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <mutex>
 
 namespace zv::test {
 
 namespace {
+
+// Find settings and recent searches go to user defaults; ctest runs the cases
+// in parallel processes, so each process keeps them in a folder of its own,
+// chosen before anything asks GLib where the configuration lives.
+struct PrivateDefaults {
+    std::string folder;
+    PrivateDefaults() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "zvfind-XXXXXX").string();
+        if (mkdtemp(pattern.data())) folder = pattern;
+        if (!folder.empty()) setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+    }
+    ~PrivateDefaults() {
+        std::error_code ignored;
+        if (!folder.empty()) std::filesystem::remove_all(folder, ignored);
+    }
+} gPrivateDefaults;
 
 std::mutex gLogMutex;
 std::vector<std::string> gLogLines;
