@@ -36,8 +36,16 @@ void withScrollY(ZVWebView& view, std::function<void(double)> completion) {
 
 struct ZVWebViewFindController::MessageHandler {
     std::weak_ptr<ZVWebViewFindController> controller;
+    std::weak_ptr<ZVWebView> webview;
     GObjectRef<WebKitUserContentManager> manager;
     gulong id = 0;
+
+    // A controller made later for the same view registers its own.
+    ~MessageHandler() {
+        g_signal_handler_disconnect(manager.get(), id);
+        webkit_user_content_manager_unregister_script_message_handler(manager.get(), kSearchValuesMessage, nullptr);
+        if (auto view = webview.lock()) view->setScriptsLoaded(false);
+    }
 
     static void received(WebKitUserContentManager*, JSCValue* body, gpointer data) {
         auto* handler = static_cast<MessageHandler*>(data);
@@ -73,7 +81,7 @@ std::shared_ptr<ZVWebViewFindController> ZVWebViewFindController::create(
 }
 
 ZVWebViewFindController::~ZVWebViewFindController() {
-    for (auto& handler : handlers_) g_signal_handler_disconnect(handler->manager.get(), handler->id);
+    handlers_.clear();
     disconnectView();
 }
 
@@ -81,6 +89,7 @@ void ZVWebViewFindController::installMessageHandler(ZVWebView& webview) {
     WebKitUserContentManager* manager = webview.userContentManager();
     auto handler = std::make_unique<MessageHandler>();
     handler->controller = weak_from_this();
+    handler->webview = webview.weak_from_this();
     handler->manager = GObjectRef<WebKitUserContentManager>::ref(manager);
     std::string signal = std::string("script-message-received::") + kSearchValuesMessage;
     handler->id = g_signal_connect(manager, signal.c_str(), G_CALLBACK(MessageHandler::received), handler.get());

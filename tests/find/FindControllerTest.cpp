@@ -177,6 +177,12 @@ TEST_F(FindControllerTest, SingleViewStepsReportWrapping) {
     ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 4; }, kScriptTimeout));
     for (bool looped : {false, false, false, false, true}) EXPECT_EQ(step(*controller, true).looped, looped);
     EXPECT_TRUE(step(*controller, false).looped) << "back from the first match";
+    controller.reset();
+    EXPECT_FALSE(m->view->scriptsLoaded());
+    auto again = ZVWebViewFindController::create(delegate);
+    again->setWebviews({m->view});
+    search(*again, "voice");
+    EXPECT_TRUE(spinUntil([&] { return again->currentCount() == 4; }, kScriptTimeout)) << "a later controller hears the page";
 }
 
 TEST_F(FindControllerTest, ReplaceEditsTheFirstViewAndRefreshesTheCount) {
