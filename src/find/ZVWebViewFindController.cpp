@@ -233,6 +233,7 @@ void ZVWebViewFindController::stepWebview(FindDirection direction) {
 }
 
 void ZVWebViewFindController::stepItem(FindDirection direction) {
+    if (!thread_) return;
     const auto items = thread_->visibleConversationMessageItems();
     std::vector<std::optional<std::string>> keys;
     std::optional<size_t> position;

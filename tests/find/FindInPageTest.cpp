@@ -1,6 +1,8 @@
 // The search commands of ZVWebView against the search script in a real page.
 #include "FindTestSupport.h"
 
+#include <zv/find/TextMatchCount.h>
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -14,6 +16,7 @@ using namespace zv::test;
 constexpr char kBody[] =
     "<p>Invoice in<b>voi</b><i>ce</i> INVOICE invoices preinvoice.</p>"
     "<p style='margin-top:900px'>Die Rechnung; Vorrechnung.</p>";
+constexpr char kText[] = "Invoice invoice INVOICE invoices preinvoice.Die Rechnung; Vorrechnung.";
 
 class FindInPageTest : public ::testing::Test {
 protected:
@@ -63,8 +66,12 @@ TEST_F(FindInPageTest, EachStyleWithAndWithoutCase) {
         {"rechnung", 257, 2}, {"rechnung", 258, 1}, {"Rechnung", 4, 1}, {"nothing", 257, 0},
         {"(", 8, 0},          {"[a-", 264, 0},      {"", 257, 0},
     };
-    for (const auto& c : cases)
+    for (const auto& c : cases) {
         EXPECT_EQ(count(c.text, c.options), c.expected) << c.text << " with options " << c.options;
+        EXPECT_EQ(zv::countMatchesInText(kText, {c.text}, c.options), c.expected)
+            << "the host counts as the page does: " << c.text << " with options " << c.options;
+    }
+    EXPECT_EQ(zv::countMatchesInText(kText, {"invoice", "rechnung"}, 257), 7);
     EXPECT_EQ(count("invoice", 257), 5);
     EXPECT_EQ(page->window->evaluate("document.querySelectorAll('mark').length").value, 7)
         << "the split match is highlighted in three pieces, and old highlights are gone";
