@@ -223,6 +223,16 @@ TEST_F(FindControllerTest, BadSearchValuesAreDroppedWithTheLogLine) {
     EXPECT_EQ(controller->currentCount(), 0);
 }
 
+TEST_F(FindControllerTest, EscapeAndDoneAskTheHostToHideTheBar) {
+    int hides = 0;
+    delegate->shouldHideFindView = [&](ZVWebViewFindController&) { ++hides; };
+    auto controller = ZVWebViewFindController::create(delegate);
+    g_signal_emit_by_name(controller->searchField(), "stop-search");
+    g_signal_emit_by_name(controller->doneButton(), "clicked");
+    EXPECT_EQ(hides, 2);
+    EXPECT_TRUE(gtk_widget_get_visible(controller->findView())) << "the bar does not hide itself";
+}
+
 std::vector<std::string> menuLabels(GMenuModel* menu) {
     std::vector<std::string> labels;
     for (int i = 0; i < g_menu_model_get_n_items(menu); ++i) {
