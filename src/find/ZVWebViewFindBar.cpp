@@ -40,10 +40,7 @@ constexpr StyleItem kStyleItems[] = {
     {ZVWebViewFindController::TagRegularExpression, "FIND MENU: RegExp", "Regular Expression"},
 };
 
-template <typename Self>
-Self* controllerFrom(gpointer data) {
-    return static_cast<Self*>(data);
-}
+ZVWebViewFindController* controllerFrom(gpointer data) { return static_cast<ZVWebViewFindController*>(data); }
 
 
 }  // namespace
@@ -78,7 +75,6 @@ void ZVWebViewFindController::loadView() {
 }
 
 void ZVWebViewFindController::connectView() {
-    using Self = ZVWebViewFindController;
     auto addAction = [&](const char* name, const GVariantType* parameter, GVariant* state,
                          void (*handler)(GSimpleAction*, GVariant*, gpointer)) {
         GSimpleAction* action = state ? g_simple_action_new_stateful(name, parameter, state)
@@ -88,16 +84,16 @@ void ZVWebViewFindController::connectView() {
         g_object_unref(action);
     };
     addAction("style", G_VARIANT_TYPE_INT32, g_variant_new_int32(1), [](GSimpleAction*, GVariant* value, gpointer d) {
-        controllerFrom<Self>(d)->toggleSearchItem(g_variant_get_int32(value));
+        controllerFrom(d)->toggleSearchItem(g_variant_get_int32(value));
     });
     addAction("ignore-case", nullptr, g_variant_new_boolean(TRUE), [](GSimpleAction*, GVariant*, gpointer d) {
-        controllerFrom<Self>(d)->toggleSearchItem(TagIgnoreCase);
+        controllerFrom(d)->toggleSearchItem(TagIgnoreCase);
     });
     addAction("recent", G_VARIANT_TYPE_STRING, nullptr, [](GSimpleAction*, GVariant* value, gpointer d) {
-        controllerFrom<Self>(d)->focusFindFieldWithValue(g_variant_get_string(value, nullptr));
+        controllerFrom(d)->focusFindFieldWithValue(g_variant_get_string(value, nullptr));
     });
     addAction("clear-recents", nullptr, nullptr, [](GSimpleAction*, GVariant*, gpointer d) {
-        controllerFrom<Self>(d)->clearRecentSearches();
+        controllerFrom(d)->clearRecentSearches();
     });
     addAction("no-recents", nullptr, nullptr, [](GSimpleAction*, GVariant*, gpointer) {});
     g_simple_action_set_enabled(
@@ -116,38 +112,38 @@ void ZVWebViewFindController::connectView() {
     // The entry reports a change a moment after it: a text searched already
     // (set and searched by focusFindFieldWithValue) is not searched again.
     g_signal_connect(searchField_, "search-changed", G_CALLBACK(+[](GtkSearchEntry*, gpointer d) {
-                         auto* self = controllerFrom<Self>(d);
+                         auto* self = controllerFrom(d);
                          if (self->searchText() != self->lastSearched_) self->findNow();
                      }),
                      this);
     g_signal_connect(searchField_, "stop-search",
-                     G_CALLBACK(+[](GtkSearchEntry*, gpointer d) { controllerFrom<Self>(d)->done(); }), this);
+                     G_CALLBACK(+[](GtkSearchEntry*, gpointer d) { controllerFrom(d)->done(); }), this);
     g_signal_connect(searchField_, "next-match",
-                     G_CALLBACK(+[](GtkSearchEntry*, gpointer d) { controllerFrom<Self>(d)->moveTo(1); }), this);
+                     G_CALLBACK(+[](GtkSearchEntry*, gpointer d) { controllerFrom(d)->moveTo(1); }), this);
     g_signal_connect(searchField_, "previous-match",
-                     G_CALLBACK(+[](GtkSearchEntry*, gpointer d) { controllerFrom<Self>(d)->moveTo(0); }), this);
+                     G_CALLBACK(+[](GtkSearchEntry*, gpointer d) { controllerFrom(d)->moveTo(0); }), this);
     // Enter steps forward, Shift+Enter back.
     GtkEventController* keys = gtk_event_controller_key_new();
     gtk_event_controller_set_propagation_phase(keys, GTK_PHASE_CAPTURE);
     g_signal_connect(keys, "key-pressed",
                      G_CALLBACK(+[](GtkEventControllerKey*, guint keyval, guint, GdkModifierType state, gpointer d) {
                          if (keyval != GDK_KEY_Return && keyval != GDK_KEY_KP_Enter) return gboolean(FALSE);
-                         controllerFrom<Self>(d)->moveTo((state & GDK_SHIFT_MASK) ? 0 : 1);
+                         controllerFrom(d)->moveTo((state & GDK_SHIFT_MASK) ? 0 : 1);
                          return gboolean(TRUE);
                      }),
                      this);
     gtk_widget_add_controller(searchField_, keys);
     keyController_ = keys;
     g_signal_connect(previous_, "clicked",
-                     G_CALLBACK(+[](GtkButton*, gpointer d) { controllerFrom<Self>(d)->moveTo(0); }), this);
+                     G_CALLBACK(+[](GtkButton*, gpointer d) { controllerFrom(d)->moveTo(0); }), this);
     g_signal_connect(next_, "clicked",
-                     G_CALLBACK(+[](GtkButton*, gpointer d) { controllerFrom<Self>(d)->moveTo(1); }), this);
-    g_signal_connect(done_, "clicked", G_CALLBACK(+[](GtkButton*, gpointer d) { controllerFrom<Self>(d)->done(); }),
+                     G_CALLBACK(+[](GtkButton*, gpointer d) { controllerFrom(d)->moveTo(1); }), this);
+    g_signal_connect(done_, "clicked", G_CALLBACK(+[](GtkButton*, gpointer d) { controllerFrom(d)->done(); }),
                      this);
     g_signal_connect(replaceButton_, "clicked",
-                     G_CALLBACK(+[](GtkButton*, gpointer d) { controllerFrom<Self>(d)->replace(0); }), this);
+                     G_CALLBACK(+[](GtkButton*, gpointer d) { controllerFrom(d)->replace(0); }), this);
     g_signal_connect(replaceAllButton_, "clicked",
-                     G_CALLBACK(+[](GtkButton*, gpointer d) { controllerFrom<Self>(d)->replace(1); }), this);
+                     G_CALLBACK(+[](GtkButton*, gpointer d) { controllerFrom(d)->replace(1); }), this);
 }
 
 // The bar may outlive its controller in the host's window: it must not
