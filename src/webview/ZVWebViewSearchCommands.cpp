@@ -5,6 +5,7 @@
 #include <zv/foundation/Log.h>
 #include <zv/webview/FrameworkResources.h>
 #include <zv/webview/ScriptEvaluation.h>
+#include <zv/webview/UserScript.h>
 
 #include <string>
 
@@ -47,6 +48,23 @@ std::vector<html::Ref<html::HTMLElement>> ZVWebView::searchScriptElements() {
     for (const char* name : {"js/mark.min", "js/SearchWebView"})
         elements.push_back(scriptElement(bundle->pathForResource(name, "js").value_or("")));
     return elements;
+}
+
+bool ZVWebView::addSearchUserScripts() {
+    auto bundle = webKitResourceBundle();
+    std::vector<UserScriptRef> scripts;
+    for (const char* name : {"js/mark.min", "js/SearchWebView"}) {
+        std::optional<std::string> path = bundle->pathForResource(name, "js");
+        gchar* source = nullptr;
+        if (!path || !g_file_get_contents(path->c_str(), &source, nullptr, nullptr)) {
+            log(std::string("Cannot read the search script ") + name + ".js");
+            return false;
+        }
+        scripts.push_back(makeDocumentStartScript(source));
+        g_free(source);
+    }
+    for (const UserScriptRef& script : scripts) addUserScript(script.get());
+    return true;
 }
 
 void ZVWebView::selectionWithCompletion(std::function<void(std::optional<Value>)> completion) {

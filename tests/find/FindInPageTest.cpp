@@ -119,6 +119,25 @@ TEST_F(FindInPageTest, ReplaceOneThenAll) {
     EXPECT_EQ(fresh.window->evaluate("document.querySelectorAll('mark').length").value, 0);
 }
 
+TEST(FindInPageWithPageScriptsOff, UserScriptsStillSearch) {
+    initGtkOnce();
+    auto settings = zv::GObjectRef<WebKitSettings>::adopt(webkit_settings_new());
+    webkit_settings_set_enable_javascript_markup(settings.get(), FALSE);
+    zv::ZVWebViewConfiguration configuration;
+    configuration.settings = settings;
+    auto view = zv::ZVWebView::create(configuration);
+    ASSERT_TRUE(view->addSearchUserScripts());
+    WebViewWindow window(view->webView());
+    ASSERT_TRUE(window.loadHTML(searchablePage("<p>an invoice, an in<b>voice</b></p><script>document.title='ran'</script>"),
+                                "file:///"));
+    EXPECT_EQ(window.evaluate("document.title").value, "") << "the page's own script must not run";
+    view->highlightOccurrencesOfString("invoice", 257);
+    std::optional<int64_t> answer;
+    view->getFindResultCount([&](int64_t n) { answer = n; });
+    ASSERT_TRUE(spinUntil([&] { return answer.has_value(); }, kScriptTimeout));
+    EXPECT_EQ(*answer, 2);
+}
+
 TEST(FindInPageWithoutScript, CountIsMinusOne) {
     initGtkOnce();
     auto view = zv::ZVWebView::create();

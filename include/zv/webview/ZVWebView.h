@@ -152,6 +152,12 @@ public:
     // script, each with charset "utf-8" and src the file-system path of the
     // framework's resource ("js/mark.min.js", "js/SearchWebView.js").
     static std::vector<html::Ref<html::HTMLElement>> searchScriptElements();
+    // The same two scripts as user scripts of this view, run at document
+    // start in the main frame of every later load. A safe message view turns
+    // the page's own scripts off (enable-javascript-markup), and then the
+    // elements above never run; user scripts still do. False, with nothing
+    // added, when a script file cannot be read.
+    bool addSearchUserScripts();
 
     // The page's selection as its script describes it; on a script error
     // the completion is never called.
