@@ -16,7 +16,8 @@
 // - a response is handed over with the data, which ends the task;
 // - nothing fails the task with code 2112 in zv::kZVWebKitErrorDomain and
 //   posts ZVWebViewResourceLoadFailedNotification (object: the web view,
-//   user info {"URL": url}).
+//   user info {"URL": url}); through the WebKit binding the object is the
+//   view's ZVWebView, or the WebKitWebView when no ZVWebView owns it.
 // A tracked answer (untracked = false) then goes to the delegate's
 // completedURLRequest and moves its URL from pendingLoads to completedLoads,
 // and the delegate's reportedLoadProgress gets completed / (completed +
@@ -85,7 +86,8 @@ public:
     // `webView` identifies the view (the object of the failure notification);
     // it is never dereferenced. Call on the main thread.
     void startURLSchemeTask(const void* webView, const std::shared_ptr<URLSchemeTask>& task);
-    // Cancels the handler for good (see above). Any thread.
+    // Cancels the handler for good (see above). Any thread. `task` is null
+    // when it was dropped unanswered before its web view stopped it.
     void stopURLSchemeTask(const void* webView, const std::shared_ptr<URLSchemeTask>& task);
     bool cancelled() const { return cancelled_.load(std::memory_order_acquire); }
 
