@@ -76,14 +76,16 @@ void ZVWebViewURLSchemeHandler::wrenHTTPHandler(const URLRequest& request, Compl
 
 void ZVWebViewURLSchemeHandler::handleRequest(const URLRequest& incoming, const URLRequest& rewritten,
                                               Completion completion) {
-    auto cache = URLCache::shared();
-    if (auto cached = cache->cachedResponse(rewritten.url)) {
+    // Only a GET names its answer by URL alone: a POST's depends on its body.
+    auto cache = rewritten.httpMethod == "GET" ? URLCache::shared() : nullptr;
+    if (auto cached = cache ? cache->cachedResponse(rewritten.url) : std::nullopt) {
         log(LogLevel::Info, "RequestCache: returning cached response for " + rewritten.url,
             {kLogIdentifier, "URLHandling"});
         completion(std::move(cached->response), std::move(cached->data), std::nullopt, true);
         return;
     }
-    log(LogLevel::Info, "RequestCache: no cached response for " + rewritten.url, {kLogIdentifier, "URLHandling"});
+    if (cache)
+        log(LogLevel::Info, "RequestCache: no cached response for " + rewritten.url, {kLogIdentifier, "URLHandling"});
     recordPendingLoad(incoming.url);
     if (auto delegate = this->delegate(); delegate && delegate->startedURLRequest)
         delegate->startedURLRequest(*this, incoming);
@@ -91,7 +93,7 @@ void ZVWebViewURLSchemeHandler::handleRequest(const URLRequest& incoming, const 
     loadHTTP(rewritten, [cache, key = rewritten.url, completion = std::move(completion)](
                             std::optional<URLResponse> response, std::optional<Data> data, std::optional<Error> error) {
         if (data && response && response->isHTTP()) {
-            cache->storeCachedResponse(key, CachedURLResponse{*response, *data});
+            if (cache) cache->storeCachedResponse(key, CachedURLResponse{*response, *data});
             completion(std::move(response), std::move(data), std::nullopt, false);
             return;
         }

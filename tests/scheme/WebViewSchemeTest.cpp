@@ -267,6 +267,22 @@ TEST_F(WebViewSchemeTest, ATaskDroppedUnansweredIsStillReportedStopped) {
     EXPECT_TRUE(test::spinUntil([&] { return handler_->cancelled(); }, 10s));
 }
 
+TEST_F(WebViewSchemeTest, APostGoesOutWithItsBodyAndNeverThroughTheCache) {
+    ASSERT_TRUE(window_->loadHTML("<!doctype html><body>", server_.url("/").c_str()));
+    auto post = [&](const std::string& body) {
+        window_->evaluate("window.answer = null; fetch(" + test::jsString(server_.wrenURL("/echo")) +
+                          ", {method: 'POST', headers: {'Content-Type': 'application/x-www-form-urlencoded'}, body: " +
+                          test::jsString(body) + "}).then(r => r.text()).then(t => window.answer = t, " +
+                          "e => window.answer = 'failed: ' + e); 0");
+        test::spinUntil([&] { return window_->evaluate("window.answer !== null").value == true; }, 10s);
+        return window_->evaluate("window.answer").value.value_or(nullptr);
+    };
+    EXPECT_EQ(post("to=ann&n=1"), "POST application/x-www-form-urlencoded to=ann&n=1");
+    EXPECT_EQ(post("to=bob&n=2"), "POST application/x-www-form-urlencoded to=bob&n=2");
+    EXPECT_EQ(server_.hits("/echo"), 2);
+    EXPECT_FALSE(URLCache::shared()->cachedResponse(server_.url("/echo")));
+}
+
 TEST_F(WebViewSchemeTest, ACorruptCacheFileIsNoObstacle) {
     const std::string path = folder_ + "/corrupt/URLCache.sqlite";
     g_mkdir_with_parents((folder_ + "/corrupt").c_str(), 0700);

@@ -47,6 +47,20 @@ struct WebKitURLSchemeTask::Hold {
 
 namespace {
 
+// WebKit hands the body over already in memory (form data), so reading it
+// through does not wait on anything.
+Data bodyOf(WebKitURISchemeRequest* request) {
+    Data body;
+    GInputStream* stream = webkit_uri_scheme_request_get_http_body(request);
+    if (!stream) return body;
+    std::uint8_t chunk[16384];
+    gssize count;
+    while ((count = g_input_stream_read(stream, chunk, sizeof chunk, nullptr, nullptr)) > 0)
+        body.insert(body.end(), chunk, chunk + count);
+    g_object_unref(stream);
+    return body;
+}
+
 URLRequest requestOf(WebKitURISchemeRequest* request) {
     URLRequest result;
     result.url = webkit_uri_scheme_request_get_uri(request);
@@ -58,6 +72,7 @@ URLRequest requestOf(WebKitURISchemeRequest* request) {
         const char* value;
         while (soup_message_headers_iter_next(&iter, &name, &value)) result.headerFields.emplace_back(name, value);
     }
+    result.httpBody = bodyOf(request);
     return result;
 }
 
