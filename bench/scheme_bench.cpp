@@ -1,7 +1,8 @@
 // Resource schemes, end to end: remote images through "wren-http" on their
 // first and second display (network, then the URL cache), beside the same
 // images loaded by WebKit itself over plain http; message parts through
-// "cid"; symbol images drawn from the icon theme.
+// "cid"; symbol images drawn from the icon theme; and the longest the main
+// loop stalls while a page of N cached and N uncached remote images loads.
 //
 // usage: scheme_bench [--images N] [--repetitions R]
 // Needs a display (scripts/run-benchmarks runs it under xvfb-run). Prints
@@ -109,6 +110,30 @@ double loadInWebView(const std::vector<std::string>& urls, const std::string& ba
     return seconds;
 }
 
+// The longest the main loop went without running a 1 ms timer, in seconds,
+// while a fresh view loaded a page of `urls` to its end.
+double longestStall(const std::vector<std::string>& urls, const std::string& base) {
+    zv::test::WebViewWindow window;
+    auto handler = ZVWebViewURLSchemeHandler::create();
+    handler->setupHTTPOverrides();
+    setURLSchemeHandler(window.webView(), handler);
+    window.loadHTML("<p>warm</p>", base.c_str());
+    struct Ticks {
+        Clock::time_point last = Clock::now();
+        Clock::duration longest{};
+    } ticks;
+    guint timer = g_timeout_add_full(G_PRIORITY_HIGH, 1, [](gpointer data) -> gboolean {
+        auto* t = static_cast<Ticks*>(data);
+        auto now = Clock::now();
+        t->longest = std::max(t->longest, now - t->last);
+        t->last = now;
+        return G_SOURCE_CONTINUE;
+    }, &ticks, nullptr);
+    if (!window.loadHTML(imagePage(urls), base.c_str(), 120s)) std::abort();
+    g_source_remove(timer);
+    return std::chrono::duration<double>(ticks.longest).count();
+}
+
 std::vector<std::string> urls(const zv::test::LoopbackServer& server, const std::string& scheme,
                               const std::string& tag, int count) {
     std::vector<std::string> list;
@@ -142,7 +167,7 @@ int main(int argc, char** argv) {
     nlohmann::json result{{"images", images}, {"repetitions", repetitions}};
 
     // The handler alone: first load (network, stored) and second (cache).
-    std::vector<double> first, second, viewFirst, viewSecond, viewHTTP;
+    std::vector<double> first, second, viewFirst, viewSecond, viewHTTP, stalls;
     int asked = 0;
     for (int r = 0; r < repetitions; ++r) {
         zv::URLCache::setShared(zv::URLCache::open(cacheFolder + "/run-" + std::to_string(r) + ".sqlite"));
@@ -154,12 +179,22 @@ int main(int argc, char** argv) {
         viewFirst.push_back(loadInWebView(page, base, asked));
         viewSecond.push_back(loadInWebView(page, base, asked));
         viewHTTP.push_back(loadInWebView(urls(server, "", "p" + std::to_string(r), images), base, asked));
+
+        // Half the page already in the cache, half not, interleaved.
+        auto cached = urls(server, "wren-http", "c" + std::to_string(r), images);
+        auto fresh = urls(server, "wren-http", "f" + std::to_string(r), images);
+        loadThroughHandler(cached);
+        std::vector<std::string> mixed;
+        for (int i = 0; i < images; ++i) mixed.insert(mixed.end(), {cached[i], fresh[i]});
+        stalls.push_back(longestStall(mixed, base));
     }
     result["handler"] = {{"firstSeconds", median(first)}, {"secondSeconds", median(second)}};
     result["webView"] = {{"firstSeconds", median(viewFirst)},
                          {"secondSeconds", median(viewSecond)},
                          {"plainHTTPSeconds", median(viewHTTP)},
-                         {"requestsToHandlerPerDisplay", double(asked) / (2.0 * repetitions)}};
+                         {"requestsToHandlerPerDisplay", double(asked) / (2.0 * repetitions)},
+                         {"longestStallSecondsCachedAndUncached", median(stalls)},
+                         {"longestStallSecondsWorst", *std::max_element(stalls.begin(), stalls.end())}};
 
     // Message parts from the resource table.
     {
