@@ -293,7 +293,8 @@ TEST_F(WebViewSchemeTest, ACorruptCacheFileIsNoObstacle) {
     ASSERT_TRUE(loadImages({{"remote", remote}}));
     expectImage(images()["remote"], 4, 3);
     EXPECT_TRUE(URLCache::shared()->isOnDisk());
-    EXPECT_TRUE(URLCache::shared()->cachedResponse(server_.url("/image-corrupt.png")));
+    // Stored off the main thread, soon after the answer.
+    EXPECT_TRUE(test::spinUntil([&] { return URLCache::shared()->cachedResponse(server_.url("/image-corrupt.png")).has_value(); }, 10s));
 }
 
 TEST_F(WebViewSchemeTest, ViewsWithoutAHandlerForTheSchemeAreRefused) {

@@ -54,6 +54,8 @@
 
 namespace zv {
 
+class URLCache;
+
 class ZVWebViewURLSchemeHandler : public std::enable_shared_from_this<ZVWebViewURLSchemeHandler> {
 public:
     // How a routine answers: response, data and error each optional; an
@@ -133,9 +135,13 @@ public:
     // Answers `rewritten` from the shared URLCache when it holds the URL,
     // whatever the entry's age (untracked), and otherwise from the network
     // (tracked): `incoming`'s URL joins pendingLoads, the delegate hears
-    // startedURLRequest, and an HTTP answer with a body is stored in the
-    // cache before it is handed on. A time-out of exactly 60 seconds shares
-    // one session; any other gets a session of its own with that time-out.
+    // startedURLRequest (on the main thread), and an HTTP answer with a body
+    // is handed on and stored in the cache. The cache is read and written on
+    // a worker thread, one operation at a time in the order asked, so a page
+    // of many images never stalls the main loop on SQLite; answers still
+    // reach the task on the main thread. Requests other than GET bypass the
+    // cache. A time-out of exactly 60 seconds shares one session; any other
+    // gets a session of its own with that time-out.
     void handleRequest(const URLRequest& incoming, const URLRequest& rewritten, Completion completion);
 
     // Answers a "wren-symbol" request with the PNG of the symbol (see
@@ -157,6 +163,8 @@ private:
     void recordCompletedLoad(const std::string& url);
     void recordPendingLoad(const std::string& url);
     void answerContentId(const URLRequest& request, Completion completion);
+    void fetch(const URLRequest& incoming, const URLRequest& rewritten, std::shared_ptr<URLCache> cache,
+               Completion completion);
 
     mutable std::mutex mutex_;
     std::atomic<bool> cancelled_{false};
