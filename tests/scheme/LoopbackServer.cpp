@@ -96,6 +96,13 @@ void LoopbackServer::answer(SoupServerMessage* message, const std::string& path)
     ++hits_[path];
     if (path.starts_with("/image")) {
         respondWith(message, 200, "image/png", png());
+    } else if (path.starts_with("/large")) {
+        static const Data large = [] {
+            Data bytes = png();
+            bytes.resize(2 * 1024 * 1024);  // decoders stop at the image's end
+            return bytes;
+        }();
+        respondWith(message, 200, "image/png", large);
     } else if (path.starts_with("/text")) {
         respondWith(message, 200, "text/plain; charset=utf-8", Data{'h', 'e', 'l', 'l', 'o'});
     } else if (path.starts_with("/stall")) {

@@ -3,6 +3,7 @@
 //
 // Paths, by prefix:
 //   /image...    a 4 by 3 PNG (image/png)
+//   /large...    the PNG padded to 2 MiB (image/png)
 //   /text...     "hello" (text/plain; charset=utf-8)
 //   /slow...     the PNG, after the delay set with setSlowDelay (500 ms)
 //   /stall...    nothing until releaseStalled() (or the server goes)
