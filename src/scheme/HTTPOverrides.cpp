@@ -92,11 +92,13 @@ void ZVWebViewURLSchemeHandler::wrenHTTPHandler(const URLRequest& request, Compl
 void ZVWebViewURLSchemeHandler::handleRequest(const URLRequest& incoming, const URLRequest& rewritten,
                                               Completion completion) {
     // Only a GET names its answer by URL alone: a POST's depends on its body.
+    auto self = shared_from_this();
     if (rewritten.httpMethod != "GET") {
-        fetch(incoming, rewritten, nullptr, std::move(completion));
+        dispatchMainAsync([self, incoming, rewritten, completion = std::move(completion)]() mutable {
+            self->fetch(incoming, rewritten, nullptr, std::move(completion));
+        });
         return;
     }
-    auto self = shared_from_this();
     cacheQueue().addOperation([self, incoming, rewritten, completion = std::move(completion),
                                cache = URLCache::shared()]() mutable {
         if (auto cached = cache->cachedResponse(rewritten.url)) {
