@@ -1,7 +1,8 @@
 // Resource schemes, end to end: remote images through "wren-http" on their
 // first and second display (network, then the URL cache), beside the same
 // images loaded by WebKit itself over plain http; message parts through
-// "cid"; symbol images drawn from the icon theme.
+// "cid"; symbol images drawn from the icon theme; and the longest the main
+// loop stalls while a page of N cached and N uncached remote images loads.
 //
 // usage: scheme_bench [--images N] [--repetitions R]
 // Needs a display (scripts/run-benchmarks runs it under xvfb-run). Prints
@@ -25,6 +26,7 @@
 #include <functional>
 #include <iostream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -109,6 +111,56 @@ double loadInWebView(const std::vector<std::string>& urls, const std::string& ba
     return seconds;
 }
 
+// Measures the longest gap between runs of a 1 ms timer on the main loop.
+struct StallMeter {
+    Clock::time_point last = Clock::now();
+    Clock::duration longest{};
+    guint timer = g_timeout_add_full(G_PRIORITY_HIGH, 1, [](gpointer data) -> gboolean {
+        auto* meter = static_cast<StallMeter*>(data);
+        auto now = Clock::now();
+        meter->longest = std::max(meter->longest, now - meter->last);
+        meter->last = now;
+        return G_SOURCE_CONTINUE;
+    }, this, nullptr);
+
+    double stop() {
+        g_source_remove(timer);
+        return std::chrono::duration<double>(longest).count();
+    }
+};
+
+// The longest main-loop stall, in seconds, while the handler answers `urls`
+// started one per main-loop iteration, as WebKit hands requests over.
+double handlerStall(const std::vector<std::string>& urls) {
+    auto handler = ZVWebViewURLSchemeHandler::create();
+    handler->setupHTTPOverrides();
+    int answered = 0;
+    int view = 0;
+    size_t next = 0;
+    StallMeter meter;
+    auto starter = [&] {
+        handler->startURLSchemeTask(&view, std::make_shared<CountingTask>(urls[next++], answered));
+        return next < urls.size();
+    };
+    using Starter = decltype(starter);
+    g_idle_add([](gpointer data) -> gboolean { return (*static_cast<Starter*>(data))(); }, &starter);
+    if (!zv::spinMainContextUntil([&] { return answered == int(urls.size()); }, 300s)) std::abort();
+    return meter.stop();
+}
+
+// The longest the main loop went without running a 1 ms timer, in seconds,
+// while a fresh view loaded a page of `urls` to its end.
+double longestStall(const std::vector<std::string>& urls, const std::string& base) {
+    zv::test::WebViewWindow window;
+    auto handler = ZVWebViewURLSchemeHandler::create();
+    handler->setupHTTPOverrides();
+    setURLSchemeHandler(window.webView(), handler);
+    window.loadHTML("<p>warm</p>", base.c_str());
+    StallMeter meter;
+    if (!window.loadHTML(imagePage(urls), base.c_str(), 120s)) std::abort();
+    return meter.stop();
+}
+
 std::vector<std::string> urls(const zv::test::LoopbackServer& server, const std::string& scheme,
                               const std::string& tag, int count) {
     std::vector<std::string> list;
@@ -142,7 +194,7 @@ int main(int argc, char** argv) {
     nlohmann::json result{{"images", images}, {"repetitions", repetitions}};
 
     // The handler alone: first load (network, stored) and second (cache).
-    std::vector<double> first, second, viewFirst, viewSecond, viewHTTP;
+    std::vector<double> first, second, viewFirst, viewSecond, viewHTTP, stalls, handlerStalls, largeStalls;
     int asked = 0;
     for (int r = 0; r < repetitions; ++r) {
         zv::URLCache::setShared(zv::URLCache::open(cacheFolder + "/run-" + std::to_string(r) + ".sqlite"));
@@ -154,12 +206,41 @@ int main(int argc, char** argv) {
         viewFirst.push_back(loadInWebView(page, base, asked));
         viewSecond.push_back(loadInWebView(page, base, asked));
         viewHTTP.push_back(loadInWebView(urls(server, "", "p" + std::to_string(r), images), base, asked));
+
+        // Half the page already in the cache, half not, interleaved.
+        auto cached = urls(server, "wren-http", "c" + std::to_string(r), images);
+        auto fresh = urls(server, "wren-http", "f" + std::to_string(r), images);
+        loadThroughHandler(cached);
+        std::vector<std::string> mixed;
+        for (int i = 0; i < images; ++i) mixed.insert(mixed.end(), {cached[i], fresh[i]});
+        stalls.push_back(longestStall(mixed, base));
+
+        // The handler alone, small images and then 2 MiB ones (a twentieth of
+        // the 64 MiB cache is the most it keeps, and 25 of them fit): half
+        // cached, half not.
+        for (auto [tag, path, count, into] : {std::tuple{"s", "/image-", images, &handlerStalls},
+                                              std::tuple{"l", "/large-", std::max(images / 40, 1), &largeStalls}}) {
+            std::vector<std::string> cachedSet, mixedSet;
+            for (int i = 0; i < count; ++i) {
+                std::string stem = "wren-" + server.url(path + std::string(tag) + std::to_string(r) + "-");
+                cachedSet.push_back(stem + "c" + std::to_string(i));
+                mixedSet.insert(mixedSet.end(), {cachedSet.back(), stem + "f" + std::to_string(i)});
+            }
+            loadThroughHandler(cachedSet);
+            into->push_back(handlerStall(mixedSet));
+        }
     }
-    result["handler"] = {{"firstSeconds", median(first)}, {"secondSeconds", median(second)}};
+    result["handler"] = {{"firstSeconds", median(first)},
+                         {"secondSeconds", median(second)},
+                         {"longestStallSecondsCachedAndUncached", median(handlerStalls)},
+                         {"longestStallSecondsLarge", median(largeStalls)},
+                         {"largeImages", std::max(images / 40, 1)}};
     result["webView"] = {{"firstSeconds", median(viewFirst)},
                          {"secondSeconds", median(viewSecond)},
                          {"plainHTTPSeconds", median(viewHTTP)},
-                         {"requestsToHandlerPerDisplay", double(asked) / (2.0 * repetitions)}};
+                         {"requestsToHandlerPerDisplay", double(asked) / (2.0 * repetitions)},
+                         {"longestStallSecondsCachedAndUncached", median(stalls)},
+                         {"longestStallSecondsWorst", *std::max_element(stalls.begin(), stalls.end())}};
 
     // Message parts from the resource table.
     {

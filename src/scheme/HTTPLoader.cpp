@@ -108,6 +108,12 @@ void start(const URLRequest& request, HTTPCompletion completion) {
                          (wellFormed ? "unsupported URL: " : "bad URL: ") + request.url});
         return;
     }
+    if (!request.httpBody.empty()) {
+        // The type comes with the header fields below.
+        GBytes* body = g_bytes_new(request.httpBody.data(), request.httpBody.size());
+        soup_message_set_request_body_from_bytes(message, nullptr, body);
+        g_bytes_unref(body);
+    }
     SoupMessageHeaders* headers = soup_message_get_request_headers(message);
     for (const auto& [name, value] : request.headerFields) {
         if (strcasecmp(name.c_str(), "Host") != 0) soup_message_headers_replace(headers, name.c_str(), value.c_str());

@@ -1,4 +1,5 @@
-// Loads over HTTP with libsoup, for the internal HTTP schemes.
+// Loads over HTTP with libsoup, for the internal HTTP schemes: the request's
+// method, header fields and body go out as they are.
 //
 // All libsoup work runs on the main context: a load asked for on another
 // thread starts there, and its completion always comes there. Requests with

@@ -5,6 +5,8 @@
 #include "HTTPLoader.h"
 
 #include <zv/foundation/Log.h>
+#include <zv/foundation/MainThread.h>
+#include <zv/foundation/OperationQueue.h>
 #include <zv/scheme/URLCache.h>
 
 namespace zv {
@@ -30,6 +32,19 @@ ZVWebViewURLSchemeHandler::Routine weakly(
 
 void refuse(const URLRequest&, ZVWebViewURLSchemeHandler::Completion completion) {
     completion(std::nullopt, std::nullopt, std::nullopt, false);
+}
+
+// SQLite reads and writes of the URL cache, bodies of megabytes included, run
+// here, off the main thread, one at a time and in the order asked: a store
+// comes before any lookup asked after it.
+OperationQueue& cacheQueue() {
+    static std::shared_ptr<OperationQueue> queue = [] {
+        auto created = OperationQueue::create();
+        created->setMaxConcurrentOperationCount(1);
+        created->start();
+        return created;
+    }();
+    return *queue;
 }
 
 }  // namespace
@@ -76,14 +91,33 @@ void ZVWebViewURLSchemeHandler::wrenHTTPHandler(const URLRequest& request, Compl
 
 void ZVWebViewURLSchemeHandler::handleRequest(const URLRequest& incoming, const URLRequest& rewritten,
                                               Completion completion) {
-    auto cache = URLCache::shared();
-    if (auto cached = cache->cachedResponse(rewritten.url)) {
-        log(LogLevel::Info, "RequestCache: returning cached response for " + rewritten.url,
-            {kLogIdentifier, "URLHandling"});
-        completion(std::move(cached->response), std::move(cached->data), std::nullopt, true);
+    // Only a GET names its answer by URL alone: a POST's depends on its body.
+    auto self = shared_from_this();
+    if (rewritten.httpMethod != "GET") {
+        dispatchMainAsync([self, incoming, rewritten, completion = std::move(completion)]() mutable {
+            self->fetch(incoming, rewritten, nullptr, std::move(completion));
+        });
         return;
     }
-    log(LogLevel::Info, "RequestCache: no cached response for " + rewritten.url, {kLogIdentifier, "URLHandling"});
+    cacheQueue().addOperation([self, incoming, rewritten, completion = std::move(completion),
+                               cache = URLCache::shared()]() mutable {
+        if (auto cached = cache->cachedResponse(rewritten.url)) {
+            log(LogLevel::Info, "RequestCache: returning cached response for " + rewritten.url,
+                {kLogIdentifier, "URLHandling"});
+            completion(std::move(cached->response), std::move(cached->data), std::nullopt, true);
+            return;
+        }
+        log(LogLevel::Info, "RequestCache: no cached response for " + rewritten.url, {kLogIdentifier, "URLHandling"});
+        dispatchMainAsync([self, incoming, rewritten, cache, completion = std::move(completion)]() mutable {
+            self->fetch(incoming, rewritten, std::move(cache), std::move(completion));
+        });
+    });
+}
+
+// On the main thread; `cache` (none for a request that is not cached) gets
+// the answer off it.
+void ZVWebViewURLSchemeHandler::fetch(const URLRequest& incoming, const URLRequest& rewritten,
+                                      std::shared_ptr<URLCache> cache, Completion completion) {
     recordPendingLoad(incoming.url);
     if (auto delegate = this->delegate(); delegate && delegate->startedURLRequest)
         delegate->startedURLRequest(*this, incoming);
@@ -91,7 +125,10 @@ void ZVWebViewURLSchemeHandler::handleRequest(const URLRequest& incoming, const 
     loadHTTP(rewritten, [cache, key = rewritten.url, completion = std::move(completion)](
                             std::optional<URLResponse> response, std::optional<Data> data, std::optional<Error> error) {
         if (data && response && response->isHTTP()) {
-            cache->storeCachedResponse(key, CachedURLResponse{*response, *data});
+            if (cache) {
+                auto stored = std::make_shared<const CachedURLResponse>(CachedURLResponse{*response, *data});
+                cacheQueue().addOperation([cache, key, stored] { cache->storeCachedResponse(key, *stored); });
+            }
             completion(std::move(response), std::move(data), std::nullopt, false);
             return;
         }

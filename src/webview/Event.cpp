@@ -50,6 +50,20 @@ std::string charactersOfKey(guint keyval) {
     return std::string(utf8, g_unichar_to_utf8(c, utf8));
 }
 
+// The key's own value, as the keyboard layout gives it without modifiers.
+guint unshiftedKeyval(GdkEvent* event, guint keyval) {
+    GdkKeymapKey* keys = nullptr;
+    guint* keyvals = nullptr;
+    int count = 0;
+    if (gdk_display_map_keycode(gdk_event_get_display(event), gdk_key_event_get_keycode(event), &keys, &keyvals,
+                                &count) &&
+        count > 0)
+        keyval = keyvals[0];
+    g_free(keys);
+    g_free(keyvals);
+    return keyval;
+}
+
 }  // namespace
 
 std::optional<Event> eventFromGdkEvent(GdkEvent* gdkEvent, GtkWidget* widget) {
@@ -64,20 +78,13 @@ std::optional<Event> eventFromGdkEvent(GdkEvent* gdkEvent, GtkWidget* widget) {
     case GDK_KEY_PRESS:
     case GDK_KEY_RELEASE: {
         event.type = kind == GDK_KEY_PRESS ? EventType::KeyDown : EventType::KeyUp;
-        event.keyCode = static_cast<uint16_t>(gdk_key_event_get_keycode(gdkEvent));
-        event.characters = charactersOfKey(gdk_key_event_get_keyval(gdkEvent));
-        // The key's own character, as the keyboard layout gives it unshifted.
-        guint level0 = gdk_key_event_get_keyval(gdkEvent);
-        GdkKeymapKey* keys = nullptr;
-        guint* keyvals = nullptr;
-        int count = 0;
-        if (gdk_display_map_keycode(gdk_event_get_display(gdkEvent), gdk_key_event_get_keycode(gdkEvent), &keys,
-                                    &keyvals, &count) &&
-            count > 0)
-            level0 = keyvals[0];
-        g_free(keys);
-        g_free(keyvals);
-        event.charactersIgnoringModifiers = charactersOfKey(level0);
+        guint keyval = gdk_key_event_get_keyval(gdkEvent);
+        guint unshifted = unshiftedKeyval(gdkEvent, keyval);
+        event.characters = charactersOfKey(keyval);
+        event.charactersIgnoringModifiers = charactersOfKey(unshifted);
+        // A shifted symbol ("!") has no code of its own: its key's ("1") counts.
+        event.keyCode = virtualKeyCodeForKeyval(keyval);
+        if (event.keyCode == kKeyCodeUnknown) event.keyCode = virtualKeyCodeForKeyval(unshifted);
         break;
     }
     default:

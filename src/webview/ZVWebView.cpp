@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <map>
 #include <string>
 
 namespace zv {
@@ -20,6 +21,14 @@ struct ZVWebView::MessageRoute {
 namespace {
 
 std::atomic<uint64_t> lastIdentifier{0};
+
+constexpr char kOwnerKey[] = "zv-web-view";
+
+// Every live view by identifier; views come and go on the main thread.
+std::map<uint64_t, std::weak_ptr<ZVWebView>>& liveViews() {
+    static std::map<uint64_t, std::weak_ptr<ZVWebView>> views;
+    return views;
+}
 
 GObjectRef<WebKitWebView> makeWebView(const ZVWebViewConfiguration& configuration,
                                       WebKitUserContentManager* manager) {
@@ -57,7 +66,20 @@ bool sameDelegate(const std::weak_ptr<ZVWebViewEventDelegate>& stored,
 std::shared_ptr<ZVWebView> ZVWebView::create(const ZVWebViewConfiguration& configuration) {
     std::shared_ptr<ZVWebView> view(new ZVWebView(configuration));
     view->connectSignals();
+    liveViews()[view->identifier_] = view;
+    g_object_set_data(G_OBJECT(view->webView()), kOwnerKey, view.get());
     return view;
+}
+
+std::shared_ptr<ZVWebView> ZVWebView::withIdentifier(uint64_t identifier) {
+    auto found = liveViews().find(identifier);
+    return found == liveViews().end() ? nullptr : found->second.lock();
+}
+
+std::shared_ptr<ZVWebView> ZVWebView::owning(WebKitWebView* webView) {
+    if (!webView) return nullptr;
+    auto* view = static_cast<ZVWebView*>(g_object_get_data(G_OBJECT(webView), kOwnerKey));
+    return view ? view->weak_from_this().lock() : nullptr;
 }
 
 ZVWebView::ZVWebView(const ZVWebViewConfiguration& configuration)
@@ -89,6 +111,8 @@ void ZVWebView::connectSignals() {
 }
 
 ZVWebView::~ZVWebView() {
+    liveViews().erase(identifier_);
+    g_object_set_data(G_OBJECT(webView_.get()), kOwnerKey, nullptr);
     // The widget and the manager may outlive this object (a window holds the
     // widget): nothing of theirs may call back into it.
     for (gulong handler : managerHandlers_) g_signal_handler_disconnect(userContentManager_.get(), handler);

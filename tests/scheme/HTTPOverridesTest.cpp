@@ -85,6 +85,7 @@ TEST_F(HTTPOverridesTest, FirstLoadGoesToTheNetworkTheSecondToTheCache) {
     EXPECT_EQ(second->response->statusCode, 200);
     EXPECT_EQ(second->response->mimeType, "image/png");
     EXPECT_EQ(second->data, test::LoopbackServer::png());
+    EXPECT_TRUE(second->answeredOnMainThread);  // though read off it
     EXPECT_EQ(server_.hits("/image.png"), 1);
     // Untracked: no report, no count.
     EXPECT_EQ(completed_.size(), 1u);

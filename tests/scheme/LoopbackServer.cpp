@@ -96,6 +96,13 @@ void LoopbackServer::answer(SoupServerMessage* message, const std::string& path)
     ++hits_[path];
     if (path.starts_with("/image")) {
         respondWith(message, 200, "image/png", png());
+    } else if (path.starts_with("/large")) {
+        static const Data large = [] {
+            Data bytes = png();
+            bytes.resize(2 * 1024 * 1024);  // decoders stop at the image's end
+            return bytes;
+        }();
+        respondWith(message, 200, "image/png", large);
     } else if (path.starts_with("/text")) {
         respondWith(message, 200, "text/plain; charset=utf-8", Data{'h', 'e', 'l', 'l', 'o'});
     } else if (path.starts_with("/stall")) {
@@ -124,6 +131,16 @@ void LoopbackServer::answer(SoupServerMessage* message, const std::string& path)
                 delete later;
             });
         timers_.push_back(timer);
+    } else if (path.starts_with("/echo")) {
+        // What arrived, as "METHOD content-type body", for any page origin.
+        SoupMessageBody* body = soup_server_message_get_request_body(message);
+        GBytes* bytes = soup_message_body_flatten(body);
+        const char* type = soup_message_headers_get_content_type(soup_server_message_get_request_headers(message), nullptr);
+        std::string text = std::string(soup_server_message_get_method(message)) + " " + (type ? type : "-") + " ";
+        text.append(static_cast<const char*>(g_bytes_get_data(bytes, nullptr)), g_bytes_get_size(bytes));
+        g_bytes_unref(bytes);
+        soup_message_headers_replace(soup_server_message_get_response_headers(message), "Access-Control-Allow-Origin", "*");
+        respondWith(message, 200, "text/plain", Data(text.begin(), text.end()));
     } else if (path == "/status500") {
         respondWith(message, 500, "text/plain", Data{'b', 'r', 'o', 'k', 'e', 'n'});
     } else if (path == "/truncated") {

@@ -3,9 +3,11 @@
 //
 // Paths, by prefix:
 //   /image...    a 4 by 3 PNG (image/png)
+//   /large...    the PNG padded to 2 MiB (image/png)
 //   /text...     "hello" (text/plain; charset=utf-8)
 //   /slow...     the PNG, after the delay set with setSlowDelay (500 ms)
 //   /stall...    nothing until releaseStalled() (or the server goes)
+//   /echo...     "METHOD content-type body" of the request (text/plain, any origin)
 //   /status500   500 with a short text body
 //   /truncated   a head promising 100 bytes, 10 bytes, then the connection closes
 //   /reset       the connection closes before any answer

@@ -37,6 +37,15 @@ void initGtkOnce() {
     });
 }
 
+Watchdog::Watchdog(std::string what, std::chrono::milliseconds timeout) : what_(std::move(what)) {
+    source_ = g_timeout_add(guint(timeout.count()), [](gpointer data) -> gboolean {
+        std::fprintf(stderr, "Watchdog: %s did not return in time\n", static_cast<Watchdog*>(data)->what_.c_str());
+        std::_Exit(EXIT_FAILURE);
+    }, this);
+}
+
+Watchdog::~Watchdog() { g_source_remove(source_); }
+
 bool spinUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
     auto deadline = std::chrono::steady_clock::now() + timeout;
     while (!done()) {

@@ -54,6 +54,22 @@ bool spinUntil(const std::function<bool()>& done, std::chrono::milliseconds time
 // Runs the default main context for `duration`, whatever happens.
 void spinFor(std::chrono::milliseconds duration);
 
+// Guards a call of the code under test that waits without a bound of its
+// own: if the call has not returned within `timeout` (while it spins the
+// default main context), the process ends with a failure naming `what`, so a
+// broken engine fails the test instead of hanging the run.
+class Watchdog {
+public:
+    Watchdog(std::string what, std::chrono::milliseconds timeout = kScriptTimeout);
+    ~Watchdog();
+    Watchdog(const Watchdog&) = delete;
+    Watchdog& operator=(const Watchdog&) = delete;
+
+private:
+    std::string what_;
+    unsigned source_ = 0;
+};
+
 // What a script evaluation gave.
 struct ScriptOutcome {
     bool finished = false;                // false: no answer within the bound

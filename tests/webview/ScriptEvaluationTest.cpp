@@ -29,6 +29,7 @@ protected:
     };
     Answer answerTo(const char* script) {
         Answer answer;
+        Watchdog guard(std::string("evaluateJavaScriptAndWait of ") + script);
         evaluateJavaScriptAndWait(window->webView(), script, [&](std::optional<Value> value, std::optional<Error> error) {
             answer = {true, std::move(value), std::move(error)};
         });

@@ -57,7 +57,10 @@ TEST_F(WebViewContentTest, HeightScriptsMeasureTheFirstElementLeftInTheClone) {
     ASSERT_TRUE(window->loadHTML(kSizedPage));
     // The scroll-height script's bodyClone is declared by nobody yet.
     Answer scroll;
-    fetchBodyScrollHeight(webView(), into(scroll));
+    {
+        Watchdog guard("fetchBodyScrollHeight");
+        fetchBodyScrollHeight(webView(), into(scroll));
+    }
     ASSERT_TRUE(scroll.called);  // it waited for the page
     EXPECT_TRUE(scroll.error);
     EXPECT_FALSE(scroll.value);
@@ -72,7 +75,10 @@ TEST_F(WebViewContentTest, HeightScriptsMeasureTheFirstElementLeftInTheClone) {
 
     // Now bodyClone is a page global, and the scroll height (15 short) works.
     Answer again;
-    fetchBodyScrollHeight(webView(), into(again));
+    {
+        Watchdog guard("fetchBodyScrollHeight");
+        fetchBodyScrollHeight(webView(), into(again));
+    }
     EXPECT_FALSE(again.error);
     EXPECT_EQ(again.value, Value(25));
     // The real body is back in place each time.
@@ -82,7 +88,10 @@ TEST_F(WebViewContentTest, HeightScriptsMeasureTheFirstElementLeftInTheClone) {
 TEST_F(WebViewContentTest, ScrollHeightWorksOnAPageThatDeclaresBodyClone) {
     ASSERT_TRUE(window->loadHTML(std::string("<script>var bodyClone = 0;</script>") + kSizedPage));
     Answer scroll;
-    fetchBodyScrollHeight(webView(), into(scroll));
+    {
+        Watchdog guard("fetchBodyScrollHeight");
+        fetchBodyScrollHeight(webView(), into(scroll));
+    }
     EXPECT_FALSE(scroll.error);
     EXPECT_EQ(scroll.value, Value(25));
 }
@@ -119,11 +128,19 @@ TEST_F(WebViewContentTest, SelectionGivesTheBodyWhenCollapsedElseTheRangesConten
 
 TEST_F(WebViewContentTest, DebugDumps) {
     ASSERT_TRUE(window->loadHTML("<body><p>one</p><p>two</p></body>"));
-    std::string sizing = debugSizingHTML(webView());
+    std::string sizing;
+    {
+        Watchdog guard("debugSizingHTML");
+        sizing = debugSizingHTML(webView());
+    }
     EXPECT_NE(sizing.find("sizingDiv"), std::string::npos) << sizing;
     EXPECT_EQ(window->evaluate("document.body.children.length").value, 2);
 
-    std::string html = debugCurrentHTML(webView());
+    std::string html;
+    {
+        Watchdog guard("debugCurrentHTML");
+        html = debugCurrentHTML(webView());
+    }
     EXPECT_EQ(html, "<html><head></head><body><p>one</p><p>two</p></body></html>");
 }
 

@@ -104,7 +104,7 @@ TEST_F(ZVWebViewEventTest, EveryBridgedEventTypeReachesTheDelegateWithTheElement
         const Value& info = *event.webViewEventInfo;
         EXPECT_EQ(info["eventType"], c.domType);
         EXPECT_EQ(info["elementTag"], c.tag);
-        EXPECT_EQ(info["webView"], view->identifier());
+        EXPECT_EQ(ZVWebView::withIdentifier(info["webView"].get<uint64_t>()), view);
         EXPECT_EQ(info["elementFrame"].get<Rect>(), pageRectOf(*window, c.selector));
         EXPECT_FALSE(info.contains("keyPressed"));
         EXPECT_FALSE(info.contains("error"));

@@ -1,5 +1,5 @@
-// A request for a URL as a scheme routine sees it: the URL, the method and
-// header fields the page sent, and how long the load may sit idle.
+// A request for a URL as a scheme routine sees it: the URL, the method,
+// header fields and body the page sent, and how long the load may sit idle.
 #pragma once
 
 #include <zv/scheme/URLResponse.h>
@@ -16,6 +16,7 @@ struct URLRequest {
     std::string url;  // empty: the request has no URL
     std::string httpMethod = "GET";
     HTTPHeaderFields headerFields;
+    Data httpBody;  // what a POST or PUT sends; empty for none
     double timeoutInterval = kDefaultTimeoutInterval;
 
     friend bool operator==(const URLRequest&, const URLRequest&) = default;

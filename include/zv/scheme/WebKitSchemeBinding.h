@@ -28,7 +28,9 @@ typedef struct _WebKitWebView WebKitWebView;
 
 namespace zv {
 
-// `handler` answers `webView`'s requests for `scheme` (lower-case). Schemes
+// `handler` answers `webView`'s requests for `scheme` (lower-case); when a
+// ZVWebView owns `webView`, the handler is told that view as the requests'
+// web view (and posts it as the object of its notifications). Schemes
 // that WebKit serves itself ("http", "file", "data", ...) are refused with a
 // log line. The first binding in the process also installs the icon-theme
 // symbol renderer (IconThemeSymbols.h) unless a renderer is already set.

@@ -16,7 +16,8 @@
 // - a response is handed over with the data, which ends the task;
 // - nothing fails the task with code 2112 in zv::kZVWebKitErrorDomain and
 //   posts ZVWebViewResourceLoadFailedNotification (object: the web view,
-//   user info {"URL": url}).
+//   user info {"URL": url}); through the WebKit binding the object is the
+//   view's ZVWebView, or the WebKitWebView when no ZVWebView owns it.
 // A tracked answer (untracked = false) then goes to the delegate's
 // completedURLRequest and moves its URL from pendingLoads to completedLoads,
 // and the delegate's reportedLoadProgress gets completed / (completed +
@@ -53,6 +54,8 @@
 
 namespace zv {
 
+class URLCache;
+
 class ZVWebViewURLSchemeHandler : public std::enable_shared_from_this<ZVWebViewURLSchemeHandler> {
 public:
     // How a routine answers: response, data and error each optional; an
@@ -85,7 +88,8 @@ public:
     // `webView` identifies the view (the object of the failure notification);
     // it is never dereferenced. Call on the main thread.
     void startURLSchemeTask(const void* webView, const std::shared_ptr<URLSchemeTask>& task);
-    // Cancels the handler for good (see above). Any thread.
+    // Cancels the handler for good (see above). Any thread. `task` is null
+    // when it was dropped unanswered before its web view stopped it.
     void stopURLSchemeTask(const void* webView, const std::shared_ptr<URLSchemeTask>& task);
     bool cancelled() const { return cancelled_.load(std::memory_order_acquire); }
 
@@ -131,9 +135,13 @@ public:
     // Answers `rewritten` from the shared URLCache when it holds the URL,
     // whatever the entry's age (untracked), and otherwise from the network
     // (tracked): `incoming`'s URL joins pendingLoads, the delegate hears
-    // startedURLRequest, and an HTTP answer with a body is stored in the
-    // cache before it is handed on. A time-out of exactly 60 seconds shares
-    // one session; any other gets a session of its own with that time-out.
+    // startedURLRequest (on the main thread), and an HTTP answer with a body
+    // is handed on and stored in the cache. The cache is read and written on
+    // a worker thread, one operation at a time in the order asked, so a page
+    // of many images never stalls the main loop on SQLite; answers still
+    // reach the task on the main thread. Requests other than GET bypass the
+    // cache. A time-out of exactly 60 seconds shares one session; any other
+    // gets a session of its own with that time-out.
     void handleRequest(const URLRequest& incoming, const URLRequest& rewritten, Completion completion);
 
     // Answers a "wren-symbol" request with the PNG of the symbol (see
@@ -155,6 +163,8 @@ private:
     void recordCompletedLoad(const std::string& url);
     void recordPendingLoad(const std::string& url);
     void answerContentId(const URLRequest& request, Completion completion);
+    void fetch(const URLRequest& incoming, const URLRequest& rewritten, std::shared_ptr<URLCache> cache,
+               Completion completion);
 
     mutable std::mutex mutex_;
     std::atomic<bool> cancelled_{false};

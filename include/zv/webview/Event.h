@@ -11,6 +11,7 @@
 // seen no input event, the page's DOM event type (eventTypeForDOMEvent).
 #pragma once
 
+#include <zv/Export.h>
 #include <zv/foundation/Geometry.h>
 #include <zv/foundation/Value.h>
 
@@ -49,12 +50,14 @@ inline constexpr uint64_t Command = 1u << 20;  // Super / Meta
 
 // The virtual key code of the Delete (Backspace) key.
 inline constexpr uint16_t kKeyCodeDelete = 51;
+// The key code of a key that has no virtual key code (media keys, dead keys...).
+inline constexpr uint16_t kKeyCodeUnknown = 0xFFFF;
 
 struct Event {
     EventType type = EventType::ApplicationDefined;
     uint64_t modifierFlags = 0;
-    // The key's code: kKeyCodeDelete for page Backspace events, the hardware
-    // key code for GDK key events, 0 for other events.
+    // The key's virtual key code (virtualKeyCodeForKeyval), whether the key
+    // came from GDK or from the page; 0 for events that are not key events.
     uint16_t keyCode = 0;
     std::string characters;
     std::string charactersIgnoringModifiers;
@@ -77,6 +80,12 @@ double systemUptime();
 // stable for the window's life (given on first request); 0 when the widget
 // is in no window.
 int64_t windowNumberOf(GtkWidget* widget);
+
+// The virtual key code for a GDK key value: the numbering of the desktop
+// toolkit the delegates were written for, in which a key is named by its
+// place on a US keyboard (kKeyCodeDelete for Backspace, 42 for backslash).
+// Letters count without case; kKeyCodeUnknown when the key has no code.
+ZV_EXPORT uint16_t virtualKeyCodeForKeyval(unsigned keyval);
 
 // The Event for a GDK button or key event received by `widget`; nothing for
 // other kinds (motion, crossing, touch, scroll, ...).

@@ -38,6 +38,7 @@
 // of it runs on the main thread.
 #pragma once
 
+#include <zv/Export.h>
 #include <zv/foundation/Geometry.h>
 #include <zv/html/HTMLElement.h>
 #include <zv/foundation/Value.h>
@@ -100,6 +101,12 @@ public:
     // A number naming this view in event info ("webView"); unique in the
     // process, never reused.
     uint64_t identifier() const { return identifier_; }
+
+    // The live view with this identifier (an event info's "webView"), or
+    // the one that owns `webView`; none when it is gone or never was. Hosts
+    // use them to get from an event or a load to its view. Main thread only.
+    ZV_EXPORT static std::shared_ptr<ZVWebView> withIdentifier(uint64_t identifier);
+    ZV_EXPORT static std::shared_ptr<ZVWebView> owning(WebKitWebView* webView);
 
     // Held weakly: the view never keeps its delegate alive, and events for a
     // delegate that is gone are dropped. Setting a different delegate takes

@@ -5,6 +5,7 @@
 #include <zv/foundation/Log.h>
 #include <zv/scheme/IconThemeSymbols.h>
 #include <zv/scheme/SymbolImage.h>
+#include <zv/webview/ZVWebView.h>
 
 #include <webkit/webkit.h>
 
@@ -49,13 +50,16 @@ void routeRequest(WebKitURISchemeRequest* request, gpointer) {
         return;
     }
     std::shared_ptr<ZVWebViewURLSchemeHandler> handler = found->second;
+    // Hosts know their ZVWebView, not the widget inside it.
+    std::shared_ptr<ZVWebView> owner = ZVWebView::owning(view);
+    const void* object = owner ? static_cast<const void*>(owner.get()) : view;
     // The stop report names the task, which owns the report: a weak link breaks the cycle.
     auto self = std::make_shared<std::weak_ptr<URLSchemeTask>>();
-    auto task = std::make_shared<WebKitURLSchemeTask>(request, [handler, view, self] {
-        handler->stopURLSchemeTask(view, self->lock());
+    auto task = std::make_shared<WebKitURLSchemeTask>(request, [handler, object, self] {
+        handler->stopURLSchemeTask(object, self->lock());
     });
     *self = task;
-    handler->startURLSchemeTask(view, task);
+    handler->startURLSchemeTask(object, task);
 }
 
 void registerWithContext(WebKitWebContext* context, const std::string& scheme) {

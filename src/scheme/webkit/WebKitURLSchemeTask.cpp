@@ -15,6 +15,7 @@ struct WebKitURLSchemeTask::Hold {
     WebKitURISchemeRequest* request;
     std::function<void()> stopped;
     bool ended = false;
+    bool orphaned = false;  // its task is gone, unanswered: only the stop is left to report
 
     static void toggled(gpointer data, GObject*, gboolean isLastReference) {
         auto* hold = static_cast<Hold*>(data);
@@ -23,10 +24,21 @@ struct WebKitURLSchemeTask::Hold {
         // Moved out first: the report may drop the last owner of the task.
         auto stopped = std::move(hold->stopped);
         if (stopped) stopped();
+        // Not from inside GLib's unref that called us.
+        if (hold->orphaned) dispatchMainAsync([hold] { release(hold); });
     }
 
-    // On the main thread. An unanswered request stays with WebKit, open, as
-    // its handler left it; WebKit lets it go with the page.
+    // On the main thread. A request that was answered, or stopped, is let
+    // go; one that was neither stays held until WebKit stops it, so that the
+    // stop is still reported.
+    static void retire(Hold* hold) {
+        if (hold->ended) {
+            release(hold);
+            return;
+        }
+        hold->orphaned = true;
+    }
+
     static void release(Hold* hold) {
         g_object_remove_toggle_ref(G_OBJECT(hold->request), toggled, hold);
         delete hold;
@@ -34,6 +46,20 @@ struct WebKitURLSchemeTask::Hold {
 };
 
 namespace {
+
+// WebKit hands the body over already in memory (form data), so reading it
+// through does not wait on anything.
+Data bodyOf(WebKitURISchemeRequest* request) {
+    Data body;
+    GInputStream* stream = webkit_uri_scheme_request_get_http_body(request);
+    if (!stream) return body;
+    std::uint8_t chunk[16384];
+    gssize count;
+    while ((count = g_input_stream_read(stream, chunk, sizeof chunk, nullptr, nullptr)) > 0)
+        body.insert(body.end(), chunk, chunk + count);
+    g_object_unref(stream);
+    return body;
+}
 
 URLRequest requestOf(WebKitURISchemeRequest* request) {
     URLRequest result;
@@ -46,6 +72,7 @@ URLRequest requestOf(WebKitURISchemeRequest* request) {
         const char* value;
         while (soup_message_headers_iter_next(&iter, &name, &value)) result.headerFields.emplace_back(name, value);
     }
+    result.httpBody = bodyOf(request);
     return result;
 }
 
@@ -91,9 +118,9 @@ WebKitURLSchemeTask::WebKitURLSchemeTask(WebKitURISchemeRequest* request, std::f
 WebKitURLSchemeTask::~WebKitURLSchemeTask() {
     Hold* hold = hold_;
     if (isMainThread())
-        Hold::release(hold);
+        Hold::retire(hold);
     else
-        dispatchMainAsync([hold] { Hold::release(hold); });
+        dispatchMainAsync([hold] { Hold::retire(hold); });
 }
 
 WebKitURISchemeRequest* WebKitURLSchemeTask::endOrThrow() {

@@ -4,8 +4,11 @@
 // WebKit lets go of it: if that happens before an answer, WebKit has stopped
 // the load, and `stopped` runs (once, on the main thread). After an answer or
 // a stop the task is ended; answering an ended task throws std::logic_error.
-// The request is let go on the main thread, wherever the task dies; one that
-// was never answered stays open in WebKit until its page goes.
+// Every task ends reported exactly once: answered, failed or stopped. A task
+// dropped unanswered lets go of nothing: its request stays open in WebKit
+// until its page goes, and that stop is still reported (`stopped` runs after
+// the task is gone). Otherwise the request is let go on the main thread,
+// wherever the task dies.
 #pragma once
 
 #include <zv/scheme/URLSchemeTask.h>
