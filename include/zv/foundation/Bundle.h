@@ -25,6 +25,8 @@
 // it may be used from any thread.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/foundation/StringsTable.h>
 #include <zv/foundation/URL.h>
 
@@ -40,9 +42,9 @@ namespace zv {
 
 // The user's languages in order of preference, as described above (always
 // ending in "en" when the locale does not name it earlier).
-std::vector<std::string> preferredLanguages();
+ZV_EXPORT std::vector<std::string> preferredLanguages();
 
-class Bundle {
+class ZV_EXPORT Bundle {
 public:
     // A bundle at `resourcePath` with the languages to prefer, most wanted
     // first (default: the user's).

@@ -38,6 +38,8 @@
 // complex selector; deeper text does not parse.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <memory>
 #include <string_view>
 
@@ -46,7 +48,7 @@ namespace zv::html {
 class HTMLElement;
 struct CompiledSelectorList;
 
-class CSSSelector {
+class ZV_EXPORT CSSSelector {
 public:
     // Never throws. Text that does not parse (empty, an at-rule prelude such
     // as "@media screen", an unknown pseudo-class, a stray comma, …) gives a

@@ -7,6 +7,8 @@
 // the caller's text in place: it must outlive the tokenizer.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLToken.h>
 
 #include <functional>
@@ -27,7 +29,7 @@ enum class HTMLTokenizerState : uint8_t {
     CDATASection,
 };
 
-class HTMLTokenizer {
+class ZV_EXPORT HTMLTokenizer {
 public:
     using ParseErrorCallback = std::function<void(const HTMLParseError&)>;
 

@@ -2,6 +2,8 @@
 // used by the conformance runner and `zvwk parse`.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLNode.h>
 
 #include <string>
@@ -10,6 +12,6 @@ namespace zv::html {
 
 // One line per node, "| " and two spaces per level; the root itself is not
 // printed (pass a document or a fragment).
-std::string dumpTree(const HTMLNode& root);
+ZV_EXPORT std::string dumpTree(const HTMLNode& root);
 
 }  // namespace zv::html

@@ -11,6 +11,8 @@
 // seen no input event, the page's DOM event type (eventTypeForDOMEvent).
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/foundation/Geometry.h>
 #include <zv/foundation/Value.h>
 
@@ -50,7 +52,7 @@ inline constexpr uint64_t Command = 1u << 20;  // Super / Meta
 // The virtual key code of the Delete (Backspace) key.
 inline constexpr uint16_t kKeyCodeDelete = 51;
 
-struct Event {
+struct ZV_EXPORT Event {
     EventType type = EventType::ApplicationDefined;
     uint64_t modifierFlags = 0;
     // The key's code: kKeyCodeDelete for page Backspace events, the hardware
@@ -71,26 +73,26 @@ struct Event {
 };
 
 // Seconds since the system started, the clock of Event::timestamp.
-double systemUptime();
+ZV_EXPORT double systemUptime();
 
 // A number for the window that `widget` is in, unique in the process and
 // stable for the window's life (given on first request); 0 when the widget
 // is in no window.
-int64_t windowNumberOf(GtkWidget* widget);
+ZV_EXPORT int64_t windowNumberOf(GtkWidget* widget);
 
 // The Event for a GDK button or key event received by `widget`; nothing for
 // other kinds (motion, crossing, touch, scroll, ...).
-std::optional<Event> eventFromGdkEvent(GdkEvent* event, GtkWidget* widget);
+ZV_EXPORT std::optional<Event> eventFromGdkEvent(GdkEvent* event, GtkWidget* widget);
 
 // The event type that stands for a DOM event type in the web view's event
 // bridge ("click" is LeftMouseUp, "contextmenu" RightMouseDown, "dragstart"
 // LeftMouseDragged, "keydown" KeyDown, "dblclick" ApplicationDefined);
 // nothing for other DOM types.
-std::optional<EventType> eventTypeForDOMEvent(std::string_view domEventType);
+ZV_EXPORT std::optional<EventType> eventTypeForDOMEvent(std::string_view domEventType);
 // The DOM event type listened to for an event type (the reverse of the above).
-std::optional<std::string_view> domEventForEventType(EventType type);
+ZV_EXPORT std::optional<std::string_view> domEventForEventType(EventType type);
 
 // One line for logs: type, modifier flags, key code and characters, window.
-std::string describe(const Event& event);
+ZV_EXPORT std::string describe(const Event& event);
 
 }  // namespace zv

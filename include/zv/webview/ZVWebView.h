@@ -38,6 +38,8 @@
 // of it runs on the main thread.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/foundation/Geometry.h>
 #include <zv/foundation/Value.h>
 #include <zv/webview/Event.h>
@@ -75,7 +77,7 @@ inline constexpr char kZVKeyDownEventMessage[] = "_ZVKeyDownEvent";
 // about 200 MiB each. The new view then takes the related view's web context
 // and network session, so those two members are ignored; it still keeps its
 // own user content manager, scripts and message handlers.
-struct ZVWebViewConfiguration {
+struct ZV_EXPORT ZVWebViewConfiguration {
     GObjectRef<WebKitUserContentManager> userContentManager;
     GObjectRef<WebKitSettings> settings;
     GObjectRef<WebKitWebContext> webContext;
@@ -85,7 +87,7 @@ struct ZVWebViewConfiguration {
 
 class ZVWebViewScriptHandler;
 
-class ZVWebView : public std::enable_shared_from_this<ZVWebView> {
+class ZV_EXPORT ZVWebView : public std::enable_shared_from_this<ZVWebView> {
 public:
     static std::shared_ptr<ZVWebView> create(const ZVWebViewConfiguration& configuration = {});
     ~ZVWebView();
