@@ -18,8 +18,11 @@
 // - frameworkBundle(): this framework's resources (pages, scripts, strings of
 //   its own windows). The environment variable ZV_RESOURCES_DIR wins when
 //   set, so an installed program can be pointed elsewhere; otherwise the
-//   directory given to setFrameworkBundlePath(); otherwise the `resources`
-//   folder beside the running executable.
+//   directory given to setFrameworkBundlePath(); otherwise the installed
+//   resources, `share/zvwebkit` of the prefix the library is installed in,
+//   found relative to the library's own file so the installation may move;
+//   otherwise, for programs run from the build tree, the resources the build
+//   assembled; otherwise the `resources` folder beside the running executable.
 //
 // A Bundle is immutable apart from its cache of tables, which is guarded:
 // it may be used from any thread.
