@@ -110,3 +110,17 @@ endif()
 if("webkit" IN_LIST ZV_BUILT_COMPONENTS)
   zv_pkgconfig(zvwebkit "Mail web views on WebKitGTK" "zvcore gtk4 webkitgtk-6.0" "librsvg-2.0")
 endif()
+
+# `make deb`: one Debian package for developers, the libraries with their
+# headers and files for CMake and pkg-config; it depends on the -dev packages
+# of the libraries the headers include and the package files look up.
+set(CPACK_PACKAGE_NAME zvwebkit)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "HTML and web-view framework of a desktop mail client")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "ZVWebKit developers <zvwebkit@localhost>")
+set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "pkg-config, libicu-dev, libglib2.0-dev, nlohmann-json3-dev, libsqlite3-dev, \
+libsoup-3.0-dev, libgtk-4-dev, libwebkitgtk-6.0-dev, librsvg2-dev, libgmime-3.0-0")
+include(CPack)
