@@ -38,6 +38,9 @@ set(ZV_ARCHIVES zvhtml zvcore zvwebkit)
 foreach(component archive IN ZIP_LISTS ZV_COMPONENTS ZV_ARCHIVES)
   if(TARGET ${archive})
     target_compile_features(${archive} PUBLIC cxx_std_20)
+    # The objects serve the shared library too; only what carries ZV_EXPORT leaves it.
+    set_target_properties(${archive} PROPERTIES POSITION_INDEPENDENT_CODE ON
+      CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
     zv_add_component(${component} ${archive})
     list(APPEND ZV_BUILT_COMPONENTS ${component})
   endif()
@@ -119,6 +122,7 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "HTML and web-view framework of a desktop mail client")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "ZVWebKit developers <zvwebkit@localhost>")
 set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "pkg-config, libicu-dev, libglib2.0-dev, nlohmann-json3-dev, libsqlite3-dev, \
