@@ -84,6 +84,10 @@ if(TARGET zvwk)
   file(RELATIVE_PATH bin_to_lib /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
   set_target_properties(zvwk PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
   install(TARGETS zvwk)
+  # zvwk's own resources, found from the program's directory once installed.
+  install(DIRECTORY tools/zvwk/resources/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zvwk)
+  file(RELATIVE_PATH bin_to_data /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_DATADIR}/zvwk)
+  target_compile_definitions(zvwk PRIVATE ZVWK_RESOURCES_FROM_EXE="${bin_to_data}")
 endif()
 
 configure_package_config_file(cmake/ZVWebKitConfig.cmake.in ${CMAKE_BINARY_DIR}/ZVWebKitConfig.cmake
