@@ -99,13 +99,19 @@ install(FILES ${CMAKE_BINARY_DIR}/ZVWebKitConfig.cmake ${CMAKE_BINARY_DIR}/ZVWeb
   DESTINATION ${ZV_CMAKE_DIR})
 
 # pkg-config files: `requires` are the modules the headers include, `private`
-# the ones only the library's code uses (static linking needs them too).
+# the ones only the library's code uses. Static libraries need those linked by
+# the program too, so they require them outright: `pkg-config --static` would
+# also ask for the system libraries' own static dependencies.
 file(RELATIVE_PATH ZV_PC_TO_PREFIX /prefix/${ZV_PKGCONFIG_DIR} /prefix)
 function(zv_pkgconfig name description requires private)
   set(ZV_PC_NAME ${name})
   set(ZV_PC_DESCRIPTION ${description})
   set(ZV_PC_REQUIRES ${requires})
   set(ZV_PC_REQUIRES_PRIVATE ${private})
+  if(NOT ZV_SHARED)
+    string(STRIP "${requires} ${private}" ZV_PC_REQUIRES)
+    set(ZV_PC_REQUIRES_PRIVATE "")
+  endif()
   configure_file(cmake/zv.pc.in ${CMAKE_BINARY_DIR}/pkgconfig/${name}.pc @ONLY)
   install(FILES ${CMAKE_BINARY_DIR}/pkgconfig/${name}.pc DESTINATION ${ZV_PKGCONFIG_DIR})
 endfunction()
