@@ -13,6 +13,10 @@ namespace zv::html {
 // standard's replacements for bad numbers. Anything else is left as it is.
 ZV_EXPORT std::string stringByDecodingHTMLEntities(std::string_view text);
 
+// The same as an attribute value would: a legacy name without ";" followed by
+// a letter, a digit or "=" stays as it is, so "?a=1&copy=2" keeps its "&copy".
+ZV_EXPORT std::string stringByDecodingHTMLEntitiesInAttribute(std::string_view text);
+
 // Escapes the characters that are special in HTML text and attribute values:
 // & < > " '.
 ZV_EXPORT std::string stringByEncodingHTMLEntities(std::string_view text);

@@ -6,6 +6,7 @@
 
 #include <zv/html/HTMLNode.h>
 
+#include <ostream>
 #include <string>
 
 namespace zv::html {
@@ -13,5 +14,8 @@ namespace zv::html {
 // One line per node, "| " and two spaces per level; the root itself is not
 // printed (pass a document or a fragment).
 ZV_EXPORT std::string dumpTree(const HTMLNode& root);
+// The same written to `out` as it is produced, for trees whose dump would not
+// fit in memory (each line is as long as the node is deep).
+ZV_EXPORT void dumpTree(const HTMLNode& root, std::ostream& out);
 
 }  // namespace zv::html
