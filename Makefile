@@ -45,5 +45,17 @@ fuzz: deps
 bench: build
 	scripts/run-benchmarks $(BUILD)
 
+# Installs the libraries, headers, zvwk, resources, CMake package and
+# pkg-config files under PREFIX.
+PREFIX ?= /usr/local
+.PHONY: install deb
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
+
+# The Debian package (CPack) in $(BUILD), then the examples built against it.
+deb: build
+	cd $(BUILD) && cpack -G DEB
+	scripts/test-install $(BUILD) $$(ls -t $(BUILD)/zvwebkit_*.deb | head -1)
+
 clean:
 	rm -rf build build-asan build-fuzz

@@ -2,6 +2,7 @@
 
 #include <zv/foundation/Log.h>
 
+#include <dlfcn.h>
 #include <glib.h>
 
 #include <algorithm>
@@ -37,12 +38,48 @@ std::string folderOf(std::string_view localization) {
     return localization.empty() ? std::string() : std::string(localization) + ".lproj";
 }
 
+std::string directoryOf(const char* path) {
+    std::unique_ptr<char, decltype(&g_free)> directory(g_path_get_dirname(path), g_free);
+    return directory.get();
+}
+
 // The `resources` folder beside the running executable.
 std::string besideExecutable() {
     std::unique_ptr<char, decltype(&g_free)> exe(g_file_read_link("/proc/self/exe", nullptr), g_free);
     if (!exe) return "resources";
-    std::unique_ptr<char, decltype(&g_free)> directory(g_path_get_dirname(exe.get()), g_free);
-    return joined(directory.get(), "resources");
+    return joined(directoryOf(exe.get()), "resources");
+}
+
+// `relative` resolved against `directory`, without "." or "..".
+std::string resolved(const std::string& directory, const char* relative) {
+    std::unique_ptr<char, decltype(&g_free)> path(g_canonicalize_filename(relative, directory.c_str()), g_free);
+    return path.get();
+}
+
+// Where an installed copy keeps the framework's resources: a path relative to
+// the file holding this code (the shared library, or the program when linked
+// statically), so a moved installation still finds them.
+std::string installedResources() {
+#ifdef ZV_RESOURCES_FROM_CODE
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<const void*>(&installedResources), &info) && info.dli_fname &&
+        g_path_is_absolute(info.dli_fname))
+        return resolved(directoryOf(info.dli_fname), ZV_RESOURCES_FROM_CODE);
+    // The main program's own name may come back as it was typed.
+    std::unique_ptr<char, decltype(&g_free)> exe(g_file_read_link("/proc/self/exe", nullptr), g_free);
+    if (exe) return resolved(directoryOf(exe.get()), ZV_RESOURCES_FROM_CODE);
+#endif
+    return {};
+}
+
+// Without a chosen path: the installed resources, else the ones the build
+// assembled (a program run from the build tree), else those beside the program.
+std::string defaultFrameworkPath() {
+    if (std::string installed = installedResources(); !installed.empty() && isDirectory(installed)) return installed;
+#ifdef ZV_RESOURCES_BUILD_DIR
+    if (isDirectory(ZV_RESOURCES_BUILD_DIR)) return ZV_RESOURCES_BUILD_DIR;
+#endif
+    return besideExecutable();
 }
 
 struct NamedBundle {
@@ -114,7 +151,7 @@ std::shared_ptr<const Bundle> Bundle::mainBundle() {
 std::shared_ptr<const Bundle> Bundle::frameworkBundle() {
     const char* environment = std::getenv("ZV_RESOURCES_DIR");
     std::string path = environment && *environment ? environment : frameworkNamed().chosen();
-    return frameworkNamed().get(path.empty() ? besideExecutable() : path);
+    return frameworkNamed().get(path.empty() ? defaultFrameworkPath() : path);
 }
 
 void Bundle::setMainBundlePath(std::string path) { mainNamed().choose(std::move(path)); }

@@ -1,5 +1,6 @@
 // zvwk: the command-line face of ZVWebKit.
 #include "Commands.h"
+#include "Resources.h"
 
 #include <zv/foundation/Bundle.h>
 
@@ -88,7 +89,7 @@ int main(int argc, char** argv) {
     std::setlocale(LC_CTYPE, "");
     // zvwk's own resources (the search script, its strings) are the host's
     // main bundle for the framework.
-    zv::Bundle::setMainBundlePath(ZVWK_RESOURCES_DIR);
+    zv::Bundle::setMainBundlePath(resourcesPath());
     if (argc < 2) {
         std::cerr << "zvwk: no command given\n";
         return usage(std::cerr, 2);

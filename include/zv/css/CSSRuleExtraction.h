@@ -32,6 +32,8 @@
 // user-perceived characters: a "}" that a combining mark follows does not cut.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLDocument.h>
 
 #include <string>
@@ -40,7 +42,7 @@
 
 namespace zv {
 
-struct CSSRulesBySelector {
+struct ZV_EXPORT CSSRulesBySelector {
     // Distinct selectors, in order of first appearance over all sheets read.
     std::vector<std::string> selectors;
     // Every selector's declaration texts run together, in order of appearance;
@@ -50,7 +52,7 @@ struct CSSRulesBySelector {
 
 // Reads the document; changes nothing. A document without a head, or
 // without style sheets, gives empty results.
-CSSRulesBySelector extractCSSBySelectors(const html::HTMLDocument& document,
+ZV_EXPORT CSSRulesBySelector extractCSSBySelectors(const html::HTMLDocument& document,
                                          const std::vector<std::string>& attFilters);
 
 }  // namespace zv

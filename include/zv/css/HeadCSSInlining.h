@@ -31,6 +31,8 @@
 // unlike purgeHeadCSSWithFilters. A document without a body is left whole.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLDocument.h>
 
 #include <string>
@@ -38,7 +40,7 @@
 
 namespace zv {
 
-void applyHeadCSSToContentAndPurge(html::HTMLDocument& document, bool purgeCSS,
+ZV_EXPORT void applyHeadCSSToContentAndPurge(html::HTMLDocument& document, bool purgeCSS,
                                    const std::vector<std::string>& exclusions,
                                    const std::vector<std::string>& attFilters);
 

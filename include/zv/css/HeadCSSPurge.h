@@ -9,6 +9,8 @@
 // first, deliberately, so a head alone never loses its sheets.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/css/StyleScope.h>
 #include <zv/html/HTMLDocument.h>
 
@@ -20,9 +22,9 @@ namespace zv {
 // Removes the head's style elements whose scope (see StyleScope.h; a missing
 // attribute reads as kUnscopedStyleScope) is one of `filters`, or all of
 // them when `filters` is empty; those scoped "required" always stay.
-void purgeHeadCSSWithFilters(html::HTMLDocument& document, const std::vector<std::string>& filters);
+ZV_EXPORT void purgeHeadCSSWithFilters(html::HTMLDocument& document, const std::vector<std::string>& filters);
 
 // For plain content: every head style element goes but the "required" ones.
-void purgeHeadCSSForPlainContent(html::HTMLDocument& document);
+ZV_EXPORT void purgeHeadCSSForPlainContent(html::HTMLDocument& document);
 
 }  // namespace zv

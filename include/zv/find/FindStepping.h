@@ -22,7 +22,7 @@ namespace zv {
 
 enum class FindDirection { Next, Previous };
 
-struct FindStep {
+struct ZV_EXPORT FindStep {
     size_t item = 0;       // position in the list of messages
     bool looped = false;   // the walk wrapped around the list
     bool entered = false;  // the step left the message it started in

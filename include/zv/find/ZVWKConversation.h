@@ -45,7 +45,7 @@ public:
 
 // The host's side of the find bar. Empty members are methods the host does
 // not implement; the controller then does without them.
-struct ZVWebviewFindDelegate {
+struct ZV_EXPORT ZVWebviewFindDelegate {
     // Loads the item's web view if needed and hands it over (or null).
     std::function<void(const ZVWKConversationMessageItemRef& item,
                        std::function<void(std::shared_ptr<ZVWebView>)> completion)>

@@ -18,12 +18,17 @@
 // - frameworkBundle(): this framework's resources (pages, scripts, strings of
 //   its own windows). The environment variable ZV_RESOURCES_DIR wins when
 //   set, so an installed program can be pointed elsewhere; otherwise the
-//   directory given to setFrameworkBundlePath(); otherwise the `resources`
-//   folder beside the running executable.
+//   directory given to setFrameworkBundlePath(); otherwise the installed
+//   resources, `share/zvwebkit` of the prefix the library is installed in,
+//   found relative to the library's own file so the installation may move;
+//   otherwise, for programs run from the build tree, the resources the build
+//   assembled; otherwise the `resources` folder beside the running executable.
 //
 // A Bundle is immutable apart from its cache of tables, which is guarded:
 // it may be used from any thread.
 #pragma once
+
+#include <zv/Export.h>
 
 #include <zv/foundation/StringsTable.h>
 #include <zv/foundation/URL.h>
@@ -40,9 +45,9 @@ namespace zv {
 
 // The user's languages in order of preference, as described above (always
 // ending in "en" when the locale does not name it earlier).
-std::vector<std::string> preferredLanguages();
+ZV_EXPORT std::vector<std::string> preferredLanguages();
 
-class Bundle {
+class ZV_EXPORT Bundle {
 public:
     // A bundle at `resourcePath` with the languages to prefer, most wanted
     // first (default: the user's).

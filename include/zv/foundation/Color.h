@@ -18,13 +18,15 @@
 //   "#rrggbbaa" when not opaque.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace zv {
 
-struct Color {
+struct ZV_EXPORT Color {
     double r = 0;
     double g = 0;
     double b = 0;
@@ -33,8 +35,8 @@ struct Color {
     friend bool operator==(const Color&, const Color&) = default;
 };
 
-std::optional<Color> colorFromStringRepresentation(std::string_view text);
-std::string stringRepresentation(const Color& color);
-std::string hashLabelCSSStringRepresentation(const Color& color);
+ZV_EXPORT std::optional<Color> colorFromStringRepresentation(std::string_view text);
+ZV_EXPORT std::string stringRepresentation(const Color& color);
+ZV_EXPORT std::string hashLabelCSSStringRepresentation(const Color& color);
 
 }  // namespace zv

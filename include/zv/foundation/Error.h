@@ -5,12 +5,14 @@
 // code belongs to, the code, and a one-line message for people.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <cstdint>
 #include <string>
 
 namespace zv {
 
-struct Error {
+struct ZV_EXPORT Error {
     std::string domain;
     int64_t code = 0;
     std::string message;

@@ -13,6 +13,8 @@
 // non-numeric members read as 0.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/foundation/Value.h>
 
 #include <string>
@@ -20,19 +22,19 @@
 
 namespace zv {
 
-struct Point {
+struct ZV_EXPORT Point {
     double x = 0;
     double y = 0;
     friend bool operator==(const Point&, const Point&) = default;
 };
 
-struct Size {
+struct ZV_EXPORT Size {
     double width = 0;
     double height = 0;
     friend bool operator==(const Size&, const Size&) = default;
 };
 
-struct Rect {
+struct ZV_EXPORT Rect {
     double x = 0;
     double y = 0;
     double width = 0;
@@ -43,18 +45,18 @@ struct Rect {
     friend bool operator==(const Rect&, const Rect&) = default;
 };
 
-std::string stringFromPoint(Point point);
-std::string stringFromSize(Size size);
-std::string stringFromRect(const Rect& rect);
-Point pointFromString(std::string_view text);
-Size sizeFromString(std::string_view text);
-Rect rectFromString(std::string_view text);
+ZV_EXPORT std::string stringFromPoint(Point point);
+ZV_EXPORT std::string stringFromSize(Size size);
+ZV_EXPORT std::string stringFromRect(const Rect& rect);
+ZV_EXPORT Point pointFromString(std::string_view text);
+ZV_EXPORT Size sizeFromString(std::string_view text);
+ZV_EXPORT Rect rectFromString(std::string_view text);
 
-void to_json(Value& value, const Point& point);
-void to_json(Value& value, const Size& size);
-void to_json(Value& value, const Rect& rect);
-void from_json(const Value& value, Point& point);
-void from_json(const Value& value, Size& size);
-void from_json(const Value& value, Rect& rect);
+ZV_EXPORT void to_json(Value& value, const Point& point);
+ZV_EXPORT void to_json(Value& value, const Size& size);
+ZV_EXPORT void to_json(Value& value, const Rect& rect);
+ZV_EXPORT void from_json(const Value& value, Point& point);
+ZV_EXPORT void from_json(const Value& value, Size& size);
+ZV_EXPORT void from_json(const Value& value, Rect& rect);
 
 }  // namespace zv

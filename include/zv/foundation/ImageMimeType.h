@@ -6,11 +6,13 @@
 // "image/heif". Anything else, and too few bytes to tell, gives "".
 #pragma once
 
+#include <zv/Export.h>
+
 #include <string>
 #include <string_view>
 
 namespace zv {
 
-std::string imageMimeType(std::string_view bytes);
+ZV_EXPORT std::string imageMimeType(std::string_view bytes);
 
 }  // namespace zv

@@ -8,6 +8,8 @@
 // that input text could turn into a format directive.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <string_view>
 
 namespace zv {
@@ -17,14 +19,14 @@ enum class LogLevel { Debug, Info, Message, Warning };
 
 // Where a line comes from, for lines that name it (a subsystem such as
 // "com.quillmere.ZVFoundation" and a category such as "URLHandling").
-struct LogOrigin {
+struct ZV_EXPORT LogOrigin {
     std::string_view identifier;
     std::string_view category;
 };
 
 inline constexpr char kLogDomain[] = "ZVWebKit";
 
-void log(LogLevel level, std::string_view message, const LogOrigin& origin = {});
+ZV_EXPORT void log(LogLevel level, std::string_view message, const LogOrigin& origin = {});
 // A plain console line, at the "message" level.
 inline void log(std::string_view message) { log(LogLevel::Message, message); }
 

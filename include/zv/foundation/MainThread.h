@@ -13,6 +13,8 @@
 // right one for the calling thread.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -21,24 +23,24 @@
 namespace zv {
 
 // Records the calling thread as the main thread.
-void markMainThread();
-bool isMainThread();
+ZV_EXPORT void markMainThread();
+ZV_EXPORT bool isMainThread();
 
 // Runs `work` later on the default main context, never before returning,
 // even when called on the main thread. Safe from any thread; an exception
 // escaping `work` ends the process.
-void dispatchMainAsync(std::function<void()> work);
+ZV_EXPORT void dispatchMainAsync(std::function<void()> work);
 
 // Spins the default main context until `done` answers true; `done` is asked
 // before each iteration. The bounded form gives up after `timeout` and
 // answers whether `done` became true. Call only on the main thread.
-void spinMainContextUntil(const std::function<bool()>& done);
-bool spinMainContextUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
+ZV_EXPORT void spinMainContextUntil(const std::function<bool()>& done);
+ZV_EXPORT bool spinMainContextUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
 
 // One event to wait for: a completion calls signal() (from any thread, once
 // or more), a waiter calls wait(). Share it through a shared_ptr when the
 // signalling side may outlive a bounded wait.
-class CompletionSignal {
+class ZV_EXPORT CompletionSignal {
 public:
     void signal();
     bool isSignalled() const { return signalled_.load(std::memory_order_acquire); }

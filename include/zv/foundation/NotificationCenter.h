@@ -13,6 +13,8 @@
 // already running on another thread may still be finishing.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/foundation/Value.h>
 
 #include <cstdint>
@@ -25,7 +27,7 @@
 
 namespace zv {
 
-struct Notification {
+struct ZV_EXPORT Notification {
     std::string name;
     const void* object = nullptr;
     Value userInfo;  // null when the poster attached nothing
@@ -33,14 +35,14 @@ struct Notification {
 
 // What addObserver gives back, to remove the observer with; a default-made
 // token names no observer.
-struct ObserverToken {
+struct ZV_EXPORT ObserverToken {
     uint64_t id = 0;
 
     explicit operator bool() const noexcept { return id != 0; }
     friend bool operator==(const ObserverToken&, const ObserverToken&) = default;
 };
 
-class NotificationCenter {
+class ZV_EXPORT NotificationCenter {
 public:
     using Observer = std::function<void(const Notification&)>;
 

@@ -23,6 +23,8 @@
 // unfinished: callers need not hold on to it. All members are thread-safe.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -35,7 +37,7 @@ struct OperationQueueState;
 }  // namespace detail
 
 // A handle to one operation; copies name the same operation.
-class Operation {
+class ZV_EXPORT Operation {
 public:
     // Names no operation: signal() does nothing, isFinished() is true.
     Operation() = default;
@@ -52,7 +54,7 @@ private:
     std::shared_ptr<detail::OperationState> state_;
 };
 
-class OperationQueue {
+class ZV_EXPORT OperationQueue {
 public:
     // Unlimited concurrency is not offered: the default is the number of
     // processors.

@@ -11,6 +11,8 @@
 // static) and reuse it.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <unicode/uversion.h>
 
 #include <cstdint>
@@ -58,19 +60,19 @@ constexpr RegexMatchingOptions operator|(RegexMatchingOptions a, RegexMatchingOp
 }
 
 // Why a pattern did not compile.
-struct RegexError {
+struct ZV_EXPORT RegexError {
     std::string name;                  // ICU's error code name, "U_REGEX_MISMATCHED_PAREN"
     int32_t offset = -1;               // where in the pattern (UTF-16 units), -1 when unknown
     std::string localizedDescription;  // one line for a log, naming the pattern
 };
 
 // A range of UTF-16 code units in the searched text.
-struct RegexRange {
+struct ZV_EXPORT RegexRange {
     size_t location = 0;
     size_t length = 0;
 };
 
-class Regex {
+class ZV_EXPORT Regex {
 public:
     // Nothing, with `error` filled in when given, if the pattern does not compile.
     static std::optional<Regex> compile(std::string_view pattern, RegexOptions options = RegexOptions::None,

@@ -11,6 +11,8 @@
 // without "= value" (`"key";`) maps the key to itself.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <map>
 #include <optional>
 #include <string>
@@ -23,6 +25,6 @@ using StringsTable = std::map<std::string, std::string, std::less<>>;
 // The entries of `text`. Reading stops at the first malformed entry: the
 // entries before it are kept, and `error`, when given, receives
 // "line N: what was wrong". A later duplicate key replaces the earlier one.
-StringsTable parseStringsTable(std::string_view text, std::string* error = nullptr);
+ZV_EXPORT StringsTable parseStringsTable(std::string_view text, std::string* error = nullptr);
 
 }  // namespace zv

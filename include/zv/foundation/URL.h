@@ -10,6 +10,8 @@
 // decodes. Two URLs are equal when their string forms are.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,14 +20,14 @@
 namespace zv {
 
 // One `name=value` of a query; `value` is missing for a bare `name`.
-struct URLQueryItem {
+struct ZV_EXPORT URLQueryItem {
     std::string name;
     std::optional<std::string> value;
 
     friend bool operator==(const URLQueryItem&, const URLQueryItem&) = default;
 };
 
-class URL {
+class ZV_EXPORT URL {
 public:
     // An absolute URL ("https://host/a?b#c", "cid:part1@host", "file:///tmp/x").
     static std::optional<URL> parse(std::string_view text);

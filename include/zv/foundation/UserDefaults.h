@@ -16,6 +16,8 @@
 // thread-safe.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/foundation/Value.h>
 
 #include <cstdint>
@@ -27,7 +29,7 @@
 
 namespace zv {
 
-class UserDefaults {
+class ZV_EXPORT UserDefaults {
 public:
     // The process's defaults, in the file of the current application id.
     static UserDefaults& standard();

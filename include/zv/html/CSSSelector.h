@@ -41,6 +41,8 @@
 // complex selector; deeper text does not parse.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <cstdint>
 #include <memory>
 #include <string_view>
@@ -51,7 +53,7 @@ class HTMLElement;
 struct CompiledSelectorList;
 enum class HTMLQuirksMode : uint8_t;
 
-class CSSSelector {
+class ZV_EXPORT CSSSelector {
 public:
     // Never throws. Text that does not parse (empty, an at-rule prelude such
     // as "@media screen", an unknown pseudo-class, a stray comma, …) gives a

@@ -1,11 +1,13 @@
 // Text and comment nodes: nodes that carry a string and no children.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLNode.h>
 
 namespace zv::html {
 
-class HTMLCharacterData : public HTMLNode {
+class ZV_EXPORT HTMLCharacterData : public HTMLNode {
 public:
     const std::string& data() const noexcept { return data_; }
     void setData(std::string data) { data_ = std::move(data); }
@@ -22,7 +24,7 @@ private:
     std::string data_;
 };
 
-class HTMLText final : public HTMLCharacterData {
+class ZV_EXPORT HTMLText final : public HTMLCharacterData {
 public:
     explicit HTMLText(std::string data = {}) : HTMLCharacterData(HTMLNodeType::Text, std::move(data)) {}
     static Ref<HTMLText> create(std::string data = {}) { return make<HTMLText>(std::move(data)); }
@@ -32,7 +34,7 @@ protected:
     Ref<HTMLNode> cloneShallow() const override { return create(data()); }
 };
 
-class HTMLComment final : public HTMLCharacterData {
+class ZV_EXPORT HTMLComment final : public HTMLCharacterData {
 public:
     explicit HTMLComment(std::string data = {}) : HTMLCharacterData(HTMLNodeType::Comment, std::move(data)) {}
     static Ref<HTMLComment> create(std::string data = {}) { return make<HTMLComment>(std::move(data)); }

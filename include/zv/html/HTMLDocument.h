@@ -1,6 +1,8 @@
 // The document: the root of a parsed page.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLNode.h>
 
 #include <string>
@@ -13,7 +15,7 @@ class HTMLElement;
 
 enum class HTMLQuirksMode : uint8_t { NoQuirks, LimitedQuirks, Quirks };
 
-class HTMLDocument final : public HTMLNode {
+class ZV_EXPORT HTMLDocument final : public HTMLNode {
 public:
     HTMLDocument() : HTMLNode(HTMLNodeType::Document) {}
     static Ref<HTMLDocument> create() { return make<HTMLDocument>(); }

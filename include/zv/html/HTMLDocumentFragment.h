@@ -1,11 +1,13 @@
 // A parentless container of nodes, as fragment parsing returns it.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLNode.h>
 
 namespace zv::html {
 
-class HTMLDocumentFragment final : public HTMLNode {
+class ZV_EXPORT HTMLDocumentFragment final : public HTMLNode {
 public:
     HTMLDocumentFragment() : HTMLNode(HTMLNodeType::DocumentFragment) {}
     static Ref<HTMLDocumentFragment> create() { return make<HTMLDocumentFragment>(); }

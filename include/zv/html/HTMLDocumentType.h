@@ -1,11 +1,13 @@
 // The <!DOCTYPE> node.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLNode.h>
 
 namespace zv::html {
 
-class HTMLDocumentType final : public HTMLNode {
+class ZV_EXPORT HTMLDocumentType final : public HTMLNode {
 public:
     HTMLDocumentType(std::string name, std::string publicIdentifier, std::string systemIdentifier)
         : HTMLNode(HTMLNodeType::DocumentType), name_(std::move(name)),

@@ -1,6 +1,8 @@
 // An element: a name in a namespace, ordered attributes, children.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLNode.h>
 #include <zv/html/HTMLTagNames.h>
 
@@ -16,7 +18,7 @@ class HTMLDocumentFragment;
 // their qualified name is the prefix, ":" and `name` ("xlink:href").
 enum class AttributeNamespace : uint8_t { None, XLink, XML, XMLNS };
 
-struct HTMLAttribute {
+struct ZV_EXPORT HTMLAttribute {
     std::string name;  // the local name
     std::string value;
     AttributeNamespace ns = AttributeNamespace::None;
@@ -24,7 +26,7 @@ struct HTMLAttribute {
     std::string qualifiedName() const;
 };
 
-class HTMLElement : public HTMLNode {
+class ZV_EXPORT HTMLElement : public HTMLNode {
 public:
     HTMLElement(std::string_view localName, Namespace ns = Namespace::HTML);
     HTMLElement(Tag tag, Namespace ns = Namespace::HTML);

@@ -6,6 +6,8 @@
 // serialised nor when they are freed.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/Ref.h>
 
 #include <functional>
@@ -28,7 +30,7 @@ enum class HTMLNodeType : uint8_t {
     DocumentFragment = 11,
 };
 
-class HTMLNode : public RefCounted {
+class ZV_EXPORT HTMLNode : public RefCounted {
 public:
     virtual ~HTMLNode();
 

@@ -4,16 +4,18 @@
 // behind it freely, but not at or ahead of that node.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLNode.h>
 
 namespace zv::html {
 
 // The node after `node` in document order within `root`'s subtree, or null.
-HTMLNode* nextNodeInSubtree(const HTMLNode* node, const HTMLNode* root) noexcept;
+ZV_EXPORT HTMLNode* nextNodeInSubtree(const HTMLNode* node, const HTMLNode* root) noexcept;
 // Like nextNodeInSubtree, but skips `node`'s own descendants.
-HTMLNode* nextNodeSkippingChildren(const HTMLNode* node, const HTMLNode* root) noexcept;
+ZV_EXPORT HTMLNode* nextNodeSkippingChildren(const HTMLNode* node, const HTMLNode* root) noexcept;
 
-class HTMLNodeIterator {
+class ZV_EXPORT HTMLNodeIterator {
 public:
     explicit HTMLNodeIterator(HTMLNode* root) noexcept : root_(root), next_(root) {}
     HTMLNode* nextNode() noexcept {

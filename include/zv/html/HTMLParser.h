@@ -4,6 +4,8 @@
 // innerHTML does). Input is UTF-8, or bytes whose encoding is sniffed.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLDocument.h>
 #include <zv/html/HTMLDocumentFragment.h>
 #include <zv/html/HTMLElement.h>
@@ -16,14 +18,14 @@
 
 namespace zv::html {
 
-struct HTMLParserOptions {
+struct ZV_EXPORT HTMLParserOptions {
     // With scripting on, <noscript> is raw text, as in a browser that runs scripts.
     bool scripting = false;
     // Collect parse errors (parseErrors()); off by default, it costs time.
     bool collectErrors = false;
 };
 
-class HTMLParser {
+class ZV_EXPORT HTMLParser {
 public:
     // `html` is UTF-8 text; it is copied, so it need not outlive the parser.
     explicit HTMLParser(std::string_view html, HTMLParserOptions options = {});

@@ -6,6 +6,8 @@
 // (Tag::Unknown), so hostile input cannot grow a global table.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <cstdint>
 #include <string_view>
 
@@ -57,13 +59,13 @@ enum class Tag : uint16_t {
 };
 
 // Exact, case-sensitive lookup; Tag::Unknown for names outside the list.
-Tag tagFromName(std::string_view name) noexcept;
+ZV_EXPORT Tag tagFromName(std::string_view name) noexcept;
 // The name of a known tag; empty for Tag::Unknown.
-std::string_view tagName(Tag tag) noexcept;
+ZV_EXPORT std::string_view tagName(Tag tag) noexcept;
 
 enum class Namespace : uint8_t { HTML, SVG, MathML };
 
 // The namespace URI the DOM reports.
-std::string_view namespaceURI(Namespace ns) noexcept;
+ZV_EXPORT std::string_view namespaceURI(Namespace ns) noexcept;
 
 }  // namespace zv::html

@@ -4,6 +4,8 @@
 // switch on the raw value (character 0, end tag 3, start tag 6) rely on it.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLTagNames.h>
 
 #include <cstddef>
@@ -24,23 +26,23 @@ enum class HTMLTokenType : uint8_t {
     StartTag = 6,
 };
 
-struct HTMLParseError {
+struct ZV_EXPORT HTMLParseError {
     std::string code;  // the HTML standard's error code, e.g. "eof-in-tag"
     size_t line = 1;   // 1-based, counted in the preprocessed input
     size_t column = 1;
 };
 
-struct HTMLToken {
+struct ZV_EXPORT HTMLToken {
     explicit HTMLToken(HTMLTokenType t) : type(t) {}
     HTMLTokenType type;
 };
 
-struct HTMLTokenAttribute {
+struct ZV_EXPORT HTMLTokenAttribute {
     std::string name;  // lower-cased
     std::string value;
 };
 
-struct HTMLTagToken : HTMLToken {
+struct ZV_EXPORT HTMLTagToken : HTMLToken {
     using HTMLToken::HTMLToken;
     std::string tagName;  // lower-cased
     Tag tag = Tag::Unknown;
@@ -55,28 +57,28 @@ struct HTMLTagToken : HTMLToken {
     }
 };
 
-struct HTMLStartTagToken : HTMLTagToken {
+struct ZV_EXPORT HTMLStartTagToken : HTMLTagToken {
     HTMLStartTagToken() : HTMLTagToken(HTMLTokenType::StartTag) {}
 };
 
-struct HTMLEndTagToken : HTMLTagToken {
+struct ZV_EXPORT HTMLEndTagToken : HTMLTagToken {
     HTMLEndTagToken() : HTMLTagToken(HTMLTokenType::EndTag) {}
 };
 
 // A run of characters. The view stays valid until the next token is taken.
 // A U+0000 in the data state or a CDATA section comes as a token of its own,
 // so a tree builder can drop or replace it without splitting runs.
-struct HTMLCharacterToken : HTMLToken {
+struct ZV_EXPORT HTMLCharacterToken : HTMLToken {
     HTMLCharacterToken() : HTMLToken(HTMLTokenType::Character) {}
     std::string_view characters;
 };
 
-struct HTMLCommentToken : HTMLToken {
+struct ZV_EXPORT HTMLCommentToken : HTMLToken {
     HTMLCommentToken() : HTMLToken(HTMLTokenType::Comment) {}
     std::string data;
 };
 
-struct HTMLDOCTYPEToken : HTMLToken {
+struct ZV_EXPORT HTMLDOCTYPEToken : HTMLToken {
     HTMLDOCTYPEToken() : HTMLToken(HTMLTokenType::DOCTYPE) {}
     std::optional<std::string> name;
     std::optional<std::string> publicIdentifier;
@@ -84,7 +86,7 @@ struct HTMLDOCTYPEToken : HTMLToken {
     bool forceQuirks = false;
 };
 
-struct HTMLEOFToken : HTMLToken {
+struct ZV_EXPORT HTMLEOFToken : HTMLToken {
     HTMLEOFToken() : HTMLToken(HTMLTokenType::EndOfFile) {}
 };
 

@@ -9,6 +9,8 @@
 // which the tokenizer pulls from only as far as its tokens reach.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLToken.h>
 
 #include <functional>
@@ -34,7 +36,7 @@ enum class HTMLTokenizerState : uint8_t {
 // Pieces end on character boundaries (a sequence cut in two reads as invalid).
 using HTMLTextSource = std::function<std::string_view()>;
 
-class HTMLTokenizer {
+class ZV_EXPORT HTMLTokenizer {
 public:
     using ParseErrorCallback = std::function<void(const HTMLParseError&)>;
 

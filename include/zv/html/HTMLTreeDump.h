@@ -3,6 +3,7 @@
 #pragma once
 
 #include <zv/Export.h>
+
 #include <zv/html/HTMLNode.h>
 
 #include <ostream>

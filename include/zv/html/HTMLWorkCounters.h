@@ -13,7 +13,7 @@
 
 namespace zv::html {
 
-struct HTMLWorkCounters {
+struct ZV_EXPORT HTMLWorkCounters {
     uint64_t elementsEnteredByQueries = 0;
     uint64_t stepsTowardsDocument = 0;
     uint64_t attributeNamesCompared = 0;

@@ -5,12 +5,14 @@
 // time, which is how mail code uses it (one document per worker).
 #pragma once
 
+#include <zv/Export.h>
+
 #include <cstdint>
 #include <utility>
 
 namespace zv::html {
 
-class RefCounted {
+class ZV_EXPORT RefCounted {
 public:
     RefCounted() = default;
     RefCounted(const RefCounted&) = delete;
@@ -57,7 +59,7 @@ private:
 };
 
 // Frees a node whose count reached zero; defined with the node types.
-void destroyNode(const RefCounted* node) noexcept;
+ZV_EXPORT void destroyNode(const RefCounted* node) noexcept;
 
 template <class T>
 void Ref<T>::reset() noexcept {

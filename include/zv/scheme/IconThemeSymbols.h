@@ -15,6 +15,8 @@
 // The result is PNG.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/scheme/SymbolImage.h>
 
 #include <optional>
@@ -24,12 +26,12 @@
 namespace zv {
 
 // The icon a symbol name is drawn from, or nothing when there is none.
-std::optional<std::string> iconNameForSymbol(std::string_view symbolName);
+ZV_EXPORT std::optional<std::string> iconNameForSymbol(std::string_view symbolName);
 
 // A SymbolRenderer.
-std::optional<Data> renderIconThemeSymbol(const SymbolImageRequest& request);
+ZV_EXPORT std::optional<Data> renderIconThemeSymbol(const SymbolImageRequest& request);
 
 // setSymbolRenderer(renderIconThemeSymbol).
-void useIconThemeSymbols();
+ZV_EXPORT void useIconThemeSymbols();
 
 }  // namespace zv

@@ -8,6 +8,8 @@
 // IconThemeSymbols.h). Without one, every symbol is unknown.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/foundation/Color.h>
 #include <zv/scheme/URLResponse.h>
 
@@ -20,7 +22,7 @@ namespace zv {
 
 enum class SymbolWeight { UltraLight, Thin, Light, Regular, Medium, Semibold, Bold, Heavy, Black };
 
-struct SymbolImageRequest {
+struct ZV_EXPORT SymbolImageRequest {
     std::string name;
     double pointSize = 96;  // pixels of the square the symbol is drawn in
     SymbolWeight weight = SymbolWeight::Regular;
@@ -36,13 +38,13 @@ struct SymbolImageRequest {
 // unreadable is none) are matched without case, later ones winning. The
 // point size is twice the size, for screens of two pixels per point.
 // Nothing when the text is not a URL.
-std::optional<SymbolImageRequest> symbolImageRequestFromURL(std::string_view url);
+ZV_EXPORT std::optional<SymbolImageRequest> symbolImageRequestFromURL(std::string_view url);
 
 // PNG bytes of the symbol, or nothing when no symbol has that name.
 using SymbolRenderer = std::function<std::optional<Data>(const SymbolImageRequest&)>;
 
 // The process-wide renderer; setting an empty one removes it. Safe from any thread.
-void setSymbolRenderer(SymbolRenderer renderer);
-SymbolRenderer symbolRenderer();
+ZV_EXPORT void setSymbolRenderer(SymbolRenderer renderer);
+ZV_EXPORT SymbolRenderer symbolRenderer();
 
 }  // namespace zv

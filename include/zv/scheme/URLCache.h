@@ -12,6 +12,8 @@
 // fresh file cannot be made), and a load simply misses.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/scheme/URLResponse.h>
 
 #include <cstdint>
@@ -24,14 +26,14 @@ struct sqlite3;
 
 namespace zv {
 
-struct CachedURLResponse {
+struct ZV_EXPORT CachedURLResponse {
     URLResponse response;
     Data data;
 
     friend bool operator==(const CachedURLResponse&, const CachedURLResponse&) = default;
 };
 
-class URLCache {
+class ZV_EXPORT URLCache {
 public:
     static constexpr std::int64_t kDefaultCapacity = 64 * 1024 * 1024;
 

@@ -2,13 +2,15 @@
 // header fields and body the page sent, and how long the load may sit idle.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/scheme/URLResponse.h>
 
 #include <string>
 
 namespace zv {
 
-struct URLRequest {
+struct ZV_EXPORT URLRequest {
     // Seconds a load may go without progress before it fails; 60 unless the
     // caller says otherwise.
     static constexpr double kDefaultTimeoutInterval = 60;

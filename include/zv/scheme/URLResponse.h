@@ -5,6 +5,8 @@
 // responses; a status code of 0 marks the plain kind.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -21,7 +23,7 @@ using Data = std::vector<std::uint8_t>;
 // may repeat.
 using HTTPHeaderFields = std::vector<std::pair<std::string, std::string>>;
 
-struct URLResponse {
+struct ZV_EXPORT URLResponse {
     std::string url;
     std::string mimeType;
     std::int64_t expectedContentLength = -1;  // -1: unknown

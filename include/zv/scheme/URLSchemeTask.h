@@ -6,13 +6,15 @@
 // that at its boundary and logs it. Both calls come on the main thread.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/foundation/Error.h>
 #include <zv/scheme/URLRequest.h>
 #include <zv/scheme/URLResponse.h>
 
 namespace zv {
 
-class URLSchemeTask {
+class ZV_EXPORT URLSchemeTask {
 public:
     virtual ~URLSchemeTask() = default;
 

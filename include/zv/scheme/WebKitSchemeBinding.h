@@ -19,6 +19,8 @@
 // until it is finalized. Call on the main thread.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/scheme/ZVWebViewURLSchemeHandler.h>
 
 #include <memory>
@@ -34,12 +36,12 @@ namespace zv {
 // that WebKit serves itself ("http", "file", "data", ...) are refused with a
 // log line. The first binding in the process also installs the icon-theme
 // symbol renderer (IconThemeSymbols.h) unless a renderer is already set.
-void setURLSchemeHandler(WebKitWebView* webView, const std::shared_ptr<ZVWebViewURLSchemeHandler>& handler,
+ZV_EXPORT void setURLSchemeHandler(WebKitWebView* webView, const std::shared_ptr<ZVWebViewURLSchemeHandler>& handler,
                          const std::string& scheme);
 // The same for every scheme in `handler`'s table at the time of the call.
-void setURLSchemeHandler(WebKitWebView* webView, const std::shared_ptr<ZVWebViewURLSchemeHandler>& handler);
+ZV_EXPORT void setURLSchemeHandler(WebKitWebView* webView, const std::shared_ptr<ZVWebViewURLSchemeHandler>& handler);
 
 // The handler bound to `webView` for `scheme`, if any.
-std::shared_ptr<ZVWebViewURLSchemeHandler> urlSchemeHandler(WebKitWebView* webView, const std::string& scheme);
+ZV_EXPORT std::shared_ptr<ZVWebViewURLSchemeHandler> urlSchemeHandler(WebKitWebView* webView, const std::string& scheme);
 
 }  // namespace zv

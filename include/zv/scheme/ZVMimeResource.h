@@ -3,13 +3,15 @@
 // its encoding.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/scheme/URLResponse.h>
 
 #include <string>
 
 namespace zv {
 
-struct ZVMimeResource {
+struct ZV_EXPORT ZVMimeResource {
     Data data;
     std::string URL;
     std::string MIMEType;

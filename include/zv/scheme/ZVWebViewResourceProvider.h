@@ -2,6 +2,8 @@
 // resource table, typically the mail store reading the part on demand.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/scheme/URLResponse.h>
 
 #include <functional>
@@ -10,7 +12,7 @@
 
 namespace zv {
 
-class ZVWebViewResourceProvider {
+class ZV_EXPORT ZVWebViewResourceProvider {
 public:
     // Either may be missing; the answer is then taken as "no such part".
     using Completion = std::function<void(std::optional<std::string> mimeType, std::optional<Data> data)>;

@@ -34,6 +34,8 @@
 // one never sees it change. Members are safe from any thread unless noted.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/foundation/Error.h>
 #include <zv/scheme/SchemeKeys.h>
 #include <zv/scheme/URLRequest.h>
@@ -56,7 +58,7 @@ namespace zv {
 
 class URLCache;
 
-class ZVWebViewURLSchemeHandler : public std::enable_shared_from_this<ZVWebViewURLSchemeHandler> {
+class ZV_EXPORT ZVWebViewURLSchemeHandler : public std::enable_shared_from_this<ZVWebViewURLSchemeHandler> {
 public:
     // How a routine answers: response, data and error each optional; an
     // untracked answer skips the delegate and the load bookkeeping.

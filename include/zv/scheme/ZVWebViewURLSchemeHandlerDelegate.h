@@ -6,6 +6,8 @@
 // started the load (the main thread for loads a web view started).
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/foundation/Error.h>
 #include <zv/scheme/URLRequest.h>
 #include <zv/scheme/URLResponse.h>
@@ -17,7 +19,7 @@ namespace zv {
 
 class ZVWebViewURLSchemeHandler;
 
-struct ZVWebViewURLSchemeHandlerDelegate {
+struct ZV_EXPORT ZVWebViewURLSchemeHandlerDelegate {
     // A load went to the network (cache misses only).
     std::function<void(ZVWebViewURLSchemeHandler& handler, const URLRequest& request)> startedURLRequest;
     // A tracked answer reached its task: the response or the error it carried.

@@ -6,6 +6,8 @@
 // callback sees the element already in the tree and may add children to it.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLElement.h>
 
 #include <functional>
@@ -20,18 +22,18 @@ using ElementSetup = std::function<void(html::HTMLElement&)>;
 // `className`, "" when that is absent (empty); its id is set only when
 // `elementId` is not empty. `setup`, when given, runs last. Returns the
 // element, or null (and no callback) when `parent` cannot have children.
-html::HTMLElement* addElement(html::HTMLNode& parent, std::string_view tag, std::string_view className,
+ZV_EXPORT html::HTMLElement* addElement(html::HTMLNode& parent, std::string_view tag, std::string_view className,
                               std::string_view elementId, const ElementSetup& setup = {});
 // The same without class or id.
-html::HTMLElement* addElement(html::HTMLNode& parent, std::string_view tag, const ElementSetup& setup = {});
+ZV_EXPORT html::HTMLElement* addElement(html::HTMLNode& parent, std::string_view tag, const ElementSetup& setup = {});
 
 // The same set-up on a detached element that the caller owns.
-html::Ref<html::HTMLElement> newWithTag(std::string_view tag, std::string_view className,
+ZV_EXPORT html::Ref<html::HTMLElement> newWithTag(std::string_view tag, std::string_view className,
                                         std::string_view elementId, const ElementSetup& setup = {});
-html::Ref<html::HTMLElement> newWithTag(std::string_view tag, const ElementSetup& setup = {});
+ZV_EXPORT html::Ref<html::HTMLElement> newWithTag(std::string_view tag, const ElementSetup& setup = {});
 
 // The "src" attribute, or null when there is none.
-const std::string* src(const html::HTMLElement& element);
-void setSrc(html::HTMLElement& element, std::string_view source);
+ZV_EXPORT const std::string* src(const html::HTMLElement& element);
+ZV_EXPORT void setSrc(html::HTMLElement& element, std::string_view source);
 
 }  // namespace zv

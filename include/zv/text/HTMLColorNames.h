@@ -10,6 +10,8 @@
 // Synonyms share their value: aqua and cyan, fuchsia and magenta.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/foundation/Color.h>
 
 #include <optional>
@@ -19,6 +21,6 @@ namespace zv {
 
 // The opaque colour named `name`, compared after Unicode lower-casing and
 // nothing else: "Red" and "RED" are red, " red" and "#ff0000" are nothing.
-std::optional<Color> colorWithHTMLName(std::string_view name);
+ZV_EXPORT std::optional<Color> colorWithHTMLName(std::string_view name);
 
 }  // namespace zv

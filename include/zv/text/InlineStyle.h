@@ -19,6 +19,8 @@
 // reproducible.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLElement.h>
 #include <zv/html/HTMLToken.h>
 
@@ -33,35 +35,35 @@ namespace zv {
 
 using StyleDictionary = std::map<std::string, std::string>;
 
-StyleDictionary parseStyleDictionary(std::string_view styleText);
-std::string styleTextForDictionary(const StyleDictionary& style);
+ZV_EXPORT StyleDictionary parseStyleDictionary(std::string_view styleText);
+ZV_EXPORT std::string styleTextForDictionary(const StyleDictionary& style);
 
 // The value parseStyleDictionary(styleText) holds under `name` (lower case),
 // found without building the map: for hot paths that ask for a property or two.
-std::optional<std::string> styleValue(std::string_view styleText, std::string_view name);
+ZV_EXPORT std::optional<std::string> styleValue(std::string_view styleText, std::string_view name);
 // The same for several names in one pass; the values in the order of `names`.
-std::vector<std::optional<std::string>> styleValues(std::string_view styleText,
+ZV_EXPORT std::vector<std::optional<std::string>> styleValues(std::string_view styleText,
                                                     std::initializer_list<std::string_view> names);
 
 // The "style" attribute as it is, or null when there is none.
-const std::string* style(const html::HTMLElement& element);
-void setStyle(html::HTMLElement& element, std::string_view styleText);
+ZV_EXPORT const std::string* style(const html::HTMLElement& element);
+ZV_EXPORT void setStyle(html::HTMLElement& element, std::string_view styleText);
 
 // The element's style attribute parsed; empty when it has none.
-StyleDictionary styleDictionary(const html::HTMLElement& element);
+ZV_EXPORT StyleDictionary styleDictionary(const html::HTMLElement& element);
 // The start tag's style attribute parsed; empty when it has none.
-StyleDictionary styleDictionary(const html::HTMLTagToken& token);
+ZV_EXPORT StyleDictionary styleDictionary(const html::HTMLTagToken& token);
 
 // Replaces the style attribute with the dictionary written out (an empty
 // dictionary leaves an empty attribute, not none).
-void setStyleDictionary(html::HTMLElement& element, const StyleDictionary& style);
+ZV_EXPORT void setStyleDictionary(html::HTMLElement& element, const StyleDictionary& style);
 
 // The element's dictionary with every entry of `style` put over it, written
 // back. Re-writing normalises the attribute even when nothing is added:
 // appending "" turns "COLOR:red ; x" into "color: red;" and gives an element
 // without a style attribute an empty one.
-void appendStyleWithDict(html::HTMLElement& element, const StyleDictionary& style);
+ZV_EXPORT void appendStyleWithDict(html::HTMLElement& element, const StyleDictionary& style);
 // `styleText` parsed by the reading rules, then appendStyleWithDict.
-void appendStyleWith(html::HTMLElement& element, std::string_view styleText);
+ZV_EXPORT void appendStyleWith(html::HTMLElement& element, std::string_view styleText);
 
 }  // namespace zv

@@ -40,6 +40,8 @@
 // argument; they may run on any thread, each on its own tree.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLDocumentFragment.h>
 #include <zv/html/HTMLElement.h>
 
@@ -48,11 +50,11 @@
 namespace zv {
 
 // The plain text of `element`; `element` is not changed.
-std::string plainText(const html::HTMLElement& element);
+ZV_EXPORT std::string plainText(const html::HTMLElement& element);
 // The plain texts of the fragment's top-level nodes, concatenated: an element
 // gives its plainText (even when empty), a text node its text through
 // squireCleanup and zvTrim when that is not empty, other nodes nothing.
-std::string plainText(const html::HTMLDocumentFragment& fragment);
+ZV_EXPORT std::string plainText(const html::HTMLDocumentFragment& fragment);
 
 // The passes, public so that a host can run a part of the pipeline. Each one
 // changes the subtree of its argument in place.
@@ -60,30 +62,30 @@ std::string plainText(const html::HTMLDocumentFragment& fragment);
 // Prefixes each `p` descendant of the citation with a text node "> " (">"
 // when its text already starts with ">"), and each empty-break `div`
 // descendant likewise, after its `br`.
-void preprocessBlockquoteCitations(html::HTMLElement& citation);
+ZV_EXPORT void preprocessBlockquoteCitations(html::HTMLElement& citation);
 // Drops the trailing `br` children of a `p` or `div` and trims its text nodes
 // up to the first child element that is not a `br`; a `br` that is the very
 // last child goes in any case.
-void cleanBreaks(html::HTMLElement& block);
+ZV_EXPORT void cleanBreaks(html::HTMLElement& block);
 // cleanBreaks on every `p` / every `div` descendant, in document order.
-void preprocessBreaksInPs(html::HTMLElement& element);
-void preprocessBreaksInDIVs(html::HTMLElement& element);
+ZV_EXPORT void preprocessBreaksInPs(html::HTMLElement& element);
+ZV_EXPORT void preprocessBreaksInDIVs(html::HTMLElement& element);
 
 // True when the element has exactly one child node and exactly one `br`
 // descendant: <div><br></div>, <div><span><br></span></div>.
-bool isEmptyBreakDIV(const html::HTMLElement& element);
+ZV_EXPORT bool isEmptyBreakDIV(const html::HTMLElement& element);
 
 // preprocessBreaksInPs on `element` (which it changes), then plainTextForDivs
 // when a div[zv-note] is among its descendants, else plainTextForParagraphs.
-html::Ref<html::HTMLElement> finalPreprocess(html::HTMLElement& element);
+ZV_EXPORT html::Ref<html::HTMLElement> finalPreprocess(html::HTMLElement& element);
 // A new `div` holding `element`'s markup rewritten for a note-style body:
 // empty `div` lines (nothing or only no-break spaces) get a `br`, and every
 // closing `div` tag one line feed after it. `element` is not changed.
-html::Ref<html::HTMLElement> plainTextForDivs(const html::HTMLElement& element);
+ZV_EXPORT html::Ref<html::HTMLElement> plainTextForDivs(const html::HTMLElement& element);
 // A new `div` holding `element`'s markup rewritten for a paragraph body: a
 // `br` right before a paragraph's end goes, every closing `p` and `div` tag is
 // followed by one line feed and every `br` preceded by one. `element` is not
 // changed.
-html::Ref<html::HTMLElement> plainTextForParagraphs(const html::HTMLElement& element);
+ZV_EXPORT html::Ref<html::HTMLElement> plainTextForParagraphs(const html::HTMLElement& element);
 
 }  // namespace zv

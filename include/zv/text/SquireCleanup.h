@@ -2,6 +2,8 @@
 // reader should not see.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <string>
 #include <string_view>
 
@@ -11,6 +13,6 @@ namespace zv {
 // U+200C ZERO WIDTH NON-JOINER, U+200B ZERO WIDTH SPACE and U+FFFC OBJECT
 // REPLACEMENT CHARACTER deleted. Everything else, invalid UTF-8 included,
 // comes through byte for byte.
-std::string squireCleanup(std::string_view text);
+ZV_EXPORT std::string squireCleanup(std::string_view text);
 
 }  // namespace zv

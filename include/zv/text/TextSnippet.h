@@ -58,6 +58,8 @@
 // taken as they come. No collected text gives nothing (not ""). Any thread.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/html/HTMLToken.h>
 
 #include <optional>
@@ -77,7 +79,7 @@ enum ZVTextSnippetOptions : unsigned {
 
 // One open element on the extractor's stack: the start tag that opened it
 // and whether text inside it is collected.
-struct HTMLTokenStackItem {
+struct ZV_EXPORT HTMLTokenStackItem {
     html::HTMLStartTagToken token;
     bool collectionState = true;
 
@@ -88,7 +90,7 @@ struct HTMLTokenStackItem {
 
 // A snippet extraction over HTML text that the caller keeps alive. Each call
 // tokenizes the text afresh, so calls are independent of each other.
-class HTMLSnippetParser {
+class ZV_EXPORT HTMLSnippetParser {
 public:
     explicit HTMLSnippetParser(std::string_view html) : html_(html) {}
     // A temporary would be gone before it is read.
@@ -107,8 +109,8 @@ private:
     std::string_view html_;
 };
 
-std::optional<std::string> textSnippetForHTML(std::string_view html, long maxLength, unsigned options);
-std::optional<std::string> extractTextFromHTML(std::string_view html, long maxLength, unsigned options,
+ZV_EXPORT std::optional<std::string> textSnippetForHTML(std::string_view html, long maxLength, unsigned options);
+ZV_EXPORT std::optional<std::string> extractTextFromHTML(std::string_view html, long maxLength, unsigned options,
                                                std::error_code* error);
 
 }  // namespace zv

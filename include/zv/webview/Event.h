@@ -12,6 +12,7 @@
 #pragma once
 
 #include <zv/Export.h>
+
 #include <zv/foundation/Geometry.h>
 #include <zv/foundation/Value.h>
 
@@ -53,7 +54,7 @@ inline constexpr uint16_t kKeyCodeDelete = 51;
 // The key code of a key that has no virtual key code (media keys, dead keys...).
 inline constexpr uint16_t kKeyCodeUnknown = 0xFFFF;
 
-struct Event {
+struct ZV_EXPORT Event {
     EventType type = EventType::ApplicationDefined;
     uint64_t modifierFlags = 0;
     // The key's virtual key code (virtualKeyCodeForKeyval), whether the key
@@ -74,12 +75,12 @@ struct Event {
 };
 
 // Seconds since the system started, the clock of Event::timestamp.
-double systemUptime();
+ZV_EXPORT double systemUptime();
 
 // A number for the window that `widget` is in, unique in the process and
 // stable for the window's life (given on first request); 0 when the widget
 // is in no window.
-int64_t windowNumberOf(GtkWidget* widget);
+ZV_EXPORT int64_t windowNumberOf(GtkWidget* widget);
 
 // The virtual key code for a GDK key value: the numbering of the desktop
 // toolkit the delegates were written for, in which a key is named by its
@@ -89,17 +90,17 @@ ZV_EXPORT uint16_t virtualKeyCodeForKeyval(unsigned keyval);
 
 // The Event for a GDK button or key event received by `widget`; nothing for
 // other kinds (motion, crossing, touch, scroll, ...).
-std::optional<Event> eventFromGdkEvent(GdkEvent* event, GtkWidget* widget);
+ZV_EXPORT std::optional<Event> eventFromGdkEvent(GdkEvent* event, GtkWidget* widget);
 
 // The event type that stands for a DOM event type in the web view's event
 // bridge ("click" is LeftMouseUp, "contextmenu" RightMouseDown, "dragstart"
 // LeftMouseDragged, "keydown" KeyDown, "dblclick" ApplicationDefined);
 // nothing for other DOM types.
-std::optional<EventType> eventTypeForDOMEvent(std::string_view domEventType);
+ZV_EXPORT std::optional<EventType> eventTypeForDOMEvent(std::string_view domEventType);
 // The DOM event type listened to for an event type (the reverse of the above).
-std::optional<std::string_view> domEventForEventType(EventType type);
+ZV_EXPORT std::optional<std::string_view> domEventForEventType(EventType type);
 
 // One line for logs: type, modifier flags, key code and characters, window.
-std::string describe(const Event& event);
+ZV_EXPORT std::string describe(const Event& event);
 
 }  // namespace zv

@@ -8,6 +8,8 @@
 // ("ReferenceError: Can't find variable: x").
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/foundation/Error.h>
 #include <zv/foundation/Value.h>
 
@@ -22,12 +24,12 @@ namespace zv {
 using ScriptCompletion = std::function<void(std::optional<Value> value, std::optional<Error> error)>;
 
 // Without a completion the answer is dropped, errors included.
-void evaluateJavaScript(WebKitWebView* webView, std::string_view script, ScriptCompletion completion = {});
+ZV_EXPORT void evaluateJavaScript(WebKitWebView* webView, std::string_view script, ScriptCompletion completion = {});
 
 // Evaluates `script` and spins the main context (1 ms sleeps when idle)
 // until the answer has arrived; then calls `completion` and returns. Main
 // thread only. There is no time limit: the engine always answers, with an
 // error when the page is gone.
-void evaluateJavaScriptAndWait(WebKitWebView* webView, std::string_view script, const ScriptCompletion& completion);
+ZV_EXPORT void evaluateJavaScriptAndWait(WebKitWebView* webView, std::string_view script, const ScriptCompletion& completion);
 
 }  // namespace zv

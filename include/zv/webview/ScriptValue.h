@@ -5,6 +5,8 @@
 // that point works on plain JSON.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <nlohmann/json.hpp>
 
 #include <optional>
@@ -17,6 +19,6 @@ namespace zv {
 // null as JSON.stringify gives them. Undefined (and a null pointer) give
 // nothing: the page answered without a value. A value JSON cannot hold
 // (a function, a cyclic object) also gives nothing.
-std::optional<nlohmann::json> valueFromJSCValue(JSCValue* value);
+ZV_EXPORT std::optional<nlohmann::json> valueFromJSCValue(JSCValue* value);
 
 }  // namespace zv

@@ -4,6 +4,8 @@
 // this header lets GObjectRef hold one (UserScriptRef).
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/webview/GObjectRef.h>
 
 #include <webkit/webkit.h>
@@ -22,6 +24,6 @@ struct GObjectRefTraits<WebKitUserScript> {
 using UserScriptRef = GObjectRef<WebKitUserScript>;
 
 // A script run at document start, in the top frame only or in every frame.
-UserScriptRef makeDocumentStartScript(std::string_view source, bool topFrameOnly = true);
+ZV_EXPORT UserScriptRef makeDocumentStartScript(std::string_view source, bool topFrameOnly = true);
 
 }  // namespace zv

@@ -17,6 +17,8 @@
 // sleeps when idle) until the page has answered; the page keeps running.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/foundation/URL.h>
 #include <zv/html/HTMLDocument.h>
 #include <zv/webview/ScriptEvaluation.h>
@@ -30,26 +32,26 @@ namespace zv {
 
 // Loads the outer HTML of the document's root element (the doctype is not
 // part of it) with `baseURL` for relative references. Does not wait.
-void loadHTMLDocument(WebKitWebView* webView, const html::HTMLDocument& document,
+ZV_EXPORT void loadHTMLDocument(WebKitWebView* webView, const html::HTMLDocument& document,
                       const std::optional<URL>& baseURL = std::nullopt);
 
 // The completion gets the height, or nothing and the error when the script
 // failed (a page without `bodyClone`). Waits: returns after the completion ran.
-void fetchBodyScrollHeight(WebKitWebView* webView, const ScriptCompletion& completion);
+ZV_EXPORT void fetchBodyScrollHeight(WebKitWebView* webView, const ScriptCompletion& completion);
 // The client height of the same element. Does not wait.
-void fetchBodyClientHeight(WebKitWebView* webView, ScriptCompletion completion);
+ZV_EXPORT void fetchBodyClientHeight(WebKitWebView* webView, ScriptCompletion completion);
 
 // The selection as HTML: the whole body's inner HTML when the selection is
 // collapsed, else the first range's contents (text nodes as their text,
 // other nodes as their outer HTML; the range's text when it has no nodes),
 // else "". Does not wait.
-void fetchHTMLContentsOfSelection(WebKitWebView* webView, ScriptCompletion completion);
+ZV_EXPORT void fetchHTMLContentsOfSelection(WebKitWebView* webView, ScriptCompletion completion);
 
 // A report of the sizing swap as HTML comments. The script stops at a name
 // it never declares, so what comes back is that error's message. Waits.
-std::string debugSizingHTML(WebKitWebView* webView);
+ZV_EXPORT std::string debugSizingHTML(WebKitWebView* webView);
 // The page's document.documentElement.outerHTML. Waits, and as a debugging
 // aid it waits for good if the page cannot answer (no document element).
-std::string debugCurrentHTML(WebKitWebView* webView);
+ZV_EXPORT std::string debugCurrentHTML(WebKitWebView* webView);
 
 }  // namespace zv

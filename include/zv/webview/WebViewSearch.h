@@ -14,6 +14,8 @@
 // Main thread only.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <cstdint>
 #include <functional>
 #include <string_view>
@@ -27,17 +29,17 @@ namespace zv {
 // javascript:<reason>"), then "WKWebView_HighlightAllOccurencesOfString('<text>')".
 // The text goes into the call as it is: an apostrophe or backslash in it
 // changes or breaks the call.
-void highlightAllOccurencesOfString(WebKitWebView* webView, std::string_view text);
+ZV_EXPORT void highlightAllOccurencesOfString(WebKitWebView* webView, std::string_view text);
 
 // Reads WKWebView_SearchResultCount and, later on the main thread, calls
 // `completion` with it. When the page reports an error or no value the
 // completion is never called; a value that is not a number is logged as a
 // programming error of the search script and the completion is not called.
-void handleSearchResultCount(WebKitWebView* webView, std::function<void(int64_t count)> completion);
+ZV_EXPORT void handleSearchResultCount(WebKitWebView* webView, std::function<void(int64_t count)> completion);
 
-void removeAllHighlights(WebKitWebView* webView);
-void searchNext(WebKitWebView* webView);
+ZV_EXPORT void removeAllHighlights(WebKitWebView* webView);
+ZV_EXPORT void searchNext(WebKitWebView* webView);
 // Calls the page's WKWebView_SearchPrev().
-void searchPrevious(WebKitWebView* webView);
+ZV_EXPORT void searchPrevious(WebKitWebView* webView);
 
 }  // namespace zv

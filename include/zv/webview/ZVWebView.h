@@ -39,6 +39,7 @@
 #pragma once
 
 #include <zv/Export.h>
+
 #include <zv/foundation/Geometry.h>
 #include <zv/html/HTMLElement.h>
 #include <zv/foundation/Value.h>
@@ -79,7 +80,7 @@ inline constexpr char kZVKeyDownEventMessage[] = "_ZVKeyDownEvent";
 // about 200 MiB each. The new view then takes the related view's web context
 // and network session, so those two members are ignored; it still keeps its
 // own user content manager, scripts and message handlers.
-struct ZVWebViewConfiguration {
+struct ZV_EXPORT ZVWebViewConfiguration {
     GObjectRef<WebKitUserContentManager> userContentManager;
     GObjectRef<WebKitSettings> settings;
     GObjectRef<WebKitWebContext> webContext;
@@ -89,7 +90,7 @@ struct ZVWebViewConfiguration {
 
 class ZVWebViewScriptHandler;
 
-class ZVWebView : public std::enable_shared_from_this<ZVWebView> {
+class ZV_EXPORT ZVWebView : public std::enable_shared_from_this<ZVWebView> {
 public:
     static std::shared_ptr<ZVWebView> create(const ZVWebViewConfiguration& configuration = {});
     ~ZVWebView();

@@ -20,6 +20,8 @@
 //   the page reported a "contextmenu" event just before.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/webview/Event.h>
 
 #include <functional>
@@ -32,7 +34,7 @@ namespace zv {
 
 class ZVWebView;
 
-struct ZVWebViewEventDelegate {
+struct ZV_EXPORT ZVWebViewEventDelegate {
     std::function<std::vector<std::string>(EventType type)> webViewDOMSelectorsForEventType;
     std::function<void(const Event& event)> webViewEvent;
     std::function<void(ZVWebView& webView, const Event& keyDown)> webViewReceivedKeyDown;

@@ -12,6 +12,8 @@
 // never starts the page's own drag; a handled event stops propagating.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <zv/webview/ZVWebViewEventDelegate.h>
 
 #include <optional>
@@ -24,13 +26,13 @@ namespace zv {
 // The piece that attaches `domEvent` listeners to the elements `selectors`
 // match: it starts "let <domEvent>Selectors = ['<s1>','<s2>'];". Selectors
 // are inserted as they are.
-std::string eventListenerScript(std::string_view domEvent, const std::vector<std::string>& selectors);
+ZV_EXPORT std::string eventListenerScript(std::string_view domEvent, const std::vector<std::string>& selectors);
 
 // The piece that reports Backspace as a "_ZVKeyDownEvent" message and keeps
 // it from the page.
-std::string_view backspaceScript();
+ZV_EXPORT std::string_view backspaceScript();
 
 // The whole script for `delegate`, or nothing when it wants no events.
-std::optional<std::string> eventScriptForDelegate(const ZVWebViewEventDelegate& delegate);
+ZV_EXPORT std::optional<std::string> eventScriptForDelegate(const ZVWebViewEventDelegate& delegate);
 
 }  // namespace zv
