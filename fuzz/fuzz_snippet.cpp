@@ -8,6 +8,8 @@
 //         cycle of four
 //   3     maxLength (0: no limit)
 //   4     the snippet options (low five bits) and the default encoding (bit 5)
+// The first 1024 bytes are gathered to sniff the encoding and decoded in one
+// go, so the pieces only cut what follows them: inputs past 1 KB count most.
 #include <zv/html/HTMLEncoding.h>
 #include <zv/text/TextSnippet.h>
 #include <zv/text/TextSnippetStream.h>
@@ -17,15 +19,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace {
 
-constexpr const char* kLabels[] = {
-    "",  "utf-8",     "utf-16le",  "utf-16be",    "windows-1252", "shift_jis",
-    "euc-jp", "gbk",  "gb18030",   "big5",        "iso-2022-jp",  "iso-2022-kr",  // the last: replacement
-};
+// "iso-2022-kr" denotes the replacement encoding.
+constexpr const char* kLabels[] = {"",       "utf-8", "utf-16le", "utf-16be", "windows-1252", "shift_jis",
+                                   "euc-jp", "gbk",   "gb18030",  "big5",     "iso-2022-jp",  "iso-2022-kr"};
 constexpr size_t kHeaderSize = 5;
 
 void printSnippet(const char* name, const std::optional<std::string>& snippet) {
