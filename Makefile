@@ -32,7 +32,8 @@ asan:
 	$(MAKE) test BUILD=build-asan CMAKE_FLAGS="-DZV_SANITIZE=ON -DZV_BENCH=OFF"
 
 # libFuzzer over the parser (FUZZ_TARGET=fuzz_plaintext: plainText's walk
-# against its literal pipeline); FUZZ_SECONDS bounds the run.
+# against its literal pipeline; FUZZ_TARGET=fuzz_snippet: streamed snippets
+# against whole-input ones); FUZZ_SECONDS bounds the run.
 FUZZ_SECONDS ?= 600
 FUZZ_TARGET ?= fuzz_parser
 FUZZ_CORPUS = build-fuzz/corpus$(if $(filter-out fuzz_parser,$(FUZZ_TARGET)),-$(FUZZ_TARGET))
