@@ -19,6 +19,7 @@ int runColor(const Args& args);
 int runSnippet(const Args& args);
 int runPurgeCSS(const Args& args);
 int runInlineCSS(const Args& args);
+int runView(const Args& args);
 
 // The bytes of FILE, or of standard input for "-". On failure, reports
 // "zvwk: FILE: reason" on standard error and returns nothing.

@@ -124,6 +124,9 @@ const Command kCommands[] = {
     {"inline-css", runInlineCSS,
      "inline-css [--purge] [--exclude PATTERN]... [--scope SCOPE]... [--json] FILE...|DIR|-\n"
      "          print each document with its head CSS appended to the inline styles of its body's elements"},
+    {"view", runView,
+     "view [--screenshot FILE.png] [--select N] [--find TEXT] PATH...\n"
+     "          read mail in a window: .eml files, folders, Maildirs, mbox files"},
 };
 
 int usage(std::ostream& out, int status) {

@@ -1,0 +1,27 @@
+// The command line of `zvwk view`.
+//
+//   zvwk view [--screenshot FILE.png] [--select N] [--find TEXT] PATH...
+//
+// --select N shows the Nth conversation of the list (1 is the newest);
+// --screenshot renders the window without a user, writes the PNG once the
+// conversation has loaded and exits; --find searches the conversation first.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zvwk::viewer {
+
+struct ViewArguments {
+    std::vector<std::string> paths;
+    std::optional<std::string> screenshot;
+    std::optional<std::size_t> select;  // 0-based
+    std::optional<std::string> find;
+};
+
+// Nothing, with `error` set, for a command line that cannot be used.
+std::optional<ViewArguments> parseViewArguments(const std::vector<std::string>& args, std::string& error);
+
+}  // namespace zvwk::viewer
