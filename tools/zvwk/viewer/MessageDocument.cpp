@@ -21,8 +21,9 @@ std::string contentSecurityPolicy(bool allowRemote) {
            "; style-src 'unsafe-inline'; font-src cid: data:; media-src cid: data:" + remote;
 }
 
+// The view is as tall as its content, so the page itself never scrolls.
 const char* kHTMLBodyStyle =
-    "html{background:#fff;color:#000}"
+    "html{background:#fff;color:#000;overflow-y:hidden}"
     "body{margin:16px;font-family:sans-serif;font-size:14px;line-height:1.45;overflow-wrap:break-word}"
     "img{max-width:100%;height:auto}"
     "blockquote[type=cite]{margin:0 0 0 4px;padding-left:12px;border-left:3px solid #99c1f1;color:#555}";
@@ -31,7 +32,7 @@ std::string textBodyStyle(bool dark) {
     std::string colours = dark ? "html{color-scheme:dark;background:transparent;color:#deddda}.q{color:#99c1f1}"
                                : "html{background:transparent;color:#241f31}.q{color:#1c71d8}";
     return colours +
-           "body{margin:16px;font-family:sans-serif;font-size:14px;line-height:1.45}"
+           "html{overflow-y:hidden}body{margin:16px;font-family:sans-serif;font-size:14px;line-height:1.45}"
            ".text{white-space:pre-wrap;overflow-wrap:anywhere;margin:0}";
 }
 
@@ -131,6 +132,7 @@ std::string textDocument(const std::string& text, const BodyOptions& options) {
     std::string line;
     bool first = true;
     while (std::getline(lines, line)) {
+        if (line.ends_with('\r')) line.pop_back();
         if (!first) out << "\n";
         first = false;
         if (line.starts_with(">"))
