@@ -88,6 +88,8 @@ ConversationGrouper::Placement ConversationGrouper::add(size_t message, const Me
     Conversation& conversation = conversations_[index];
     auto at = std::upper_bound(conversation.messages.begin(), conversation.messages.end(), summary.date,
                                [&](std::int64_t date, size_t other) { return date < dates_[other]; });
+    // A conversation is named by its oldest message.
+    if (at == conversation.messages.begin()) conversation.subject = summary.subject;
     conversation.messages.insert(at, message);
     conversation.latestDate = std::max(conversation.latestDate, summary.date);
 

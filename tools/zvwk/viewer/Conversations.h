@@ -21,7 +21,7 @@ namespace zvwk::viewer {
 
 struct Conversation {
     std::vector<size_t> messages;  // message numbers, oldest first
-    std::string subject;           // of the first message seen
+    std::string subject;           // of the oldest message
     std::int64_t latestDate = 0;
 };
 

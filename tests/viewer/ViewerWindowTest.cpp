@@ -1,0 +1,207 @@
+// The viewer window on a real mailbox, with real web views under Xvfb and a
+// loopback HTTP server standing in for a sender's server.
+#include "ViewerTestSupport.h"
+
+#include "LoopbackServer.h"
+#include "WebViewHarness.h"
+#include "viewer/ViewerWindow.h"
+
+#include <zv/scheme/IconThemeSymbols.h>
+#include <zv/webview/ScriptEvaluation.h>
+
+#include <gtest/gtest.h>
+
+#include <dirent.h>
+#include <unistd.h>
+
+#include <fstream>
+
+namespace zvwk::viewer {
+namespace {
+
+using namespace std::chrono_literals;
+using test::htmlMessage;
+
+constexpr auto kConversationTimeout = 40s;
+
+// The URL cache of this program lives in a scratch folder, never the user's.
+const bool kPrivateCache = [] {
+    static test::ScratchFolder cache;
+    g_setenv("XDG_CACHE_HOME", cache.path().c_str(), TRUE);
+    return true;
+}();
+
+// Web processes this process started, counted from /proc, so the count does
+// not depend on anything the viewer reports.
+int childWebProcesses() {
+    int count = 0;
+    DIR* proc = opendir("/proc");
+    while (dirent* entry = proc ? readdir(proc) : nullptr) {
+        std::ifstream stat(std::string("/proc/") + entry->d_name + "/stat");
+        std::string line;
+        if (!std::getline(stat, line)) continue;
+        size_t close = line.rfind(')');
+        size_t open = line.find('(');
+        if (open == std::string::npos || close == std::string::npos) continue;
+        std::string name = line.substr(open + 1, close - open - 1);
+        int parent = 0;
+        char state = 0;
+        if (std::sscanf(line.c_str() + close + 1, " %c %d", &state, &parent) != 2) continue;
+        if (parent == getpid() && name.starts_with("WebKitWebProces") && state != 'Z') ++count;
+    }
+    if (proc) closedir(proc);
+    return count;
+}
+
+std::optional<zv::Value> evaluate(WebKitWebView* view, const std::string& script) {
+    auto result = std::make_shared<std::optional<zv::Value>>();
+    auto done = std::make_shared<bool>(false);
+    zv::evaluateJavaScript(view, script, [result, done](std::optional<zv::Value> value, std::optional<zv::Error>) {
+        *result = std::move(value);
+        *done = true;
+    });
+    zv::test::spinUntil([&] { return *done; }, zv::test::kScriptTimeout);
+    return *result;
+}
+
+std::string relatedMessage(const std::string& id, const std::string& references, const std::string& html, int minute) {
+    return htmlMessage(id, "Re: Plans", html, "References: " + references + "\n", minute);
+}
+
+class ViewerWindowTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        zv::test::initGtkOnce();
+        zv::useIconThemeSymbols();
+        server_ = std::make_unique<zv::test::LoopbackServer>();
+        mailbox_ = std::make_unique<test::ScratchFolder>();
+        writeMailbox(*mailbox_);
+        application_ = gtk_application_new("org.zvwebkit.MailViewerTest", G_APPLICATION_NON_UNIQUE);
+        g_application_register(G_APPLICATION(application_), nullptr, nullptr);
+        ViewerOptions options;
+        options.paths = {(mailbox_->path() / "box").string()};
+        window_ = std::make_unique<ViewerWindow>(application_, options);
+        gtk_window_present(window_->window());
+        zv::test::spinUntil([] { return window_->isMailboxRead(); }, 20s);
+    }
+    static void TearDownTestSuite() {
+        window_.reset();
+        g_object_unref(application_);
+        mailbox_.reset();
+        server_.reset();
+    }
+
+    static void writeMailbox(const test::ScratchFolder& folder) {
+        folder.write("box/cur/1.thread", htmlMessage("t1@x", "Plans", "<p>first plan</p>"));
+        folder.write("box/cur/2.thread",
+                     relatedMessage("t2@x", "<t1@x>",
+                                    "<p id=m>original</p><script>document.getElementById('m').textContent='changed';"
+                                    "document.title='ran'</script><img src=x onerror=\"document.title='ran'\">",
+                                    1));
+        folder.write("box/cur/3.thread", relatedMessage("t3@x", "<t1@x> <t2@x>", "<p>third plan</p>", 2));
+        gchar* png = g_base64_encode(picture().data(), picture().size());
+        folder.write("box/cur/4.cid",
+                     test::message("From: a@x\nSubject: Picture\nMessage-ID: <pic@x>\n"
+                                   "Content-Type: multipart/related; boundary=\"r\"",
+                                   "--r\nContent-Type: text/html\n\n<p><img id=pic src=\"cid:dot@x\"></p>\n"
+                                   "--r\nContent-Type: image/png\nContent-ID: <dot@x>\nContent-Transfer-Encoding: "
+                                   "base64\n\n" + std::string(png) + "\n--r--\n"));
+        g_free(png);
+        folder.write("box/cur/5.remote",
+                     htmlMessage("remote@x", "Remote", "<p>news</p><img id=remote src=\"" + server_->url(kRemotePath) + "\">"));
+        folder.write("box/cur/6.garbage", "\x01\x02 not a message at all");
+        folder.write("box/cur/7.truncated",
+                     test::message("From: a@x\nSubject: Cut short\nMessage-ID: <cut@x>\n"
+                                   "Content-Type: multipart/mixed; boundary=\"zz\"",
+                                   "--zz\nContent-Type: text/plain\n\nfirst part\n--zz\nContent-Type: image/png\n\niVBOR"));
+    }
+
+    static const zv::Data& picture() {
+        static const zv::Data png = zv::test::pngImage(5, 7, 0, 0.5, 1);
+        return png;
+    }
+
+    static std::size_t rowWithSubject(const std::string& subject) {
+        const auto& conversations = window_->conversations();
+        for (std::size_t row = 0; row < conversations.size(); ++row)
+            if (conversations[row].subject == subject) return row;
+        ADD_FAILURE() << "no conversation " << subject;
+        return 0;
+    }
+
+    static bool showAndWait(const std::string& subject) {
+        window_->showConversation(rowWithSubject(subject));
+        return zv::test::spinUntil([] { return window_->conversationView().isLoaded(); }, kConversationTimeout);
+    }
+
+    static MessageCard& onlyCard() { return *window_->conversationView().cards().at(0); }
+
+    static constexpr char kRemotePath[] = "/image-remote";
+    static inline std::unique_ptr<zv::test::LoopbackServer> server_;
+    static inline std::unique_ptr<test::ScratchFolder> mailbox_;
+    static inline GtkApplication* application_ = nullptr;
+    static inline std::unique_ptr<ViewerWindow> window_;
+};
+
+TEST_F(ViewerWindowTest, AConversationLoadsAllItsMessagesInOneWebProcess) {
+    ASSERT_TRUE(showAndWait("Plans"));
+    const auto& cards = window_->conversationView().cards();
+    ASSERT_EQ(cards.size(), 3u);
+    for (const auto& card : cards) {
+        ASSERT_NE(card->bodyView(), nullptr);
+        EXPECT_GT(card->bodyHeight(), 20) << "each view takes its content's height";
+    }
+    // Views of conversations shown before may still be shutting down.
+    EXPECT_TRUE(zv::test::spinUntil([] { return childWebProcesses() == 1; }, 10s))
+        << childWebProcesses() << " web processes for one conversation";
+}
+
+TEST_F(ViewerWindowTest, AMessagesOwnScriptsNeverRun) {
+    ASSERT_TRUE(showAndWait("Plans"));
+    WebKitWebView* view = window_->conversationView().cards().at(1)->bodyView()->webView();
+    zv::test::spinFor(zv::test::kQuietPeriod);
+    EXPECT_EQ(evaluate(view, "document.getElementById('m').textContent"), zv::Value("original"));
+    EXPECT_EQ(evaluate(view, "document.title"), zv::Value(""));
+}
+
+TEST_F(ViewerWindowTest, RemoteImagesWaitForTheBarAndAreFetchedOnce) {
+    ASSERT_TRUE(showAndWait("Remote"));
+    zv::test::spinFor(zv::test::kQuietPeriod);
+    EXPECT_EQ(server_->hits(kRemotePath), 0);
+    EXPECT_EQ(onlyCard().blockedRemoteReferences(), 1u);
+
+    onlyCard().showRemoteContent();
+    ASSERT_TRUE(zv::test::spinUntil([] { return server_->hits(kRemotePath) == 1; }, 10s));
+    const char* loadedWidth = "(function(){var i=document.getElementById('remote');return i.complete?i.naturalWidth:0})()";
+    EXPECT_TRUE(zv::test::spinUntil(
+        [&] { return evaluate(onlyCard().bodyView()->webView(), loadedWidth) == zv::Value(4); }, 10s));
+
+    // Shown again and allowed again, the image comes from the cache.
+    ASSERT_TRUE(showAndWait("Remote"));
+    onlyCard().showRemoteContent();
+    EXPECT_TRUE(zv::test::spinUntil(
+        [&] { return evaluate(onlyCard().bodyView()->webView(), loadedWidth) == zv::Value(4); }, 10s));
+    EXPECT_EQ(server_->hits(kRemotePath), 1);
+}
+
+TEST_F(ViewerWindowTest, ContentIdImagesComeFromTheMessage) {
+    ASSERT_TRUE(showAndWait("Picture"));
+    const char* size = "(function(){var i=document.getElementById('pic');return i.complete?[i.naturalWidth,i.naturalHeight]:0})()";
+    EXPECT_TRUE(zv::test::spinUntil(
+        [&] { return evaluate(onlyCard().bodyView()->webView(), size) == zv::Value::array({5, 7}); }, 10s));
+}
+
+TEST_F(ViewerWindowTest, DamagedMessagesShowAnErrorCardAndTheRestStillOpens) {
+    EXPECT_EQ(window_->messages().size(), 7u);
+    EXPECT_EQ(window_->conversations().size(), 5u);
+    for (const char* subject : {"", "Cut short"}) {
+        ASSERT_TRUE(showAndWait(subject)) << subject;
+        EXPECT_TRUE(onlyCard().isError()) << subject;
+        EXPECT_FALSE(onlyCard().errorText().empty()) << subject;
+        EXPECT_EQ(onlyCard().bodyView(), nullptr) << subject;
+    }
+    EXPECT_TRUE(showAndWait("Picture")) << "a good message after a bad one";
+}
+
+}  // namespace
+}  // namespace zvwk::viewer
