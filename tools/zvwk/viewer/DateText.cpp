@@ -7,7 +7,13 @@ namespace zvwk::viewer {
 namespace {
 
 std::string format(std::int64_t seconds, const char* pattern) {
-    GDateTime* date = g_date_time_new_from_unix_local(seconds);
+    // Asking GLib for the local zone each time would read the zone files.
+    static GTimeZone* zone = g_time_zone_new_local();
+    GDateTime* date = g_date_time_new_from_unix_utc(seconds);
+    if (!date) return {};
+    GDateTime* local = g_date_time_to_timezone(date, zone);
+    g_date_time_unref(date);
+    date = local;
     if (!date) return {};
     char* text = g_date_time_format(date, pattern);
     std::string out = text ? text : "";

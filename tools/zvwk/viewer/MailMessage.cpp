@@ -263,7 +263,7 @@ MessageSummary readMessageSummary(const MessageLocation& location) {
     std::string error;
     MessageLocation head = location;
     // Headers are rarely longer than this; a longer block is read whole.
-    if (head.length < 0 || head.length > 65536) head.length = 65536;
+    if (head.length < 0 || head.length > 16384) head.length = 16384;
     std::optional<std::string> bytes = readMessageBytes(head, error);
     if (bytes && headerBlockLength(*bytes) == bytes->size() && head.length != location.length)
         bytes = readMessageBytes(location, error);

@@ -35,6 +35,7 @@ MessageList::MessageList(RowData rowData, std::function<void(std::size_t row)> r
     GtkListItemFactory* factory = gtk_signal_list_item_factory_new();
     g_signal_connect(factory, "setup", G_CALLBACK(onSetup), this);
     g_signal_connect(factory, "bind", G_CALLBACK(onBind), this);
+    g_signal_connect(factory, "unbind", G_CALLBACK(onUnbind), this);
     GtkWidget* list = gtk_list_view_new(GTK_SELECTION_MODEL(g_object_ref(selection_)), factory);
     gtk_widget_add_css_class(list, "message-list");
 
@@ -70,7 +71,7 @@ void MessageList::appendRows(std::size_t count) {
 }
 
 void MessageList::refreshRow(std::size_t row) {
-    if (row < rowCount()) g_list_model_items_changed(G_LIST_MODEL(store_), guint(row), 1, 1);
+    if (auto it = bound_.find(row); it != bound_.end()) fill(it->second, row);
 }
 
 void MessageList::select(std::size_t row) {
@@ -101,7 +102,20 @@ void MessageList::onSetup(GtkSignalListItemFactory*, GtkListItem* item, gpointer
 void MessageList::onBind(GtkSignalListItemFactory*, GtkListItem* item, gpointer self) {
     auto* list = static_cast<MessageList*>(self);
     std::size_t row = rowOf(gtk_list_item_get_item(item));
-    ConversationRow data = list->rowData_(row);
+    list->bound_[row] = item;
+    list->fill(item, row);
+    ++list->rowsShown_;
+    if (list->rowShown_) list->rowShown_(row);
+}
+
+void MessageList::onUnbind(GtkSignalListItemFactory*, GtkListItem* item, gpointer self) {
+    auto* list = static_cast<MessageList*>(self);
+    auto it = list->bound_.find(rowOf(gtk_list_item_get_item(item)));
+    if (it != list->bound_.end() && it->second == item) list->bound_.erase(it);
+}
+
+void MessageList::fill(GtkListItem* item, std::size_t row) {
+    ConversationRow data = rowData_(row);
     GtkWidget* box = gtk_list_item_get_child(item);
     gtk_label_set_text(labelOf(box, "sender"), data.sender.c_str());
     gtk_label_set_text(labelOf(box, "subject"), data.subject.c_str());
@@ -112,8 +126,6 @@ void MessageList::onBind(GtkSignalListItemFactory*, GtkListItem* item, gpointer 
     gtk_widget_set_visible(GTK_WIDGET(count), data.messageCount > 1);
     if (data.error) gtk_widget_add_css_class(box, "error");
     else gtk_widget_remove_css_class(box, "error");
-    ++list->rowsShown_;
-    if (list->rowShown_) list->rowShown_(row);
 }
 
 void MessageList::onSelected(GtkSingleSelection* selection, GParamSpec*, gpointer self) {

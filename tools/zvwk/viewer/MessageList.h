@@ -10,6 +10,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <unordered_map>
 
 namespace zvwk::viewer {
 
@@ -48,6 +49,8 @@ public:
 private:
     static void onSetup(GtkSignalListItemFactory*, GtkListItem* item, gpointer self);
     static void onBind(GtkSignalListItemFactory*, GtkListItem* item, gpointer self);
+    static void onUnbind(GtkSignalListItemFactory*, GtkListItem* item, gpointer self);
+    void fill(GtkListItem* item, std::size_t row);
     static void onSelected(GtkSingleSelection* selection, GParamSpec*, gpointer self);
 
     RowData rowData_;
@@ -56,6 +59,9 @@ private:
     GListStore* store_ = nullptr;
     GtkSingleSelection* selection_ = nullptr;
     std::size_t rowsShown_ = 0;
+    // The rows that have a widget now. A row is redrawn in place: telling
+    // the list view that an item changed would rebind every row it holds.
+    std::unordered_map<std::size_t, GtkListItem*> bound_;
 };
 
 }  // namespace zvwk::viewer

@@ -1,6 +1,6 @@
 #include "PreviewScheduler.h"
 
-#include <zv/foundation/MainThread.h>
+#include <glib.h>
 #include <zv/foundation/OperationQueue.h>
 
 namespace zvwk::viewer {
@@ -60,17 +60,33 @@ void PreviewScheduler::runNext() {
         states_[item] = State::Running;
     }
     std::string preview = compute_(item);
+    bool firstReady = false;
     {
         std::lock_guard lock(mutex_);
         states_[item] = State::Done;
         ++done_;
+        firstReady = ready_.empty();
+        ready_.emplace_back(item, std::move(preview));
     }
-    std::weak_ptr<PreviewScheduler> weak = weak_from_this();
-    zv::dispatchMainAsync([weak, item, preview = std::move(preview)]() mutable {
-        auto self = weak.lock();
-        if (!self || self->cancelled_) return;
-        self->deliver_(item, std::move(preview));
-    });
+    if (!firstReady) return;
+    auto* weak = new std::weak_ptr<PreviewScheduler>(weak_from_this());
+    g_idle_add_full(
+        G_PRIORITY_DEFAULT_IDLE,
+        [](gpointer data) -> gboolean {
+            if (auto self = static_cast<std::weak_ptr<PreviewScheduler>*>(data)->lock()) self->deliverReady();
+            return G_SOURCE_REMOVE;
+        },
+        weak, [](gpointer data) { delete static_cast<std::weak_ptr<PreviewScheduler>*>(data); });
+}
+
+void PreviewScheduler::deliverReady() {
+    std::vector<std::pair<size_t, std::string>> ready;
+    {
+        std::lock_guard lock(mutex_);
+        if (cancelled_) return;
+        ready.swap(ready_);
+    }
+    for (auto& [item, preview] : ready) deliver_(item, std::move(preview));
 }
 
 void PreviewScheduler::cancel() {

@@ -1,7 +1,10 @@
 // Preview lines computed on the operation queue, in the order the user sees
-// rows: every message is queued as it is read, and a row coming on screen
-// moves its message to the front. Each queued operation takes whatever is at
-// the front when it gets to run, so a late request overtakes the backlog.
+// rows: a row coming on screen moves its message to the front, and the rest
+// wait at the back. Each queued operation takes whatever is at the front
+// when it gets to run, so a late request overtakes the backlog.
+//
+// Results reach the main thread in batches, at idle priority: thousands of
+// previews finishing must not keep the window from drawing.
 #pragma once
 
 #include <deque>
@@ -38,6 +41,7 @@ private:
     enum class State : unsigned char { Unknown, Queued, Running, Done };
     void runNext();
     void addOperation();
+    void deliverReady();
 
     Compute compute_;
     Deliver deliver_;
@@ -45,6 +49,7 @@ private:
     mutable std::mutex mutex_;
     std::deque<size_t> pending_;
     std::vector<State> states_;
+    std::vector<std::pair<size_t, std::string>> ready_;
     size_t done_ = 0;
     size_t queued_ = 0;
     bool cancelled_ = false;

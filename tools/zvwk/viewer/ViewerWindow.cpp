@@ -76,6 +76,9 @@ ViewerWindow::ViewerWindow(GtkApplication* application, ViewerOptions options)
              addBatch(messages_.size(), std::move(batch));
          },
          [this] {
+             // Rows on screen asked for theirs already; the rest are done
+             // now that reading headers no longer needs the threads.
+             for (std::size_t message = 0; message < messages_.size(); ++message) previewer_->enqueue(message);
              mailboxRead_ = true;
              updateStatus();
              if (mailboxReadHook) mailboxReadHook();
@@ -84,6 +87,7 @@ ViewerWindow::ViewerWindow(GtkApplication* application, ViewerOptions options)
 }
 
 ViewerWindow::~ViewerWindow() {
+    if (selectSource_) g_source_remove(selectSource_);
     loader_->cancel();
     previewer_->cancel();
     conversation_->clear();
@@ -158,13 +162,22 @@ void ViewerWindow::addBatch(std::size_t first, std::vector<MessageSummary> batch
         conversationOfMessage_.push_back(placement.conversation);
         messages_.push_back(std::move(batch[i]));
         previews_.emplace_back();
-        previewer_->enqueue(message);
     }
     list_->appendRows(grouper_.conversations().size() - before);
     for (std::size_t row : grown) list_->refreshRow(row);
-    if (!shown_ && list_->rowCount() > 0) {
-        std::size_t wanted = options_.select.value_or(0);
-        if (wanted < list_->rowCount()) list_->select(wanted);
+    if (!shown_ && !selectPending_ && options_.select.value_or(0) < list_->rowCount()) {
+        // After the first rows are drawn: opening a conversation takes a
+        // moment, and the list should not wait for it.
+        selectPending_ = true;
+        selectSource_ = g_idle_add_full(
+            G_PRIORITY_LOW,
+            [](gpointer self) -> gboolean {
+                auto* window = static_cast<ViewerWindow*>(self);
+                window->selectSource_ = 0;
+                if (!window->shown_) window->list_->select(window->options_.select.value_or(0));
+                return G_SOURCE_REMOVE;
+            },
+            this, nullptr);
     }
     updateStatus();
 }

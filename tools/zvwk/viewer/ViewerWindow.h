@@ -93,6 +93,8 @@ private:
     std::size_t previewsDone_ = 0;
     bool mailboxRead_ = false;
     std::optional<std::size_t> shown_;
+    bool selectPending_ = false;
+    guint selectSource_ = 0;
     std::int64_t now_ = 0;
 };
 
