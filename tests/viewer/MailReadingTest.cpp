@@ -180,6 +180,15 @@ TEST(MessageDocument, RemoteReferencesAreBlockedUntilAllowed) {
                             "href=\"https://t.example/\""})
         EXPECT_NE(allowed.html.find(url), std::string::npos) << url;
 
+    // In the dark style, only a message that picks no colours of its own follows it.
+    MessageContent plainColours;
+    plainColours.html = "<p>a</p>";
+    MessageContent ownColours;
+    ownColours.html = "<p>a</p><table bgcolor=white><tr><td>b</td></tr></table>";
+    EXPECT_NE(prepareMessageBody(plainColours, {.dark = true}).html.find("color-scheme:dark"), std::string::npos);
+    EXPECT_EQ(prepareMessageBody(ownColours, {.dark = true}).html.find("color-scheme:dark"), std::string::npos);
+    EXPECT_EQ(prepareMessageBody(plainColours, {}).html.find("color-scheme:dark"), std::string::npos);
+
     PreparedBody text = prepareMessageBody(content, {.asPlainText = true});
     EXPECT_EQ(text.html.find("<img"), std::string::npos);
     std::string plain = messagePlainText(content);

@@ -106,6 +106,8 @@ void MessageCard::build() {
     root_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     g_object_ref_sink(root_);
     gtk_widget_add_css_class(root_, "message-card");
+    // The body's page keeps within the card's rounded corners.
+    gtk_widget_set_overflow(root_, GTK_OVERFLOW_HIDDEN);
     gtk_box_append(GTK_BOX(root_), buildHeader());
     bodyBox_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     gtk_box_append(GTK_BOX(root_), bodyBox_);

@@ -28,6 +28,18 @@ const char* kHTMLBodyStyle =
     "img{max-width:100%;height:auto}"
     "blockquote[type=cite]{margin:0 0 0 4px;padding-left:12px;border-left:3px solid #99c1f1;color:#555}";
 
+// A message that picks no colours of its own reads in the desktop's dark
+// style; one that does keeps the white page it was designed on.
+const char* kDarkHTMLBodyStyle =
+    "html{color-scheme:dark;background:transparent;color:#deddda;overflow-y:hidden}"
+    "body{margin:16px;font-family:sans-serif;font-size:14px;line-height:1.45;overflow-wrap:break-word}"
+    "img{max-width:100%;height:auto}a{color:#99c1f1}"
+    "blockquote[type=cite]{margin:0 0 0 4px;padding-left:12px;border-left:3px solid #1c71d8;color:#b0afac}";
+
+bool choosesColours(const HTMLElement& root) {
+    return root.querySelector("[bgcolor], [text], font[color], [style*=color], [style*=background]") != nullptr;
+}
+
 std::string textBodyStyle(bool dark) {
     std::string colours = dark ? "html{color-scheme:dark;background:transparent;color:#deddda}.q{color:#99c1f1}"
                                : "html{background:transparent;color:#241f31}.q{color:#1c71d8}";
@@ -164,8 +176,9 @@ PreparedBody prepareMessageBody(const MessageContent& content, const BodyOptions
     removeAll(*root, "link, base, meta[http-equiv]");
     PreparedBody body;
     body.remoteReferences = rewriteRemoteReferences(*root, options.allowRemoteContent);
+    const char* style = options.dark && !choosesColours(*root) ? kDarkHTMLBodyStyle : kHTMLBodyStyle;
     prependHead(*document, "<meta http-equiv=\"Content-Security-Policy\" content=\"" +
-                               contentSecurityPolicy(options.allowRemoteContent) + "\"><style>" + kHTMLBodyStyle +
+                               contentSecurityPolicy(options.allowRemoteContent) + "\"><style>" + style +
                                "</style>");
     body.html = "<!DOCTYPE html>" + root->outerHTML();
     return body;
