@@ -217,6 +217,7 @@ void measureMailbox(GtkApplication* application, const fs::path& maildir, std::s
     ViewerOptions options;
     options.paths = {maildir.string()};
     bool firstScreen = false, previewsDone = false;
+    long rssBefore = procField("/proc/self/status", "VmRSS");
     double cpuAtStart = ownCPUSeconds(), firstScreenCPU = 0, previewsCPU = 0;
     Clock::time_point started = Clock::now(), firstScreenAt, readAt, previewsAt;
     auto window = std::make_unique<ViewerWindow>(application, options);
@@ -255,17 +256,19 @@ void measureMailbox(GtkApplication* application, const fs::path& maildir, std::s
             return firstScreen && previewsDone;
         },
         std::chrono::seconds(600));
-    std::cerr << "first rows in the model " << seconds(started, rowsAt) << " s, first row bound "
+    std::cout << "rows in the list model after " << seconds(started, rowsAt) << " s, first row bound after "
               << seconds(started, drawnAt) << " s\n";
     g_signal_handler_disconnect(clock, handler);
     long rss = procField("/proc/self/status", "VmRSS");
     long hwm = procField("/proc/self/status", "VmHWM");
+
     std::cout << "| Maildir of " << count << " messages (" << window->messages().size() << " read, "
               << window->conversations().size() << " conversations) | first screen of rows "
               << (firstScreen ? seconds(started, firstScreenAt) : -1) << " s (CPU " << firstScreenCPU - cpuAtStart
               << " s) | all headers read " << seconds(started, readAt) << " s | all previews "
               << (finished ? seconds(started, previewsAt) : -1) << " s (CPU " << previewsCPU - cpuAtStart
-              << " s) | UI process RSS " << rss / 1024 << " MiB (peak " << hwm / 1024 << " MiB) |\n";
+              << " s) | UI process RSS " << rss / 1024 << " MiB (peak " << hwm / 1024 << " MiB, "
+              << rssBefore / 1024 << " MiB before the window) |\n";
     window.reset();
     waitForChildrenToExit();
 }
