@@ -3,8 +3,10 @@
 #include "ViewerTestSupport.h"
 
 #include "viewer/Conversations.h"
+#include "viewer/MatchCounting.h"
 #include "viewer/MailboxSource.h"
 #include "viewer/MessageDocument.h"
+#include "viewer/ViewArguments.h"
 
 #include <gtest/gtest.h>
 
@@ -195,6 +197,49 @@ TEST(MessageDocument, RemoteReferencesAreBlockedUntilAllowed) {
     EXPECT_NE(plain.find('a'), std::string::npos);
     EXPECT_NE(plain.find('l'), std::string::npos);
     EXPECT_EQ(plain.find('<'), std::string::npos);
+}
+
+TEST(MatchCounting, CountsAsThePageSearchesItsText) {
+    std::string text = searchableText(
+        "<html><head><title>plan</title></head><body><p>Plan B: re<b>plan</b> the plan_x "
+        "planning.</p><script>plan()</script><style>.plan{}</style><p>Ärger, ärger</p></body></html>");
+    EXPECT_EQ(text.find("plan()"), std::string::npos) << "no script text";
+    EXPECT_EQ(text.find(".plan"), std::string::npos) << "no style text";
+    struct Case {
+        const char* search;
+        std::int64_t options;
+        std::int64_t count;
+    } cases[] = {
+        {"plan", 1, 3},          // replan, plan_x, planning (Plan differs in case)
+        {"plan", 1 + 256, 4},
+        {"plan", 2 + 256, 3},    // not inside "replan"
+        {"plan", 4 + 256, 1},    // Plan: plan_x and planning go on
+        {"eplan th", 1, 1},      // across the <b> element
+        {"ärger", 4 + 256, 2},
+        {"ärger", 4, 1},
+        {"pl(an|anning)", 8, 3},
+        {"a.b", 1, 0},           // literal, not an expression
+        {"(", 8, 0},             // does not compile
+        {"x*", 8, 0},            // the first match is empty
+        {"", 1, 0},
+    };
+    for (const Case& c : cases) EXPECT_EQ(countMatches(text, c.search, c.options), c.count) << c.search << " " << c.options;
+}
+
+TEST(ViewArguments, OptionsAndTheirMistakes) {
+    std::string error;
+    auto parsed = parseViewArguments({"--select", "3", "box", "--screenshot", "a.png", "--find", "plan", "x.eml"}, error);
+    ASSERT_TRUE(parsed) << error;
+    EXPECT_EQ(parsed->paths, (std::vector<std::string>{"box", "x.eml"}));
+    EXPECT_EQ(parsed->select, std::optional<std::size_t>(2)) << "rows count from 1";
+    EXPECT_EQ(parsed->screenshot, std::optional<std::string>("a.png"));
+    EXPECT_EQ(parsed->find, std::optional<std::string>("plan"));
+    for (std::vector<std::string> bad : std::vector<std::vector<std::string>>{
+             {}, {"--select", "0", "box"}, {"--select", "2x", "box"}, {"box", "--select"}, {"--zoom", "box"}}) {
+        error.clear();
+        EXPECT_FALSE(parseViewArguments(bad, error));
+        EXPECT_FALSE(error.empty());
+    }
 }
 
 }  // namespace

@@ -83,6 +83,12 @@ void activate(GtkApplication* application, gpointer data) {
     options.conversation.dark = viewer.style->prefersDark();
     viewer.window = std::make_unique<ViewerWindow>(application, options);
     viewer.style->changed = [&viewer](bool dark) { viewer.window->setDark(dark); };
+    // Unreadable operands are reported as the other commands report them;
+    // the rest of the mail still opens.
+    viewer.window->mailboxReadHook = [&viewer] {
+        for (const std::string& error : viewer.window->mailboxErrors()) std::cerr << "zvwk: " << error << "\n";
+        if (!viewer.window->mailboxErrors().empty()) viewer.status = 1;
+    };
     viewer.extensions = std::make_unique<ViewerExtensions>(*viewer.window);
     gtk_window_present(viewer.window->window());
     if (viewer.arguments.screenshot) {
@@ -94,6 +100,11 @@ void activate(GtkApplication* application, gpointer data) {
 }  // namespace
 
 int runViewer(const ViewArguments& arguments) {
+    if (!gtk_init_check()) {
+        std::cerr << "zvwk: view: no display to open a window on (for a screenshot without one: "
+                     "xvfb-run zvwk view --screenshot FILE.png PATH)\n";
+        return 1;
+    }
     Viewer viewer;
     viewer.arguments = arguments;
     // Several viewers (and unattended runs) may be open at once, each on its own mailbox.
