@@ -1,8 +1,12 @@
 #include "ConversationView.h"
 
+#include <zv/foundation/OperationQueue.h>
+
 namespace zvwk::viewer {
 
-ConversationView::ConversationView() {
+ConversationView::ConversationView() : readQueue_(zv::OperationQueue::create()) {
+    readQueue_->setMaxConcurrentOperationCount(2);
+    readQueue_->start();
     scroller_ = gtk_scrolled_window_new();
     g_object_ref_sink(scroller_);
     gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller_), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
@@ -32,7 +36,8 @@ GtkAdjustment* ConversationView::verticalAdjustment() const {
 
 void ConversationView::clear() {
     for (auto& card : cards_) {
-        card->bodyLoaded = nullptr;
+        card->settled = nullptr;
+        card->bodyViewMade = nullptr;
         card->processAnchor = nullptr;
         gtk_box_remove(GTK_BOX(cardsBox_), card->widget());
     }
@@ -53,25 +58,29 @@ void ConversationView::show(const std::string& subject, const std::vector<Messag
         card->processAnchor = [this]() -> WebKitWebView* {
             return options_.shareWebProcess ? anchor_.get() : nullptr;
         };
-        card->bodyLoaded = [this](MessageCard& loadedCard) { cardLoaded(loadedCard); };
+        card->settled = [this](MessageCard& settledCard) { cardLoaded(settledCard); };
+        card->bodyViewMade = [this](MessageCard& made) {
+            if (!anchor_) anchor_ = zv::GObjectRef<WebKitWebView>::ref(made.bodyView()->webView());
+        };
         gtk_box_append(GTK_BOX(cardsBox_), card->widget());
         cards_.push_back(std::move(card));
     }
     size_t firstExpanded = options.expandedNewest == 0 || cards_.size() <= options.expandedNewest
                                ? 0
                                : cards_.size() - options.expandedNewest;
-    for (size_t i = 0; i < cards_.size(); ++i) {
-        // Damaged messages always show their error.
-        cards_[i]->setExpanded(i >= firstExpanded || cards_[i]->isError());
-        if (!anchor_ && cards_[i]->bodyView())
-            anchor_ = zv::GObjectRef<WebKitWebView>::ref(cards_[i]->bodyView()->webView());
+    // The messages on screen are read first, then the folded ones.
+    for (size_t i = firstExpanded; i < cards_.size(); ++i) {
+        cards_[i]->setExpanded(true);
+        cards_[i]->readContent(*readQueue_);
     }
-    if (!cards_.empty() && isLoaded()) cardLoaded(*cards_.front());
+    for (size_t i = 0; i < firstExpanded; ++i) cards_[i]->readContent(*readQueue_);
 }
 
 bool ConversationView::isLoaded() const {
-    for (const auto& card : cards_)
+    for (const auto& card : cards_) {
+        if (!card->isContentRead() && card->isExpanded()) return false;
         if (card->isExpanded() && !card->isError() && !card->isBodyLoaded()) return false;
+    }
     return true;
 }
 

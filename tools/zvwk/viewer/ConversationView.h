@@ -58,6 +58,7 @@ private:
     GtkWidget* column_ = nullptr;
     GtkWidget* title_ = nullptr;
     GtkWidget* cardsBox_ = nullptr;
+    std::shared_ptr<zv::OperationQueue> readQueue_;  // reads and prepares the messages
     std::vector<std::shared_ptr<MessageCard>> cards_;
     zv::GObjectRef<WebKitWebView> anchor_;
     ConversationOptions options_;

@@ -3,6 +3,9 @@
 #include "DateText.h"
 #include "SymbolIcon.h"
 
+#include <zv/foundation/MainThread.h>
+#include <zv/foundation/OperationQueue.h>
+
 #include <zv/scheme/WebKitSchemeBinding.h>
 #include <zv/webview/UserScript.h>
 
@@ -87,8 +90,41 @@ std::shared_ptr<MessageCard> MessageCard::create(const MessageSummary& summary, 
 }
 
 MessageCard::MessageCard(const MessageSummary& summary, const CardStyle& style) : summary_(summary), style_(style) {
-    if (summary_.error.empty()) content_ = readMessageContent(summary_.location);
+    preview_ = isError() ? errorText() : "…";
+}
+
+void MessageCard::readContent(zv::OperationQueue& queue) {
+    if (!summary_.error.empty()) {
+        contentReady({}, {});
+        return;
+    }
+    std::weak_ptr<MessageCard> weak = weak_from_this();
+    queue.addOperation([weak, location = summary_.location, dark = style_.dark] {
+        MessageContent content = readMessageContent(location);
+        PreparedBody body = content.error.empty() ? prepareMessageBody(content, {false, false, dark}) : PreparedBody{};
+        zv::dispatchMainAsync([weak, content = std::move(content), body = std::move(body)]() mutable {
+            if (auto self = weak.lock()) self->contentReady(std::move(content), std::move(body));
+        });
+    });
+}
+
+void MessageCard::contentReady(MessageContent content, PreparedBody body) {
+    content_ = std::move(content);
+    preparedHTML_ = std::move(body.html);
+    remoteReferences_ = body.remoteReferences;
+    contentRead_ = true;
     preview_ = isError() ? errorText() : previewOfContent(content_, 160);
+    gtk_label_set_text(GTK_LABEL(previewLabel_), preview_.c_str());
+    if (isError()) {
+        // A damaged message always shows why, folded or not.
+        expanded_ = true;
+        gtk_widget_add_css_class(root_, "error");
+        gtk_box_append(GTK_BOX(bodyBox_), buildError());
+    } else if (!content_.attachments.empty()) {
+        gtk_box_append(GTK_BOX(bodyBox_), buildAttachments());
+    }
+    updateExpansion();
+    if (isError() && settled) settled(*this);
 }
 
 MessageCard::~MessageCard() {
@@ -111,14 +147,8 @@ void MessageCard::build() {
     gtk_box_append(GTK_BOX(root_), buildHeader());
     bodyBox_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     gtk_box_append(GTK_BOX(root_), bodyBox_);
-    if (isError()) {
-        gtk_widget_add_css_class(root_, "error");
-        gtk_box_append(GTK_BOX(bodyBox_), buildError());
-    } else {
-        remoteBar_ = buildRemoteBar();
-        gtk_box_append(GTK_BOX(bodyBox_), remoteBar_);
-        if (!content_.attachments.empty()) gtk_box_append(GTK_BOX(bodyBox_), buildAttachments());
-    }
+    remoteBar_ = buildRemoteBar();
+    gtk_box_append(GTK_BOX(bodyBox_), remoteBar_);
     updateExpansion();
 }
 
@@ -153,7 +183,7 @@ GtkWidget* MessageCard::buildHeader() {
     gtk_widget_set_valign(date, GTK_ALIGN_START);
     gtk_box_append(GTK_BOX(header), date);
 
-    if (!isError()) {
+    if (summary_.error.empty()) {
         plainTextButton_ = gtk_toggle_button_new();
         gtk_button_set_child(GTK_BUTTON(plainTextButton_), symbolImage("doc", 16, symbolColour(style_.dark)));
         gtk_widget_set_tooltip_text(plainTextButton_, "View as plain text");
@@ -249,10 +279,10 @@ void MessageCard::updateExpansion() {
     gtk_widget_set_visible(bodyBox_, expanded_);
     gtk_widget_set_visible(detailLabel_, expanded_);
     gtk_widget_set_visible(previewLabel_, !expanded_);
-    if (plainTextButton_) gtk_widget_set_visible(plainTextButton_, expanded_);
+    if (plainTextButton_) gtk_widget_set_visible(plainTextButton_, expanded_ && !isError());
     if (expanded_) gtk_widget_remove_css_class(root_, "collapsed");
     else gtk_widget_add_css_class(root_, "collapsed");
-    if (expanded_ && !isError() && !view_) makeBodyView();
+    if (expanded_ && contentRead_ && !isError() && !view_) makeBodyView();
 }
 
 void MessageCard::makeBodyView() {
@@ -274,6 +304,7 @@ void MessageCard::makeBodyView() {
             configuration.relatedView = zv::GObjectRef<WebKitWebView>::ref(anchor);
     view_ = zv::ZVWebView::create(configuration);
     WebKitWebView* webView = view_->webView();
+    if (bodyViewMade) bodyViewMade(*this);
 
     WebKitUserContentManager* manager = view_->userContentManager();
     g_signal_connect(manager, (std::string("script-message-received::") + kHeightMessage).c_str(),
@@ -312,13 +343,19 @@ void MessageCard::makeBodyView() {
 
 void MessageCard::loadBody() {
     if (!view_) return;
-    PreparedBody body = prepareMessageBody(content_, {allowRemote_, asPlainText_, style_.dark});
-    if (!asPlainText_) remoteReferences_ = body.remoteReferences;
+    // readContent prepared the first form; the toggles ask for others.
+    if (preparedRemote_ != allowRemote_ || preparedAsText_ != asPlainText_) {
+        PreparedBody body = prepareMessageBody(content_, {allowRemote_, asPlainText_, style_.dark});
+        preparedHTML_ = std::move(body.html);
+        if (!asPlainText_) remoteReferences_ = body.remoteReferences;
+        preparedRemote_ = allowRemote_;
+        preparedAsText_ = asPlainText_;
+    }
     gtk_widget_set_visible(remoteBar_, blockedRemoteReferences() > 0 && !asPlainText_);
     bodyLoaded_ = false;
     heightKnown_ = false;
     navigationFinished_ = false;
-    webkit_web_view_load_html(view_->webView(), body.html.c_str(), "about:blank");
+    webkit_web_view_load_html(view_->webView(), preparedHTML_.c_str(), "about:blank");
 }
 
 void MessageCard::showRemoteContent() {
@@ -341,10 +378,13 @@ void MessageCard::updateHeightFromPage(int height) {
     heightKnown_ = true;
     gtk_widget_set_size_request(GTK_WIDGET(view_->webView()), -1, height);
     view_->setContentSize({double(gtk_widget_get_width(GTK_WIDGET(view_->webView()))), double(height)});
-    if (navigationFinished_ && !bodyLoaded_) {
-        bodyLoaded_ = true;
-        if (bodyLoaded) bodyLoaded(*this);
-    }
+    if (navigationFinished_) finishBodyLoad();
+}
+
+void MessageCard::finishBodyLoad() {
+    if (bodyLoaded_) return;
+    bodyLoaded_ = true;
+    if (settled) settled(*this);
 }
 
 void MessageCard::onHeightMessage(WebKitUserContentManager*, JSCValue* value, gpointer self) {
@@ -356,10 +396,7 @@ void MessageCard::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer 
     auto* card = static_cast<MessageCard*>(self);
     if (event != WEBKIT_LOAD_FINISHED) return;
     card->navigationFinished_ = true;
-    if (card->heightKnown_ && !card->bodyLoaded_) {
-        card->bodyLoaded_ = true;
-        if (card->bodyLoaded) card->bodyLoaded(*card);
-    }
+    if (card->heightKnown_) card->finishBodyLoad();
 }
 
 // The view shows the message and nothing else: the load of the message

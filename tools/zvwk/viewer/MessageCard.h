@@ -14,6 +14,10 @@
 //   message resources.
 // A collapsed card shows its preview line and makes no view until it is
 // expanded. A message that cannot be read shows an error card instead.
+//
+// The message is read and its body prepared on an operation queue
+// (readContent), so a large message never holds up the window; the card
+// shows its headers at once and the rest when that is done.
 #pragma once
 
 #include "MailMessage.h"
@@ -28,6 +32,10 @@
 #include <memory>
 #include <string>
 
+namespace zv {
+class OperationQueue;
+}
+
 namespace zvwk::viewer {
 
 struct CardStyle {
@@ -36,9 +44,13 @@ struct CardStyle {
 
 class MessageCard : public std::enable_shared_from_this<MessageCard> {
 public:
-    // Reads the message's content now (on the calling, main, thread). The
-    // card starts collapsed: set the members below, then expand it.
+    // The card starts collapsed and unread: set the members below, then
+    // readContent and expand it.
     static std::shared_ptr<MessageCard> create(const MessageSummary& summary, const CardStyle& style);
+    // Reads and prepares the message on `queue`; the card fills in on the
+    // main thread afterwards.
+    void readContent(zv::OperationQueue& queue);
+    bool isContentRead() const { return contentRead_; }
     ~MessageCard();
     MessageCard(const MessageCard&) = delete;
     MessageCard& operator=(const MessageCard&) = delete;
@@ -48,10 +60,11 @@ public:
     const MessageContent& content() const { return content_; }
 
     // Asked for the view whose web process a new body view should share
-    // (none: a process of its own), and told when a body has loaded and has
-    // its height, and when the card's view was made.
+    // (none: a process of its own); told when the card made its view, and
+    // when it has settled: its body loaded with its height, or its error shown.
     std::function<WebKitWebView*()> processAnchor;
-    std::function<void(MessageCard&)> bodyLoaded;
+    std::function<void(MessageCard&)> bodyViewMade;
+    std::function<void(MessageCard&)> settled;
     // Where wheel events over the body go.
     GtkAdjustment* scrollTarget = nullptr;
 
@@ -65,6 +78,8 @@ public:
     zv::ZVWebView* bodyView() const { return view_.get(); }
     zv::ZVWebViewURLSchemeHandler* schemeHandler() const { return handler_.get(); }
     bool isBodyLoaded() const { return bodyLoaded_; }
+    // The document the view shows (or will show when it is made).
+    const std::string& preparedHTML() const { return preparedHTML_; }
     int bodyHeight() const { return bodyHeight_; }
 
     std::size_t blockedRemoteReferences() const { return allowRemote_ ? 0 : remoteReferences_; }
@@ -75,6 +90,8 @@ public:
 private:
     MessageCard(const MessageSummary& summary, const CardStyle& style);
     void build();
+    void contentReady(MessageContent content, PreparedBody body);
+    void finishBodyLoad();
     GtkWidget* buildHeader();
     GtkWidget* buildRemoteBar();
     GtkWidget* buildAttachments();
@@ -93,6 +110,7 @@ private:
     MessageSummary summary_;
     MessageContent content_;
     std::string preview_;
+    std::string preparedHTML_;
     CardStyle style_;
     GtkWidget* root_ = nullptr;  // held by the card (a reference of its own)
     GtkWidget* detailLabel_ = nullptr;
@@ -106,6 +124,10 @@ private:
     bool allowRemote_ = false;
     bool asPlainText_ = false;
     bool bodyLoaded_ = false;
+    bool contentRead_ = false;
+    // What preparedHTML_ was prepared with.
+    bool preparedRemote_ = false;
+    bool preparedAsText_ = false;
     bool heightKnown_ = false;
     bool navigationFinished_ = false;
     int bodyHeight_ = 0;
