@@ -84,7 +84,8 @@ bool ConversationView::isLoaded() const {
     return true;
 }
 
-void ConversationView::cardLoaded(MessageCard&) {
+void ConversationView::cardLoaded(MessageCard& card) {
+    if (cardSettled) cardSettled(card);
     if (!reportedFirst_) {
         reportedFirst_ = true;
         if (firstBodyLoaded) firstBodyLoaded();
@@ -95,10 +96,10 @@ void ConversationView::cardLoaded(MessageCard&) {
     }
 }
 
-void ConversationView::scrollToCard(const MessageCard& card) {
-    graphene_point_t origin = GRAPHENE_POINT_INIT(0, 0);
+void ConversationView::scrollToWidget(GtkWidget* widget, double below) {
+    graphene_point_t origin = GRAPHENE_POINT_INIT(0, float(below));
     graphene_point_t top;
-    if (!gtk_widget_compute_point(card.widget(), column_, &origin, &top)) return;
+    if (!gtk_widget_compute_point(widget, column_, &origin, &top)) return;
     gtk_adjustment_set_value(verticalAdjustment(), top.y);
 }
 

@@ -46,13 +46,17 @@ public:
     // conversation shown, have loaded.
     std::function<void()> firstBodyLoaded;
     std::function<void()> loaded;
+    // Run whenever a card has settled: its body loaded, or its error shown.
+    std::function<void(MessageCard&)> cardSettled;
 
     GtkAdjustment* verticalAdjustment() const;
-    // Scrolls so that the card's top is at the top of the column.
-    void scrollToCard(const MessageCard& card);
+    // Scrolls so that the point `below` pixels under the top of `widget` (a
+    // part of a card) is at the top of the column.
+    void scrollToWidget(GtkWidget* widget, double below = 0);
 
 private:
     void cardLoaded(MessageCard& card);
+
 
     GtkWidget* scroller_ = nullptr;  // held by a reference of its own
     GtkWidget* column_ = nullptr;

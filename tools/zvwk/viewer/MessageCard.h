@@ -75,7 +75,7 @@ public:
     void setExpanded(bool expanded);
 
     // The body view; null while collapsed and never expanded, and for errors.
-    zv::ZVWebView* bodyView() const { return view_.get(); }
+    const std::shared_ptr<zv::ZVWebView>& bodyView() const { return view_; }
     zv::ZVWebViewURLSchemeHandler* schemeHandler() const { return handler_.get(); }
     bool isBodyLoaded() const { return bodyLoaded_; }
     // The document the view shows (or will show when it is made).

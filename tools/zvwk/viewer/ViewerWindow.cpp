@@ -248,6 +248,7 @@ void ViewerWindow::showConversation(std::size_t row) {
     conversation_->show(conversations()[row].subject, summaries, options_.conversation);
     gtk_stack_set_visible_child_name(GTK_STACK(contentStack_), "conversation");
     if (list_->selectedRow() != row) list_->select(row);
+    if (conversationShownHook) conversationShownHook();
 }
 
 void ViewerWindow::setDark(bool dark) {

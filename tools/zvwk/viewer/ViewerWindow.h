@@ -63,6 +63,8 @@ public:
     // Hooks for whoever waits on the window (screenshots, benchmarks).
     std::function<void()> mailboxReadHook;
     std::function<void()> previewsDoneHook;
+    // Run after a conversation has been put on screen (its cards made).
+    std::function<void()> conversationShownHook;
 
 private:
     void buildChrome();
