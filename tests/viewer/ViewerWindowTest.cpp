@@ -164,6 +164,39 @@ TEST_F(ViewerWindowTest, AMessagesOwnScriptsNeverRun) {
     EXPECT_EQ(evaluate(view, "document.title"), zv::Value(""));
 }
 
+TEST_F(ViewerWindowTest, AMessageViewGoesNowhereAndShowsTextOnRequest) {
+    ASSERT_TRUE(showAndWait("Plans"));
+    MessageCard& card = *window_->conversationView().cards().at(2);
+    WebKitWebView* view = card.bodyView()->webView();
+    // A navigation the page starts (here by the viewer's own script access) is refused.
+    evaluate(view, "location.href = " + zv::test::jsString(server_->url("/text-navigation")));
+    zv::test::spinFor(zv::test::kQuietPeriod);
+    EXPECT_EQ(server_->hits("/text-navigation"), 0);
+    EXPECT_STREQ(webkit_web_view_get_uri(view), "about:blank");
+
+    card.setShowsPlainText(true);
+    EXPECT_TRUE(zv::test::spinUntil([&] { return card.isBodyLoaded(); }, kConversationTimeout));
+    EXPECT_EQ(evaluate(view, "document.querySelector('p') === null && document.body.textContent.trim()"),
+              zv::Value("third plan"));
+}
+
+TEST_F(ViewerWindowTest, FoldedMessagesMakeTheirViewWhenOpenedInTheSameProcess) {
+    ViewerOptions options;
+    options.paths = {(mailbox_->path() / "box").string()};
+    options.conversation.expandedNewest = 1;
+    ViewerWindow folded(application_, options);
+    ASSERT_TRUE(zv::test::spinUntil([&] { return folded.isMailboxRead(); }, 20s));
+    folded.showConversation(rowWithSubject("Plans"));
+    ASSERT_TRUE(zv::test::spinUntil([&] { return folded.conversationView().isLoaded(); }, kConversationTimeout));
+    const auto& cards = folded.conversationView().cards();
+    EXPECT_EQ(cards.at(0)->bodyView(), nullptr);
+    EXPECT_NE(cards.at(2)->bodyView(), nullptr);
+    cards.at(0)->setExpanded(true);
+    EXPECT_TRUE(zv::test::spinUntil([&] { return cards.at(0)->isBodyLoaded(); }, kConversationTimeout));
+    // This window's views: one process; the fixture's window has its own.
+    EXPECT_TRUE(zv::test::spinUntil([] { return childWebProcesses() <= 2; }, 10s)) << childWebProcesses();
+}
+
 TEST_F(ViewerWindowTest, RemoteImagesWaitForTheBarAndAreFetchedOnce) {
     ASSERT_TRUE(showAndWait("Remote"));
     zv::test::spinFor(zv::test::kQuietPeriod);

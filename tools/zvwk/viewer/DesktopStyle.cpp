@@ -14,9 +14,16 @@ constexpr char kPortalPath[] = "/org/freedesktop/portal/desktop";
 constexpr char kSettingsInterface[] = "org.freedesktop.portal.Settings";
 
 // The portal's value: 1 prefers dark, 2 prefers light, 0 has no preference.
+// Older portals wrap the value in one more variant.
 std::optional<bool> darkFromPortalValue(GVariant* value) {
-    while (value && g_variant_is_of_type(value, G_VARIANT_TYPE_VARIANT)) value = g_variant_get_variant(value);
-    if (!value || !g_variant_is_of_type(value, G_VARIANT_TYPE_UINT32)) return std::nullopt;
+    if (!value) return std::nullopt;
+    if (g_variant_is_of_type(value, G_VARIANT_TYPE_VARIANT)) {
+        GVariant* inner = g_variant_get_variant(value);
+        std::optional<bool> dark = darkFromPortalValue(inner);
+        g_variant_unref(inner);
+        return dark;
+    }
+    if (!g_variant_is_of_type(value, G_VARIANT_TYPE_UINT32)) return std::nullopt;
     guint32 scheme = g_variant_get_uint32(value);
     return scheme == 0 ? std::nullopt : std::optional<bool>(scheme == 1);
 }
