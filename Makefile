@@ -7,9 +7,12 @@ ZVWK = $(BUILD)/zvwk
 # Lets checkouts side by side share ccache's objects (paths become relative).
 export CCACHE_BASEDIR ?= $(abspath $(CURDIR)/..)
 
-.PHONY: run test deps build fuzz bench asan clean
+.PHONY: run test deps configure build fuzz bench asan clean
 
-run: build
+# Only what the demonstration runs: the zvwk target, not the tests and
+# benchmarks a full build adds.
+run: configure
+	@cmake --build $(BUILD) --target zvwk
 	@scripts/run-samples $(ZVWK) samples
 
 test: build
@@ -18,8 +21,10 @@ test: build
 deps:
 	@scripts/install-deps
 
-build: deps
+configure: deps
 	@cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_FLAGS) > /dev/null
+
+build: configure
 	@cmake --build $(BUILD)
 
 # The same tests with AddressSanitizer and UndefinedBehaviorSanitizer.

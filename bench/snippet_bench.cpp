@@ -13,7 +13,17 @@
 // Snippet/Corpus: a 200-character preview of every corpus document in turn,
 // the way a message list fills its preview column; bytes/s counts the whole
 // documents. scripts/run-benchmarks sets it beside html-to-text.
+//
+// SnippetFile/Streamed/MB and SnippetFile/WholeFile/MB: a 200-character
+// preview of a file of 1, 4, 16 and 64 MB (the synthetic mail repeated),
+// read and decoded only as far as the extractor goes, beside reading and
+// decoding the whole file first. scripts/run-benchmarks prints how each
+// grows with the size (the exponent of time ~ size^k).
+#include <zv/html/HTMLEncoding.h>
 #include <zv/text/TextSnippet.h>
+#include <zv/text/TextSnippetStream.h>
+
+#include <unistd.h>
 
 #include <benchmark/benchmark.h>
 
@@ -43,7 +53,10 @@ struct Inputs {
     std::string small;
     std::vector<std::string> corpus;
     size_t corpusBytes = 0;
+    fs::path files;  // a temporary folder with one file per size
 };
+
+constexpr int kFileSizesMB[] = {1, 4, 16, 64};
 
 Inputs& inputs() {
     static Inputs shared;
@@ -66,9 +79,49 @@ void BM_SnippetCorpus(benchmark::State& state) {
     state.SetItemsProcessed(int64_t(state.iterations()) * int64_t(inputs().corpus.size()));
 }
 
+fs::path fileOfSize(int megabytes) { return inputs().files / (std::to_string(megabytes) + "MB.html"); }
+
+void BM_SnippetFileStreamed(benchmark::State& state) {
+    const std::string path = fileOfSize(int(state.range(0))).string();
+    for (auto _ : state) benchmark::DoNotOptimize(zv::textSnippetForFile(path, kPreviewLength, 0, nullptr));
+}
+
+// What zvwk snippet did before: the whole file read, then decoded, then the preview.
+void BM_SnippetFileWhole(benchmark::State& state) {
+    const fs::path path = fileOfSize(int(state.range(0)));
+    for (auto _ : state) {
+        std::string bytes = readFile(path);
+        zv::html::SniffedEncoding sniffed = zv::html::sniffEncoding(bytes, {}, "UTF-8");
+        std::string html = zv::html::decodeToUTF8(std::string_view(bytes).substr(sniffed.bomLength), sniffed.encoding);
+        benchmark::DoNotOptimize(zv::textSnippetForHTML(html, kPreviewLength, 0));
+    }
+}
+
+void fileSizes(benchmark::internal::Benchmark* bench) {
+    for (int megabytes : kFileSizesMB) bench->Arg(megabytes);
+}
+
 BENCHMARK(BM_Snippet5MB)->Name("Snippet/5MB");
 BENCHMARK(BM_Snippet5KB)->Name("Snippet/5KB");
 BENCHMARK(BM_SnippetCorpus)->Name("Snippet/Corpus")->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SnippetFileStreamed)->Name("SnippetFile/Streamed")->Apply(fileSizes)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_SnippetFileWhole)->Name("SnippetFile/WholeFile")->Apply(fileSizes)->Unit(benchmark::kMillisecond);
+
+// The synthetic mail over and over, cut at the size.
+bool writeFiles(const std::string& mail) {
+    Inputs& in = inputs();
+    in.files = fs::temp_directory_path() / ("zv-snippet-bench-" + std::to_string(::getpid()));
+    std::error_code error;
+    fs::create_directories(in.files, error);
+    for (int megabytes : kFileSizesMB) {
+        std::ofstream out(fileOfSize(megabytes), std::ios::binary);
+        const size_t size = size_t(megabytes) << 20;
+        for (size_t written = 0; written < size; written += mail.size())
+            out << std::string_view(mail).substr(0, size - written);
+        if (!out) return false;
+    }
+    return !error;
+}
 
 bool load(const fs::path& folder) {
     Inputs& in = inputs();
@@ -89,6 +142,15 @@ bool load(const fs::path& folder) {
         std::cerr << "snippet_bench: the 5 KB prefix gives another snippet than the whole mail\n";
         return false;
     }
+    if (!writeFiles(in.large)) {
+        std::cerr << "snippet_bench: cannot write the files to preview under " << in.files << "\n";
+        return false;
+    }
+    if (zv::textSnippetForFile(fileOfSize(64).string(), kPreviewLength, 0, nullptr) !=
+        zv::textSnippetForHTML(in.large, kPreviewLength, 0)) {
+        std::cerr << "snippet_bench: the 64 MB file gives another snippet than the mail it repeats\n";
+        return false;
+    }
     return true;
 }
 
@@ -97,11 +159,15 @@ bool load(const fs::path& folder) {
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (argc < 2 || !load(argv[1])) {
+        std::error_code error;
+        if (!inputs().files.empty()) fs::remove_all(inputs().files, error);
         std::cerr << "usage: snippet_bench BENCH_CORPUS [benchmark options]\n"
                      "  BENCH_CORPUS: the folder bench/extract_corpus_html.py writes\n";
         return 2;
     }
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
+    std::error_code error;
+    fs::remove_all(inputs().files, error);
     return 0;
 }

@@ -1,6 +1,9 @@
 #include "BodySelectorIndex.h"
 
 #include <zv/html/CSSSelector.h>
+#include <zv/html/HTMLDocument.h>
+
+#include <algorithm>
 
 #include <optional>
 #include <string>
@@ -100,20 +103,31 @@ std::optional<SubjectKey> keyOf(std::string_view compound) {
     return SubjectKey{KeyKind::Tag, asciiLower(tag)};
 }
 
-// Calls fn on each element under `root`, in document order.
+// Calls fn(element, depth) on each element under `root`, in document order;
+// the root's children are at depth 1.
 template <class Fn>
 void forEachDescendantElement(html::HTMLNode& root, Fn fn) {
     html::HTMLNode* n = root.firstChild();
+    size_t depth = 1;
     while (n) {
-        if (html::HTMLElement* element = n->as<html::HTMLElement>()) fn(*element);
+        if (html::HTMLElement* element = n->as<html::HTMLElement>()) fn(*element, depth);
         if (n->firstChild()) {
             n = n->firstChild();
+            ++depth;
             continue;
         }
-        while (n && n != &root && !n->nextSibling()) n = n->parentNode();
+        while (n && n != &root && !n->nextSibling()) {
+            n = n->parentNode();
+            --depth;
+        }
         if (!n || n == &root) return;
         n = n->nextSibling();
     }
+}
+
+// `.name` and nothing else.
+bool isLoneClass(std::string_view compound, const SubjectKey& key) {
+    return key.kind == KeyKind::Class && compound.size() == key.name.size() + 1;
 }
 
 bool isASCIIWhitespace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f'; }
@@ -123,9 +137,16 @@ bool isASCIIWhitespace(char c) { return c == ' ' || c == '\t' || c == '\n' || c 
 struct BodySelectorIndex::Buckets {
     using Elements = std::vector<html::HTMLElement*>;
     std::unordered_map<std::string, Elements> byKind[3];
+    // By class as written: the answer to a lone `.name` in a no-quirks
+    // document, without testing each candidate's class list again.
+    std::unordered_map<std::string, Elements> exactClasses;
+    size_t elementCount = 0;
+    size_t maxDepth = 0;
 
     explicit Buckets(html::HTMLElement& body) {
-        forEachDescendantElement(body, [&](html::HTMLElement& element) {
+        forEachDescendantElement(body, [&](html::HTMLElement& element, size_t depth) {
+            ++elementCount;
+            maxDepth = std::max(maxDepth, depth);
             add(KeyKind::Tag, element.localName(), element);
             if (const std::string* id = element.attribute("id")) add(KeyKind::Id, *id, element);
             std::string_view classes = element.className();
@@ -137,14 +158,18 @@ struct BodySelectorIndex::Buckets {
                 size_t end = i;
                 while (end < classes.size() && !isASCIIWhitespace(classes[end])) ++end;
                 add(KeyKind::Class, classes.substr(i, end - i), element);
+                addExact(exactClasses[std::string(classes.substr(i, end - i))], element);
                 i = end;
             }
         });
     }
 
     void add(KeyKind kind, std::string_view name, html::HTMLElement& element) {
-        Elements& elements = byKind[int(kind)][asciiLower(name)];
-        // A class named twice on one element lists it once.
+        addExact(byKind[int(kind)][asciiLower(name)], element);
+    }
+
+    // A class named twice on one element lists it once.
+    static void addExact(Elements& elements, html::HTMLElement& element) {
         if (elements.empty() || elements.back() != &element) elements.push_back(&element);
     }
 
@@ -154,9 +179,21 @@ struct BodySelectorIndex::Buckets {
     }
 };
 
-BodySelectorIndex::BodySelectorIndex(html::HTMLElement& body) : body_(body) {}
+BodySelectorIndex::BodySelectorIndex(html::HTMLElement& body) : body_(body) {
+    const html::HTMLDocument* document = body.ownerDocument();
+    quirksMode_ = document ? document->quirksMode() : html::HTMLQuirksMode::NoQuirks;
+}
 
 BodySelectorIndex::~BodySelectorIndex() = default;
+
+// Matching each candidate would scan its class list once per rule: an element
+// with thousands of classes and a rule for each would cost their square.
+std::vector<html::HTMLElement*> BodySelectorIndex::loneClassMatches(std::string_view name,
+                                                                   const std::vector<html::HTMLElement*>& folded) {
+    if (quirksMode_ == html::HTMLQuirksMode::Quirks) return folded;  // ASCII case-insensitive, as the key
+    auto exact = buckets_->exactClasses.find(std::string(name));
+    return exact == buckets_->exactClasses.end() ? std::vector<html::HTMLElement*>() : exact->second;
+}
 
 std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_view text) {
     const html::CSSSelector selector = html::CSSSelector::parse(text);
@@ -165,10 +202,19 @@ std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_
     std::optional<SubjectKey> key = compound ? keyOf(*compound) : std::nullopt;
     if (!key) return body_.elementsMatchingSelector(selector);
     if (!buckets_) buckets_ = std::make_unique<Buckets>(body_);
+    const Buckets::Elements* candidates = buckets_->find(*key);
+    if (!candidates) return {};
+    // A combinator sends each candidate up its ancestors, and `~` back over
+    // all its earlier siblings: on a deep or wide body that could cost more
+    // than one walk of it.
+    bool oneCompound = compound->data() == text.data() + text.find_first_not_of(" \t\n\r\f");
+    bool costly = candidates->size() * buckets_->maxDepth > buckets_->elementCount ||
+                  text.find('~') != std::string_view::npos;
+    if (!oneCompound && costly) return body_.elementsMatchingSelector(selector);
+    if (oneCompound && isLoneClass(*compound, *key)) return loneClassMatches(compound->substr(1), *candidates);
     std::vector<html::HTMLElement*> found;
-    if (const Buckets::Elements* candidates = buckets_->find(*key))
-        for (html::HTMLElement* element : *candidates)
-            if (selector.matches(*element)) found.push_back(element);
+    for (html::HTMLElement* element : *candidates)
+        if (selector.matches(*element, quirksMode_)) found.push_back(element);
     return found;
 }
 

@@ -11,13 +11,16 @@
 // Escapes, pseudo-classes (":scope" among them), namespaces and the like make
 // the query fall back to a walk. Names are indexed ASCII lower-cased, which
 // finds a superset of the candidates whatever the document's quirks mode;
-// CSSSelector::matches then decides.
+// CSSSelector::matches then decides. A selector with `~`, or with combinators
+// whose candidates could each walk the whole depth of a deep body, takes the
+// walk instead, so no selector costs more than one pass over the body.
 //
 // The index holds element pointers: the body's tree must not change while it
 // is used, but attributes other than id and class may (the inliner writes
 // "style").
 #pragma once
 
+#include <zv/html/HTMLDocument.h>
 #include <zv/html/HTMLElement.h>
 
 #include <memory>
@@ -40,7 +43,12 @@ public:
 private:
     struct Buckets;
 
+    // The elements of class `name`, given those of its ASCII case folding.
+    std::vector<html::HTMLElement*> loneClassMatches(std::string_view name,
+                                                     const std::vector<html::HTMLElement*>& folded);
+
     html::HTMLElement& body_;
+    html::HTMLQuirksMode quirksMode_;  // learned once: a deep body makes it a long walk
     std::unique_ptr<Buckets> buckets_;  // built on the first keyed query
 };
 

@@ -1,5 +1,7 @@
 #include <zv/html/CSSSelector.h>
 
+#include <zv/html/HTMLDocument.h>
+
 #include "CSSSelectorMatcher.h"
 #include "CSSSelectorParser.h"
 
@@ -44,6 +46,14 @@ CSSSelector CSSSelector::idSelector(std::string_view id) {
 
 bool CSSSelector::matches(const HTMLElement& element) const {
     return compiled_ && matchesSelectorList(*compiled_, element, selectorMatchContextFor(element));
+}
+
+bool CSSSelector::matches(const HTMLElement& element, HTMLQuirksMode mode) const {
+    if (!compiled_) return false;
+    SelectorMatchContext context;
+    context.quirks = mode == HTMLQuirksMode::Quirks;
+    context.scope = &element;
+    return matchesSelectorList(*compiled_, element, context);
 }
 
 }  // namespace zv::html

@@ -139,11 +139,21 @@ public:
         return true;
     }
 
+    bool matchesLeftOfCompound(const ComplexSelector& complex, size_t index, const HTMLElement& e) const {
+        return index + 1 == complex.compounds.size() || matchLeftOf(complex, index, e) == MatchResult::Matches;
+    }
+
 private:
     MatchResult matchComplex(const ComplexSelector& complex, size_t index, const HTMLElement& e) const {
         const CompoundSelector& compound = complex.compounds[index];
         if (!matchesCompound(compound, e)) return MatchResult::FailsLocally;
         if (index + 1 == complex.compounds.size()) return MatchResult::Matches;
+        return matchLeftOf(complex, index, e);
+    }
+
+    // The compounds left of `index`, reached from `e` standing for it.
+    MatchResult matchLeftOf(const ComplexSelector& complex, size_t index, const HTMLElement& e) const {
+        const CompoundSelector& compound = complex.compounds[index];
         size_t next = index + 1;
         switch (compound.toLeft) {
         case Combinator::Descendant:
@@ -359,6 +369,11 @@ bool matchesComplexSelector(const ComplexSelector& complex, const HTMLElement& e
 bool matchesCompoundSelector(const CompoundSelector& compound, const HTMLElement& element,
                              const SelectorMatchContext& context) {
     return Matcher(context).matchesCompound(compound, element);
+}
+
+bool matchesLeftOfCompound(const ComplexSelector& complex, size_t index, const HTMLElement& element,
+                           const SelectorMatchContext& context) {
+    return Matcher(context).matchesLeftOfCompound(complex, index, element);
 }
 
 }  // namespace zv::html

@@ -65,5 +65,9 @@ bool hasSameElementType(const HTMLElement& a, const HTMLElement& b);
 // The element alone, whatever its neighbours.
 bool matchesCompoundSelector(const CompoundSelector& compound, const HTMLElement& element,
                              const SelectorMatchContext& context);
+// Whether the compounds left of compound `index` match, right to left, from
+// `element` standing for compound `index` (which is not tested).
+bool matchesLeftOfCompound(const ComplexSelector& complex, size_t index, const HTMLElement& element,
+                           const SelectorMatchContext& context);
 
 }  // namespace zv::html

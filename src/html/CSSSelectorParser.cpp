@@ -143,7 +143,12 @@ class SelectorParser {
 public:
     explicit SelectorParser(std::vector<CSSToken> tokens) : t_(std::move(tokens)) {}
 
-    std::unique_ptr<CompiledSelectorList> parse() { return parseList(0, t_.size(), ParseContext{}, false); }
+    // Nesting past the limit fails the whole text, also inside a forgiving
+    // list, which would otherwise turn it into a selector matching nothing.
+    std::unique_ptr<CompiledSelectorList> parse() {
+        std::unique_ptr<CompiledSelectorList> list = parseList(0, t_.size(), ParseContext{}, false);
+        return tooDeep_ ? nullptr : std::move(list);
+    }
 
 private:
     bool isWhitespace(size_t pos, size_t end) const {
@@ -449,8 +454,11 @@ private:
             if (!afterPseudoElement) out.simples.push_back(simple(*kind));
             return Pseudo::Class;
         }
-        if (!isType(pos, end, CSSTokenType::Function) || context.depth + 1 >= kMaxSelectorNesting)
+        if (!isType(pos, end, CSSTokenType::Function)) return Pseudo::Invalid;
+        if (context.depth + 1 >= kMaxSelectorNesting) {
+            tooDeep_ = true;
             return Pseudo::Invalid;
+        }
         size_t close = blockEnd(pos, end);
         std::optional<SimpleSelector> functional = parseFunctionalPseudoClass(pos, close, context);
         if (!functional) return Pseudo::Invalid;
@@ -519,6 +527,7 @@ private:
     }
 
     std::vector<CSSToken> t_;
+    bool tooDeep_ = false;
 };
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "CSSSelectorQuery.h"
 
+#include <zv/html/HTMLWorkCounters.h>
+
 #include <vector>
 
 namespace zv::html {
@@ -140,24 +142,29 @@ private:
     // siblings', records it as the parent's latest child, and makes it the
     // top of the path. `order` counts the elements under the root, for which
     // the :has() answers are known; null for the root's ancestors.
-    void enter(const HTMLElement& element, size_t* order = nullptr) {
+    // With `placed` false the element's place among its siblings is not
+    // known: the matcher works it out when a compound needs it.
+    void enter(const HTMLElement& element, size_t* order = nullptr, bool placed = true) {
+        ++counters_.elementsEnteredByQueries;
         size_t parent = depth_;
         size_t mine = ++depth_;
         if (mine >= levels_.size()) grow(2 * levels_.size());
         LevelInfo& parentInfo = levels_[parent];
         walked_ = WalkedElement{};
-        walked_.element = &element;
-        walked_.index = ++parentInfo.childrenSeen;
-        walked_.siblingCount = &parentInfo.childCount;
-        if (tracked_.types) tallyType(parent, element);
-        if (!tracked_.nthOf.empty()) placeAmongMatches(parent, element);
+        if (placed) {
+            walked_.element = &element;
+            walked_.index = ++parentInfo.childrenSeen;
+            walked_.siblingCount = &parentInfo.childCount;
+            if (tracked_.types) tallyType(parent, element);
+            if (!tracked_.nthOf.empty()) placeAmongMatches(parent, element);
+        }
         if (order && !tracked_.has.empty()) recallHas((*order)++);
         startLevel(mine);
         for (size_t j = 0; j < width_; ++j) {
             const ComplexSelector& complex = list_.selectors[j];
             if (!complex.topDown) continue;
             Masks& p = masks(parent, j);
-            uint64_t self = compoundsMatching(complex, element, p);
+            uint64_t self = compoundsMatching(complex, element, p, placed);
             p.lastChild = self;
             p.children |= self;
             masks(mine, j) = Masks{self, p.above | self, 0, 0};
@@ -280,16 +287,27 @@ private:
         walked_.knownHas = knownHas_;
     }
 
-    // Bit k: compounds k..last match with `element` as compound k.
-    uint64_t compoundsMatching(const ComplexSelector& complex, const HTMLElement& element, const Masks& parent) const {
+    // Bit k: compounds k..last match with `element` as compound k. An
+    // element entered without its earlier siblings (`placed` false: a root's
+    // ancestor) has no sibling masks: a `+` or `~` on its left is matched
+    // right to left among its siblings, and only once compound k matches it.
+    uint64_t compoundsMatching(const ComplexSelector& complex, const HTMLElement& element, const Masks& parent,
+                               bool placed = true) const {
         size_t last = complex.compounds.size() - 1;
         uint64_t self = 0;
         for (size_t k = 0; k <= last; ++k) {
             const CompoundSelector& compound = complex.compounds[k];
-            if (k < last && !(leftSide(compound.toLeft, parent) >> (k + 1) & 1)) continue;
-            if (matchesCompoundSelector(compound, element, context_)) self |= uint64_t(1) << k;
+            bool bySiblings = !placed && k < last && isSiblingCombinator(compound.toLeft);
+            if (k < last && !bySiblings && !(leftSide(compound.toLeft, parent) >> (k + 1) & 1)) continue;
+            if (!matchesCompoundSelector(compound, element, context_)) continue;
+            if (bySiblings && !matchesLeftOfCompound(complex, k, element, context_)) continue;
+            self |= uint64_t(1) << k;
         }
         return self;
+    }
+
+    static bool isSiblingCombinator(Combinator c) {
+        return c == Combinator::NextSibling || c == Combinator::SubsequentSibling;
     }
 
     // The mask that says what the compounds left of `combinator` matched.
@@ -314,31 +332,25 @@ private:
         return false;
     }
 
-    // Brings `root` and its ancestors onto the path, each after its earlier
-    // siblings, since the selector may reach above and beside where the
-    // query starts. Their :has() is not known ahead: it is scanned.
+    // Brings `root` and its ancestors onto the path, since the selector may
+    // reach above and beside where the query starts. Their earlier siblings
+    // are not entered: that would make a query deep in a wide tree cost the
+    // document before it. What a compound asks of an ancestor's siblings
+    // (`+`, `~`, its position) is found in place, and only when it asks.
+    // Their :has() is not known ahead either: it is scanned.
     void enterAncestorsOf(const HTMLNode& root) {
         if (!root.isElement()) return;
         std::vector<const HTMLElement*> path;
         for (const HTMLNode* n = &root; n && n->isElement(); n = n->parentNode())
             path.push_back(static_cast<const HTMLElement*>(n));
-        for (size_t i = path.size(); i-- > 0;) {
-            const HTMLElement& ancestor = *path[i];
-            if (const HTMLNode* parent = ancestor.parentNode()) {
-                for (const HTMLNode* s = parent->firstChild(); s != &ancestor; s = s->nextSibling()) {
-                    if (!s->isElement()) continue;
-                    enter(*static_cast<const HTMLElement*>(s));
-                    --depth_;
-                }
-            }
-            enter(ancestor);
-        }
+        for (size_t i = path.size(); i-- > 0;) enter(*path[i], nullptr, false);
     }
 
     const CompiledSelectorList& list_;
     SelectorMatchContext context_;
     WalkedElement walked_;
     size_t width_;  // complex selectors in the list
+    HTMLWorkCounters& counters_ = htmlWorkCounters();
     bool matchesAnything_ = false;
     Tracked tracked_;
     std::vector<PositionAmongMatches> amongMatches_;  // the current element's, one per tracked_.nthOf

@@ -16,9 +16,15 @@
 // first pass, bottom up, answers for every element each :has() whose
 // arguments look only downwards (`:has(img)`, `:has(> p b)`).
 //
+// A query rooted at an element also enters the root's ancestors, so the
+// compounds left of a combinator can match there, but not their earlier
+// siblings: on an ancestor, a `+` or `~` is matched right to left in place.
+//
 // What stays proportional to the neighbourhood is what lies inside a compound
 // and looks elsewhere: :has() with sibling combinators scans its candidates,
-// and :is()/:not() of complex selectors match right to left.
+// :is()/:not() of complex selectors match right to left, and on the root's
+// ancestors `~` scans earlier siblings, :nth-child() counts them and :has()
+// scans subtrees.
 #pragma once
 
 #include "CSSSelectorMatcher.h"

@@ -14,6 +14,7 @@
 #include <unicode/ucnv_cb.h>
 #include <unicode/utf16.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <mutex>
@@ -446,7 +447,43 @@ std::string decodeWithICU(std::string_view bytes, size_t index) {
     }
 }
 
+size_t utf8SequenceLength(uint8_t lead) {
+    if (lead >= 0xC2 && lead <= 0xDF) return 2;
+    if (lead >= 0xE0 && lead <= 0xEF) return 3;
+    if (lead >= 0xF0 && lead <= 0xF4) return 4;
+    return 1;  // ASCII, or a byte that is an error on its own
+}
+
+size_t decodableUTF8Length(std::string_view bytes) {
+    const size_t n = bytes.size();
+    for (size_t back = 1; back <= std::min<size_t>(n, 4); ++back) {
+        auto byte = uint8_t(bytes[n - back]);
+        if ((byte & 0xC0) == 0x80) continue;
+        return utf8SequenceLength(byte) > back ? n - back : n;
+    }
+    return n;
+}
+
+size_t decodableUTF16Length(std::string_view bytes, bool bigEndian) {
+    size_t n = bytes.size() & ~size_t(1);
+    if (n == 0) return 0;
+    auto high = uint8_t(bytes[bigEndian ? n - 2 : n - 1]);
+    return high >= 0xD8 && high <= 0xDB ? n - 2 : n;
+}
+
 }  // namespace
+
+size_t decodableLength(std::string_view bytes, std::string_view encodingName) {
+    const Encoding& encoding = kEncodings[encodingIndex(encodingName)];
+    if (encoding.decode == decodeUTF8) return decodableUTF8Length(bytes);
+    if (encoding.name == "UTF-16BE" || encoding.name == "UTF-16LE")
+        return decodableUTF16Length(bytes, encoding.name == "UTF-16BE");
+    if (!encoding.asciiCompatible) return 0;
+    if (encoding.decode != decodeWithICU) return bytes.size();
+    for (size_t end = bytes.size(); end > 0; --end)
+        if (uint8_t(bytes[end - 1]) < 0x30) return end;
+    return 0;
+}
 
 std::string decodeToUTF8(std::string_view bytes, std::string_view encodingName) {
     const size_t index = encodingIndex(encodingName);

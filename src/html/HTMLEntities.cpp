@@ -26,9 +26,14 @@ size_t decodeNumericReference(std::string_view text, size_t i, std::string& out)
     return i;
 }
 
-}  // namespace
+// A named reference the standard leaves alone in an attribute value: a
+// legacy name, without ";", that runs on into a letter, digit or "=".
+bool isKeptInAttribute(std::string_view text, size_t end) {
+    if (text[end - 1] == ';' || end >= text.size()) return false;
+    return isASCIIAlphanumeric(text[end]) || text[end] == '=';
+}
 
-std::string stringByDecodingHTMLEntities(std::string_view text) {
+std::string decodeHTMLEntities(std::string_view text, bool inAttribute) {
     std::string out;
     out.reserve(text.size());
     size_t i = 0;
@@ -41,7 +46,7 @@ std::string stringByDecodingHTMLEntities(std::string_view text) {
                 continue;
             }
         } else if (auto match = matchNamedCharacterReference(text.substr(i, kLongestNamedCharacterReference));
-                   match.length) {
+                   match.length && !(inAttribute && isKeptInAttribute(text, i + match.length))) {
             out.append(match.value);
             i += match.length;
             continue;
@@ -51,6 +56,12 @@ std::string stringByDecodingHTMLEntities(std::string_view text) {
     out.append(text.substr(i));
     return out;
 }
+
+}  // namespace
+
+std::string stringByDecodingHTMLEntities(std::string_view text) { return decodeHTMLEntities(text, false); }
+
+std::string stringByDecodingHTMLEntitiesInAttribute(std::string_view text) { return decodeHTMLEntities(text, true); }
 
 std::string stringByEncodingHTMLEntities(std::string_view text) {
     std::string out;

@@ -1,11 +1,36 @@
 #include "HTMLFormattingElementList.h"
 
+#include <algorithm>
 #include <functional>
 #include <string_view>
+#include <vector>
 
 namespace zv::html {
 
 namespace {
+
+// Past this many attributes, comparing each with each would make a tag with
+// a hundred thousand of them cost quadratic time.
+constexpr size_t kScannedAttributes = 16;
+
+// The attributes in one order, for comparing long lists; an element's names
+// are distinct, so no two compare equal.
+std::vector<const HTMLAttribute*> sortedAttributes(const std::vector<HTMLAttribute>& attributes) {
+    std::vector<const HTMLAttribute*> sorted;
+    sorted.reserve(attributes.size());
+    for (const HTMLAttribute& attribute : attributes) sorted.push_back(&attribute);
+    std::sort(sorted.begin(), sorted.end(), [](const HTMLAttribute* x, const HTMLAttribute* y) {
+        return x->ns != y->ns ? x->ns < y->ns : x->name < y->name;
+    });
+    return sorted;
+}
+
+bool sameAttributesSorted(const std::vector<HTMLAttribute>& left, const std::vector<HTMLAttribute>& right) {
+    std::vector<const HTMLAttribute*> x = sortedAttributes(left), y = sortedAttributes(right);
+    for (size_t i = 0; i < x.size(); ++i)
+        if (x[i]->ns != y[i]->ns || x[i]->name != y[i]->name || x[i]->value != y[i]->value) return false;
+    return true;
+}
 
 // Same tag name, namespace and attributes, in any order.
 bool matchesForNoahsArk(const HTMLElement& a, const HTMLElement& b) noexcept {
@@ -14,6 +39,7 @@ bool matchesForNoahsArk(const HTMLElement& a, const HTMLElement& b) noexcept {
     const auto& left = a.attributes();
     const auto& right = b.attributes();
     if (left.size() != right.size()) return false;
+    if (left.size() > kScannedAttributes) return sameAttributesSorted(left, right);
     for (const auto& attribute : left) {
         bool found = false;
         for (const auto& other : right) {

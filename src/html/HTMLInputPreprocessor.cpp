@@ -67,9 +67,24 @@ size_t validSequenceLength(const uint8_t* p, const uint8_t* end, size_t& invalid
 
 }  // namespace
 
+bool HTMLInputPreprocessor::nextPiece() {
+    while (sourcePosition_ == source_.size()) {
+        if (!pull_) return false;
+        source_ = pull_();
+        sourcePosition_ = 0;
+        if (source_.empty()) {
+            pull_ = nullptr;
+            return false;
+        }
+        if (pieceEndedWithCR_ && source_.front() == '\n') ++sourcePosition_;
+        pieceEndedWithCR_ = false;
+    }
+    return true;
+}
+
 bool HTMLInputPreprocessor::prepareMore() {
-    if (finished()) return false;
-    if (buffer_.capacity() == 0) {
+    if (!nextPiece()) return false;
+    if (buffer_.capacity() == 0 && !pull_) {
         // Normalising seldom grows the text, so one reservation usually holds it all.
         buffer_.reserve(source_.size() + 1);
     }
@@ -98,7 +113,9 @@ bool HTMLInputPreprocessor::prepareMore() {
             buffer_ += '\n';
             // A CR LF pair split by the chunk's end is still one newline:
             // the LF is read from the source, past the chunk if need be.
-            p += (p + 1 < sourceEnd && p[1] == '\n') ? 2 : 1;
+            const bool pair = p + 1 < sourceEnd && p[1] == '\n';
+            p += pair ? 2 : 1;
+            pieceEndedWithCR_ = !pair && p == sourceEnd;
         } else {
             buffer_.append(kReplacementCharacter, 3);
             p += invalidLength;

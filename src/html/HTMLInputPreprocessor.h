@@ -4,12 +4,15 @@
 //
 // Nothing is read at construction, so a caller that takes only the first
 // tokens of a large document pays only for the chunks those tokens cover.
+// The source is either one text held in place or pieces pulled from a
+// callback as they are needed (a file being read and decoded).
 // The buffer can move when invalid bytes make it outgrow its reservation, so
 // hold offsets into it, not pointers, across calls to prepareMore().
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -23,11 +26,14 @@ public:
 
     // `source` must stay alive and unchanged while chunks are still to come.
     explicit HTMLInputPreprocessor(std::string_view source) noexcept : source_(source) {}
+    // Each call of `pull` gives the next piece (held until the next call),
+    // empty at the end; see HTMLTextSource.
+    explicit HTMLInputPreprocessor(std::function<std::string_view()> pull) noexcept : pull_(std::move(pull)) {}
 
     const char* data() const noexcept { return buffer_.data(); }
     size_t size() const noexcept { return buffer_.size(); }
     // Whether the whole source has been prepared.
-    bool finished() const noexcept { return sourcePosition_ == source_.size(); }
+    bool finished() const noexcept { return sourcePosition_ == source_.size() && !pull_; }
 
     // Appends the next chunk, which is never empty; false when there was
     // nothing left to prepare.
@@ -40,9 +46,15 @@ public:
     static void findInputStreamErrors(std::string_view text, Report&& report);
 
 private:
+    // Moves on to the next pulled piece once the current one is used up;
+    // false at the end of the input.
+    bool nextPiece();
+
     std::string_view source_;
     size_t sourcePosition_ = 0;
     std::string buffer_;
+    std::function<std::string_view()> pull_;  // dropped once it gives nothing more
+    bool pieceEndedWithCR_ = false;           // so an LF opening the next piece is not a second newline
 };
 
 template <typename Report>

@@ -7,6 +7,7 @@
 #include <zv/html/HTMLElement.h>
 #include <zv/html/HTMLNodeIterator.h>
 #include <zv/html/HTMLSerializer.h>
+#include <zv/html/HTMLWorkCounters.h>
 
 #include "NodeAllocator.h"
 
@@ -66,7 +67,9 @@ HTMLElement* HTMLNode::firstElementChild() const noexcept {
 
 HTMLNode* HTMLNode::rootNode() const noexcept {
     auto* n = const_cast<HTMLNode*>(this);
-    while (n->parent_) n = n->parent_;
+    uint64_t steps = 0;
+    for (; n->parent_; ++steps) n = n->parent_;
+    htmlWorkCounters().stepsTowardsDocument += steps;
     return n;
 }
 

@@ -1,5 +1,8 @@
 #include <zv/html/HTMLTokenizer.h>
 
+#include <zv/html/HTMLWorkCounters.h>
+
+#include "AttributeNameSet.h"
 #include "CharacterReferences.h"
 #include "HTMLInputPreprocessor.h"
 
@@ -242,6 +245,9 @@ struct HTMLTokenizer::Impl {
     explicit Impl(std::string_view html) : input(html) {
         nullCharacter.characters = std::string_view(kNullCharacter, 1);
     }
+    explicit Impl(HTMLTextSource source) : input(std::move(source)) {
+        nullCharacter.characters = std::string_view(kNullCharacter, 1);
+    }
 
     const HTMLToken* nextToken();
     void run();
@@ -359,6 +365,8 @@ struct HTMLTokenizer::Impl {
     size_t attributeCount = 0;
     std::vector<HTMLTokenAttribute> spareAttributes;  // cut off, for longer lists later
     bool currentAttributeIsDuplicate = false;
+    AttributeNameSet attributeNames;  // the current tag's, duplicates left out
+    HTMLWorkCounters& counters = htmlWorkCounters();
     TagNameCache tagNames;
     std::string lastStartTagName;
     size_t markupStart = 0;  // the '<' that opened the markup being read
@@ -468,6 +476,7 @@ const HTMLToken* HTMLTokenizer::Impl::nextToken() {
 
 void HTMLTokenizer::Impl::beginTag(HTMLTagToken& token) {
     attributeCount = 0;
+    attributeNames.clear();
     token.tagName.clear();
     token.tag = Tag::Unknown;
     token.selfClosing = false;
@@ -517,15 +526,9 @@ void HTMLTokenizer::Impl::startAttribute() {
 // Leaving the attribute name state: a name the tag already has makes the
 // attribute a duplicate, read to its end and then dropped.
 void HTMLTokenizer::Impl::finishAttributeName() {
-    const auto& attributes = tag->attributes;
-    const auto& name = attribute().name;
-    for (size_t i = 0; i + 1 < attributeCount; ++i) {
-        if (attributes[i].name == name) {
-            error("duplicate-attribute");
-            currentAttributeIsDuplicate = true;
-            return;
-        }
-    }
+    if (!attributeNames.repeatsEarlierName(tag->attributes, attributeCount, counters.attributeNamesCompared)) return;
+    error("duplicate-attribute");
+    currentAttributeIsDuplicate = true;
 }
 
 void HTMLTokenizer::Impl::dropDuplicateAttribute() {
@@ -1616,6 +1619,8 @@ void HTMLTokenizer::Impl::run() {
 }
 
 HTMLTokenizer::HTMLTokenizer(std::string_view html) : impl_(std::make_unique<Impl>(html)) {}
+
+HTMLTokenizer::HTMLTokenizer(HTMLTextSource source) : impl_(std::make_unique<Impl>(std::move(source))) {}
 
 HTMLTokenizer::~HTMLTokenizer() = default;
 

@@ -8,6 +8,7 @@
 #include <zv/html/HTMLDocumentType.h>
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace zv::html {
 
@@ -2136,9 +2137,14 @@ void HTMLTreeBuilder::pushFormattingElement(HTMLElement& element) {
     formatting_.push(element, stack_.size() - 1);
 }
 
+// The names the element has go into a set first, so a second <html> or
+// <body> with a hundred thousand attributes costs linear time.
 void HTMLTreeBuilder::addMissingAttributes(HTMLElement& element, const HTMLTagToken& token) {
+    std::unordered_set<std::string> present;
+    for (const HTMLAttribute& attribute : element.attributes())
+        if (attribute.ns == AttributeNamespace::None) present.insert(attribute.name);
     for (const auto& attribute : token.attributes)
-        if (!element.hasAttribute(attribute.name)) element.appendAttribute(HTMLAttribute{attribute.name, attribute.value});
+        if (present.insert(attribute.name).second) element.appendAttribute(HTMLAttribute{attribute.name, attribute.value});
 }
 
 // A <selectedcontent> inside a <select> shows a copy of the selected option,

@@ -85,24 +85,30 @@ void dumpLeaf(std::string& out, const HTMLNode& node, size_t depth) {
     }
 }
 
-}  // namespace
-
-std::string dumpTree(const HTMLNode& root) {
+// Appends lines to `out`, handing them to `stream` whenever a batch is ready,
+// or keeping them all when there is no stream.
+void dump(const HTMLNode& root, std::string& out, std::ostream* stream) {
+    constexpr size_t kBatch = 1 << 16;
     struct Pending {
         const HTMLNode* node;  // null: the "content" line of a template
         const HTMLNode* contentOf;
         size_t depth;
     };
-    std::string out;
     std::vector<Pending> pending;
     auto pushChildren = [&](const HTMLNode& parent, size_t depth) {
         for (const HTMLNode* child = parent.lastChild(); child; child = child->previousSibling())
             pending.push_back({child, nullptr, depth});
     };
+    auto handOver = [&] {
+        if (!stream || out.size() < kBatch) return;
+        stream->write(out.data(), std::streamsize(out.size()));
+        out.clear();
+    };
     pushChildren(root, 0);
     while (!pending.empty()) {
         Pending item = pending.back();
         pending.pop_back();
+        handOver();
         if (!item.node) {
             startLine(out, item.depth);
             out += "content\n";
@@ -119,7 +125,20 @@ std::string dumpTree(const HTMLNode& root) {
         // Every template shows its contents, created or not.
         if (element->is(Tag::template_)) pending.push_back({nullptr, element->templateContent(), item.depth + 1});
     }
+    if (stream) stream->write(out.data(), std::streamsize(out.size()));
+}
+
+}  // namespace
+
+std::string dumpTree(const HTMLNode& root) {
+    std::string out;
+    dump(root, out, nullptr);
     return out;
+}
+
+void dumpTree(const HTMLNode& root, std::ostream& out) {
+    std::string batch;
+    dump(root, batch, &out);
 }
 
 }  // namespace zv::html

@@ -7,9 +7,12 @@
 #include <zv/foundation/Strings.h>
 #include <zv/html/CSSSelector.h>
 #include <zv/html/HTMLCharacterData.h>
+#include <zv/html/HTMLDocument.h>
 #include <zv/text/SquireCleanup.h>
 
 #include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace zv {
@@ -94,6 +97,75 @@ void removeHiddenElements(HTMLElement& root) {
     for (const Ref<HTMLElement>& element : matches) element->removeFromParentNode();
 }
 
+// What the empty-break divs of a citation ask of their subtrees, found in one
+// pass: asked by walking each div's subtree, a chain of nested divs around
+// one line break costs its depth squared. The only change made meanwhile is
+// a quote marker appended to a break's parent, which the answers allow for.
+class CitationSubtree {
+public:
+    explicit CitationSubtree(const HTMLElement& citation) {
+        size_t order = 0;
+        const HTMLNode* n = &citation;
+        while (true) {
+            facts_[n].order = order++;
+            if (n->firstChild()) {
+                n = n->firstChild();
+                continue;
+            }
+            while (true) {
+                finish(*n, order);
+                if (n == &citation) return;
+                if (n->nextSibling()) break;
+                n = n->parentNode();
+            }
+            n = n->nextSibling();
+        }
+    }
+
+    // `br` descendants, counted up to 2.
+    int breaksBelow(const HTMLNode& node) const { return facts_.at(&node).breaks; }
+    HTMLElement* firstBreakBelow(const HTMLNode& node) const { return facts_.at(&node).firstBreak; }
+
+    // As the literal test on the div's text, knowing that markers, all
+    // starting with ">", can only have been appended to `breakParent`, the
+    // parent of the div's one break.
+    bool textStartsWithGreaterThan(const HTMLNode& div, const HTMLNode& breakParent) const {
+        const HTMLText* first = facts_.at(&div).firstText;
+        if (marked_.count(&breakParent) && (!first || facts_.at(first).order > facts_.at(&breakParent).last))
+            return true;
+        return first && first->data().front() == '>';
+    }
+
+    void markerAppendedTo(const HTMLNode& parent) { marked_.insert(&parent); }
+
+private:
+    struct Facts {
+        size_t order = 0;  // in document order
+        size_t last = 0;   // the order of the subtree's last node
+        int breaks = 0;
+        HTMLElement* firstBreak = nullptr;
+        const HTMLText* firstText = nullptr;  // the first that is not empty
+    };
+
+    // The node's subtree is done: its facts are complete and go to its parent.
+    void finish(const HTMLNode& node, size_t order) {
+        Facts& mine = facts_[&node];
+        mine.last = order - 1;
+        if (const HTMLText* text = node.as<HTMLText>(); text && !text->data().empty()) mine.firstText = text;
+        HTMLNode* parentNode = node.parentNode();
+        if (!parentNode || !facts_.count(parentNode)) return;
+        Facts& parent = facts_[parentNode];
+        const HTMLElement* element = node.as<HTMLElement>();
+        bool isBreak = element && selectors().lineBreak.matches(*element, html::HTMLQuirksMode::NoQuirks);
+        parent.breaks = std::min(2, parent.breaks + mine.breaks + int(isBreak));
+        if (!parent.firstBreak) parent.firstBreak = isBreak ? const_cast<HTMLElement*>(element) : mine.firstBreak;
+        if (!parent.firstText) parent.firstText = mine.firstText;
+    }
+
+    std::unordered_map<const HTMLNode*, Facts> facts_;
+    std::unordered_set<const HTMLNode*> marked_;
+};
+
 // One regular-expression rewrite of the serialized markup.
 struct Rewrite {
     std::optional<Regex> regex;  // none when the pattern did not compile
@@ -153,10 +225,15 @@ std::string withoutTabs(std::string text) {
 void preprocessBlockquoteCitations(HTMLElement& citation) {
     for (HTMLElement* paragraph : citation.elementsMatchingSelector(selectors().paragraph))
         paragraph->insertNode(quoteMarker(*paragraph), paragraph->firstChild());
-    for (HTMLElement* div : citation.elementsMatchingSelector(selectors().div)) {
-        if (!isEmptyBreakDIV(*div)) continue;
-        HTMLElement* lineBreak = div->firstElementMatchingSelector(selectors().lineBreak);
-        lineBreak->parentNode()->appendNode(quoteMarker(*div));
+    std::vector<HTMLElement*> divs = citation.elementsMatchingSelector(selectors().div);
+    if (divs.empty()) return;
+    CitationSubtree subtree(citation);
+    for (HTMLElement* div : divs) {
+        const HTMLNode* only = div->firstChild();
+        if (!only || only != div->lastChild() || subtree.breaksBelow(*div) != 1) continue;
+        HTMLNode* parent = subtree.firstBreakBelow(*div)->parentNode();
+        parent->appendNode(HTMLText::create(subtree.textStartsWithGreaterThan(*div, *parent) ? ">" : "> "));
+        subtree.markerAppendedTo(*parent);
     }
 }
 

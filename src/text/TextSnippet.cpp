@@ -6,6 +6,7 @@
 #include <zv/text/InlineStyle.h>
 
 #include "CaseMapping.h"
+#include "TextSnippetRun.h"
 #include "../foundation/CharacterBreaks.h"
 
 #include <unicode/brkiter.h>
@@ -47,6 +48,64 @@ const TagSet& blockTags(bool preserveLineBreaks) {
     static const TagSet normal = tagSet({Tag::p, Tag::br, Tag::div, Tag::table, Tag::img});
     static const TagSet preserving = tagSet({Tag::div, Tag::table, Tag::img});
     return preserveLineBreaks ? preserving : normal;
+}
+
+// What the tokenizer reads after these start tags, as the tree builder
+// switches it: their text is not markup.
+std::optional<html::HTMLTokenizerState> textStateAfter(Tag tag) {
+    switch (tag) {
+    case Tag::title:
+    case Tag::textarea:
+        return html::HTMLTokenizerState::RCDATA;
+    case Tag::style:
+    case Tag::xmp:
+    case Tag::iframe:
+    case Tag::noembed:
+    case Tag::noframes:
+        return html::HTMLTokenizerState::RAWTEXT;
+    case Tag::script:
+        return html::HTMLTokenizerState::ScriptData;
+    case Tag::plaintext:
+        return html::HTMLTokenizerState::PLAINTEXT;
+    default:
+        return std::nullopt;
+    }
+}
+
+// Start tags that end foreign content in the tree builder: what follows
+// them is HTML again, even inside an open <svg> or <math>.
+const TagSet& foreignContentBreakers() {
+    static const TagSet set = tagSet({
+        Tag::b, Tag::big, Tag::blockquote, Tag::body, Tag::br, Tag::center, Tag::code, Tag::dd, Tag::div,
+        Tag::dl, Tag::dt, Tag::em, Tag::embed, Tag::h1, Tag::h2, Tag::h3, Tag::h4, Tag::h5, Tag::h6,
+        Tag::head, Tag::hr, Tag::i, Tag::img, Tag::li, Tag::listing, Tag::menu, Tag::meta, Tag::nobr, Tag::ol,
+        Tag::p, Tag::pre, Tag::ruby, Tag::s, Tag::small, Tag::span, Tag::strong, Tag::strike, Tag::sub,
+        Tag::sup, Tag::table, Tag::tt, Tag::u, Tag::ul, Tag::var,
+    });
+    return set;
+}
+
+// Elements inside <svg> or <math> whose content the tree builder reads as HTML.
+bool isIntegrationPoint(const html::HTMLTagToken& token) {
+    switch (token.tag) {
+    case Tag::foreignObject:
+    case Tag::desc:
+    case Tag::title:
+    case Tag::mi:
+    case Tag::mo:
+    case Tag::mn:
+    case Tag::ms:
+    case Tag::mtext:
+        return true;
+    case Tag::annotation_xml: {
+        const std::string* encoding = token.attribute("encoding");
+        if (!encoding) return false;
+        std::string value = textcase::lowercase(*encoding);
+        return value == "text/html" || value == "application/xhtml+xml";
+    }
+    default:
+        return token.tagName == "foreignobject";
+    }
 }
 
 bool isASCIIByte(char c) { return static_cast<unsigned char>(c) < 0x80; }
@@ -120,6 +179,7 @@ class OpenTagNames {
 public:
     void add(const html::HTMLTagToken& token) { ++count(token); }
     void remove(const html::HTMLTagToken& token) { --count(token); }
+    bool contains(Tag tag) const { return known_[size_t(tag)] != 0; }
     bool contains(const html::HTMLTagToken& token) {
         if (token.tag != Tag::Unknown) return known_[size_t(token.tag)] != 0;
         auto found = other_.find(token.tagName);
@@ -144,21 +204,23 @@ class SnippetRun {
 public:
     SnippetRun(long maxLength, unsigned options) : maxLength_(maxLength), options_(options) {}
 
-    std::optional<std::string> run(std::string_view html) {
-        html::HTMLTokenizer tokenizer(html);
+    std::optional<std::string> run(html::HTMLTokenizer& tokenizer) {
         tokenizer.setParseErrorCallback({});
         while (!stop_) {
             const html::HTMLToken* token = tokenizer.nextToken();
             if (!token) break;
             switch (token->type) {
-            case html::HTMLTokenType::StartTag:
-                startTag(static_cast<const html::HTMLStartTagToken&>(*token));
+            case html::HTMLTokenType::StartTag: {
+                const auto& tag = static_cast<const html::HTMLStartTagToken&>(*token);
+                switchTokenizerAfter(tag, tokenizer);
+                startTag(tag);
                 break;
+            }
             case html::HTMLTokenType::EndTag:
                 endTag(static_cast<const html::HTMLEndTagToken&>(*token));
                 break;
             case html::HTMLTokenType::Character:
-                if (collecting_) characters(static_cast<const html::HTMLCharacterToken&>(*token).characters);
+                if (collecting_) text(static_cast<const html::HTMLCharacterToken&>(*token).characters);
                 break;
             default:
                 break;
@@ -169,6 +231,25 @@ public:
 
 private:
     bool has(unsigned option) const { return (options_ & option) != 0; }
+
+    // Whether the tree builder would put the next start tag or text in an
+    // <svg> or <math> element rather than an HTML one.
+    bool inForeignContent() {
+        if (!openNames_.contains(Tag::svg) && !openNames_.contains(Tag::math)) return false;
+        for (auto item = stack_.rbegin(); item != stack_.rend(); ++item) {
+            const html::HTMLTagToken& open = item->token;
+            if (open.tag == Tag::svg || open.tag == Tag::math) return true;
+            if (isIntegrationPoint(open) || foreignContentBreakers().test(size_t(open.tag))) return false;
+        }
+        return false;
+    }
+
+    void switchTokenizerAfter(const html::HTMLStartTagToken& token, html::HTMLTokenizer& tokenizer) {
+        std::optional<html::HTMLTokenizerState> state = textStateAfter(token.tag);
+        if (!state || inForeignContent()) return;
+        tokenizer.setState(*state);
+        tokenizer.setLastStartTagName(token.tagName);
+    }
 
     void startTag(const html::HTMLStartTagToken& token) {
         if (voidElements().test(size_t(token.tag))) return;
@@ -208,6 +289,21 @@ private:
         }
         collecting_ = stack_.empty() || stack_.back().collectionState;
         if (token.tag == Tag::pre) inPre_ = false;  // a flag, not a count: the first </pre> ends it
+    }
+
+    // A NUL in markup is dropped by the tree builder, or replaced inside
+    // <svg> and <math>; the raw-text states hand out U+FFFD already.
+    void text(std::string_view text) {
+        if (text.find('\0') == std::string_view::npos) return characters(text);
+        const std::string_view replacement = inForeignContent() ? "\uFFFD" : "";
+        std::string cleaned;
+        for (char c : text) {
+            if (c == '\0')
+                cleaned += replacement;
+            else
+                cleaned += c;
+        }
+        characters(cleaned);
     }
 
     void characters(std::string_view text) {
@@ -346,8 +442,10 @@ private:
     std::optional<std::string> finish() {
         if (buffer_.empty()) return std::nullopt;
         // The tokenizer decoded the source's references already; decoding once
-        // more is part of the format ("&amp;lt;" in the source ends as "<").
-        std::string text = html::stringByDecodingHTMLEntities(buffer_);
+        // more is part of the format ("&amp;lt;" in the source ends as "<"),
+        // but as in an attribute value, so that text reading "?a=1&copy=2"
+        // keeps its "&copy".
+        std::string text = html::stringByDecodingHTMLEntitiesInAttribute(buffer_);
         if (has(ZVTextSnippetPreserveLineBreaks)) return text;
         return zvTrim(text);
     }
@@ -366,10 +464,15 @@ private:
 
 }  // namespace
 
+std::optional<std::string> snippetOfTokens(html::HTMLTokenizer& tokenizer, long maxLength, unsigned options) {
+    return SnippetRun(maxLength, options).run(tokenizer);
+}
+
 std::optional<std::string> HTMLSnippetParser::extractTextWithMaxLength(long maxLength, unsigned options,
                                                                        std::error_code* error) const {
     if (error) error->clear();
-    return SnippetRun(maxLength, options).run(html_);
+    html::HTMLTokenizer tokenizer(html_);
+    return snippetOfTokens(tokenizer, maxLength, options);
 }
 
 std::optional<std::string> HTMLSnippetParser::textSnippetWithMaxLength(long maxLength, unsigned options) const {

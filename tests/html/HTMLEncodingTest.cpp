@@ -1,5 +1,6 @@
 // Encoding labels, sniffing and decoding, through the public interface.
 #include <zv/html/HTMLEncoding.h>
+#include <zv/html/HTMLStreamDecoder.h>
 
 #include <gtest/gtest.h>
 
@@ -7,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <vector>
 
@@ -93,16 +95,10 @@ TEST(HTMLEncodingSniffing, Html5libEncodingCorpus) {
     EXPECT_GT(ran, 50u) << "the corpus was not read";
 }
 
-TEST(HTMLEncodingLabels, TrimsWhitespaceAndIgnoresCase) {
-    EXPECT_EQ(encodingForLabel("  LATIN1 "), "windows-1252");
-    EXPECT_EQ(encodingForLabel("\t\n\f\rutf8\r\n"), "UTF-8");
-    EXPECT_EQ(encodingForLabel("unicode-1-1-utf-8"), "UTF-8");
-    EXPECT_EQ(encodingForLabel("Shift_JIS"), "Shift_JIS");
-    EXPECT_EQ(encodingForLabel("KOI8_R"), "KOI8-R");
-}
-
-TEST(HTMLEncodingLabels, MapsLabelsToTheirEncoding) {
+TEST(HTMLEncodingLabels, MapsLabelsToTheirEncodingIgnoringCaseAndSurroundingWhitespace) {
     const std::pair<const char*, const char*> cases[] = {
+        {"  LATIN1 ", "windows-1252"},     {"\t\n\f\rutf8\r\n", "UTF-8"},   {"unicode-1-1-utf-8", "UTF-8"},
+        {"Shift_JIS", "Shift_JIS"},        {"KOI8_R", "KOI8-R"},
         {"us-ascii", "windows-1252"},      {"iso-8859-1", "windows-1252"},   {"iso-8859-9", "windows-1254"},
         {"tis-620", "windows-874"},        {"iso-8859-11", "windows-874"},   {"x-mac-ukrainian", "x-mac-cyrillic"},
         {"gb2312", "GBK"},                 {"gb18030", "gb18030"},           {"big5-hkscs", "Big5"},
@@ -156,51 +152,48 @@ TEST(HTMLEncodingSniffing, DefaultAppliesOnlyWithoutDeclaration) {
     EXPECT_EQ(sniffEncoding("<meta charset=euc-kr>", {}, "utf-8").encoding, "EUC-KR");
 }
 
-TEST(HTMLEncodingPrescan, ReadsMetaDeclarations) {
-    EXPECT_EQ(prescanForEncoding("<META HTTP-EQUIV=Content-Type CONTENT='text/html; CHARSET=Big5'>"), "Big5");
-    EXPECT_EQ(prescanForEncoding("<meta content=\"text/html; charset=\\\"x\" charset=gbk>"), "GBK");
-    EXPECT_EQ(prescanForEncoding("<meta/charset=sjis>"), "Shift_JIS");
-    EXPECT_EQ(prescanForEncoding("<meta charset=x-user-defined>"), "windows-1252");
-    EXPECT_EQ(prescanForEncoding("<meta charset=iso-2022-kr>"), "replacement");
-    // Quoted charset in content; a charset attribute wins over content whatever the order.
-    EXPECT_EQ(prescanForEncoding("<meta http-equiv=content-type content=\"a;charset='koi8-u'\">"), "KOI8-U");
-    EXPECT_EQ(prescanForEncoding("<meta content='text/html;charset=big5' charset=euc-jp http-equiv=content-type>"),
-              "EUC-JP");
-    // "charset" without "=" is skipped over, not taken as the end of the search.
-    EXPECT_EQ(prescanForEncoding("<meta http-equiv=content-type content='charset; charset=gb18030'>"), "gb18030");
-}
-
-TEST(HTMLEncodingPrescan, IgnoresWhatIsNotADeclaration) {
-    EXPECT_EQ(prescanForEncoding("<meta content='text/html; charset=koi8-r'>"), std::nullopt);  // no pragma
-    EXPECT_EQ(prescanForEncoding("<meta charset=bogus content='charset=koi8-r' http-equiv=content-type>"),
-              std::nullopt);
-    // A repeated attribute counts once: the first.
-    EXPECT_EQ(prescanForEncoding("<meta charset=bogus charset=koi8-r>"), std::nullopt);
-    EXPECT_EQ(prescanForEncoding("<!-- <meta charset=koi8-r> -->"), std::nullopt);
-    EXPECT_EQ(prescanForEncoding("<?php <meta charset=koi8-r> ?>"), std::nullopt);
-    EXPECT_EQ(prescanForEncoding("<a title='<meta charset=koi8-r>'>"), std::nullopt);
-    EXPECT_EQ(prescanForEncoding("<metal charset=koi8-r>"), std::nullopt);
-    EXPECT_EQ(prescanForEncoding(""), std::nullopt);
-}
-
-TEST(HTMLEncodingPrescan, StopsAtTheWindowAndAtTheEnd) {
+TEST(HTMLEncodingPrescan, ReadsMetaDeclarationsAndIgnoresWhatIsNone) {
     const std::string meta = "<meta charset=koi8-r>";
-    std::string padding(1024 - meta.size(), ' ');
-    EXPECT_EQ(prescanForEncoding(padding + meta), "KOI8-R");
-    EXPECT_EQ(prescanForEncoding(padding + " " + meta), std::nullopt);
-    // "<!-->" is a whole comment; "<!--" without an end hides the rest.
-    EXPECT_EQ(prescanForEncoding("<!-->" + meta), "KOI8-R");
-    EXPECT_EQ(prescanForEncoding("<!--" + meta), std::nullopt);
-    EXPECT_EQ(prescanForEncoding("<meta charset=koi8-r"), std::nullopt);
+    const std::string padding(1024 - meta.size(), ' ');
+    const std::pair<std::string, std::optional<std::string>> cases[] = {
+        {"<META HTTP-EQUIV=Content-Type CONTENT='text/html; CHARSET=Big5'>", "Big5"},
+        {"<meta content=\"text/html; charset=\\\"x\" charset=gbk>", "GBK"},
+        {"<meta/charset=sjis>", "Shift_JIS"},
+        {"<meta charset=x-user-defined>", "windows-1252"},
+        {"<meta charset=iso-2022-kr>", "replacement"},
+        // Quoted charset in content; a charset attribute wins over content whatever the order.
+        {"<meta http-equiv=content-type content=\"a;charset='koi8-u'\">", "KOI8-U"},
+        {"<meta content='text/html;charset=big5' charset=euc-jp http-equiv=content-type>", "EUC-JP"},
+        // "charset" without "=" is skipped over, not taken as the end of the search.
+        {"<meta http-equiv=content-type content='charset; charset=gb18030'>", "gb18030"},
+        {"<meta content='text/html; charset=koi8-r'>", std::nullopt},  // no pragma
+        {"<meta charset=bogus content='charset=koi8-r' http-equiv=content-type>", std::nullopt},
+        // A repeated attribute counts once: the first.
+        {"<meta charset=bogus charset=koi8-r>", std::nullopt},
+        {"<!-- <meta charset=koi8-r> -->", std::nullopt},
+        {"<?php <meta charset=koi8-r> ?>", std::nullopt},
+        {"<a title='<meta charset=koi8-r>'>", std::nullopt},
+        {"<metal charset=koi8-r>", std::nullopt},
+        {"", std::nullopt},
+        // The window ends after 1024 bytes.
+        {padding + meta, "KOI8-R"},
+        {padding + " " + meta, std::nullopt},
+        // "<!-->" is a whole comment; "<!--" without an end hides the rest.
+        {"<!-->" + meta, "KOI8-R"},
+        {"<!--" + meta, std::nullopt},
+        {"<meta charset=koi8-r", std::nullopt},
+    };
+    for (const auto& [input, encoding] : cases) EXPECT_EQ(prescanForEncoding(input), encoding) << input;
 }
 
-TEST(HTMLEncodingDecoding, DecodesKnownTextInEachFamily) {
-    struct Case {
-        const char* encoding;
-        std::string bytes;
-        std::string text;
-    };
-    const Case cases[] = {
+struct KnownText {
+    const char* encoding;
+    std::string bytes;
+    std::string text;
+};
+
+const std::vector<KnownText>& knownTexts() {
+    static const std::vector<KnownText> cases = {
         {"windows-1251", "\xCF\xF0\xE8\xE2\xE5\xF2", "Привет"},
         {"koi8-r", "\xF0\xD2\xC9\xD7\xC5\xD4", "Привет"},
         {"koi8-u", "\xAE\xBE", "ўЎ"},
@@ -221,8 +214,33 @@ TEST(HTMLEncodingDecoding, DecodesKnownTextInEachFamily) {
         {"utf-16le", std::string("h\0\xE9\0\xAC\x20\x34\xD8\x1E\xDD", 10), "hé€𝄞"},
         {"utf-8", "h\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E", "hé€𝄞"},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(decodeToUTF8(c.bytes, c.encoding), c.text) << c.encoding;
+    return cases;
+}
+
+TEST(HTMLEncodingDecoding, DecodesKnownTextInEachFamily) {
+    for (const KnownText& c : knownTexts()) EXPECT_EQ(decodeToUTF8(c.bytes, c.encoding), c.text) << c.encoding;
+}
+
+std::string decodeInPieces(const std::string& bytes, const char* encoding, size_t size) {
+    HTMLStreamDecoder decoder(encoding);
+    std::string text;
+    for (size_t at = 0; at < bytes.size(); at += size) text += decoder.decode(std::string_view(bytes).substr(at, size));
+    return text + decoder.finish();
+}
+
+TEST(HTMLEncodingDecoding, AStreamDecodedInPiecesGivesTheWholeText) {
+    std::vector<KnownText> cases = knownTexts();
+    // Malformed input decodes in pieces as it does whole.
+    for (auto [encoding, bytes] : {std::pair<const char*, std::string>{"utf-8", "a\xE2\x82 \xF0\x9F\x98\xE2\x82\xAC\xC3"},
+                                   {"shift_jis", "\x82 \x82\xB1\x82"},
+                                   {"big5", "a\xA4\xA4\xA4"},
+                                   {"utf-16le", std::string("\x34\xD8" "a\0\x34\xD8\x1E", 7)}})
+        cases.push_back({encoding, bytes, decodeToUTF8(bytes, encoding)});
+    for (const KnownText& c : cases)
+        for (size_t size = 1; size <= 5; ++size)
+            EXPECT_EQ(decodeInPieces(c.bytes + " <p>" + c.bytes, c.encoding, size),
+                      decodeToUTF8(c.bytes + " <p>" + c.bytes, c.encoding))
+                << c.encoding << " in pieces of " << size;
 }
 
 TEST(HTMLEncodingDecoding, ASCIIStaysASCIIInCompatibleEncodings) {
@@ -257,33 +275,35 @@ TEST(HTMLEncodingDecoding, MalformedUTF8BecomesOneReplacementPerMaximalSubpart) 
         EXPECT_EQ(decodeToUTF8(bytes, "UTF-8"), text);
 }
 
-TEST(HTMLEncodingDecoding, MalformedLegacyInputBecomesReplacement) {
+TEST(HTMLEncodingDecoding, MalformedLegacyInputAndTheSpecialEncodings) {
     const std::string r = "\xEF\xBF\xBD";
-    EXPECT_EQ(decodeToUTF8("\x82", "shift_jis"), r);
-    EXPECT_EQ(decodeToUTF8("\x82 x", "shift_jis"), r + " x");
-    EXPECT_EQ(decodeToUTF8("a\xA4", "big5"), "a" + r);
-    EXPECT_EQ(decodeToUTF8("\xC7", "euc-kr"), r);
+    struct Case {
+        std::string bytes;
+        const char* encoding;
+        std::string text;
+    };
+    const Case cases[] = {
+        {"\x82", "shift_jis", r},
+        {"\x82 x", "shift_jis", r + " x"},
+        {"a\xA4", "big5", "a" + r},
+        {"\xC7", "euc-kr", r},
+        {"\xD2", "windows-1253", r},
+        {"\xA1", "iso-8859-8", r},
+        {std::string("\0a\xD8\x00", 4), "utf-16be", "a" + r},
+        {std::string("a\0b", 3), "utf-16le", "a" + r},
+        {std::string("\x00\xDC\x41\x00", 4), "utf-16le", r + "A"},
+        // x-user-defined maps high bytes to private use.
+        {"a\x80\xFF", "x-user-defined", "a\xEF\x9E\x80\xEF\x9F\xBF"},
+        // The replacement encoding yields one replacement character for any input but none.
+        {"", "replacement", ""},
+        {"<p>plain ASCII</p>", "replacement", r},
+        {"\x1B$)C\x0E", "iso-2022-kr", r},
+        // Labels are taken; an unknown one falls back to windows-1252.
+        {"caf\xE9", " Latin1 ", "café"},
+        {"caf\xE9", "no-such-encoding", "café"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(decodeToUTF8(c.bytes, c.encoding), c.text) << c.encoding << " " << c.bytes;
     EXPECT_EQ(decodeToUTF8("\x1B$B$", "iso-2022-jp").find(r), 0u);
-    EXPECT_EQ(decodeToUTF8("\xD2", "windows-1253"), r);
-    EXPECT_EQ(decodeToUTF8("\xA1", "iso-8859-8"), r);
-    EXPECT_EQ(decodeToUTF8(std::string("\0a\xD8\x00", 4), "utf-16be"), "a" + r);
-    EXPECT_EQ(decodeToUTF8(std::string("a\0b", 3), "utf-16le"), "a" + r);
-    EXPECT_EQ(decodeToUTF8(std::string("\x00\xDC\x41\x00", 4), "utf-16le"), r + "A");
-}
-
-TEST(HTMLEncodingDecoding, XUserDefinedMapsHighBytesToPrivateUse) {
-    EXPECT_EQ(decodeToUTF8("a\x80\xFF", "x-user-defined"), "a\xEF\x9E\x80\xEF\x9F\xBF");
-}
-
-TEST(HTMLEncodingDecoding, ReplacementEncodingYieldsOneReplacementCharacter) {
-    EXPECT_EQ(decodeToUTF8("", "replacement"), "");
-    EXPECT_EQ(decodeToUTF8("<p>plain ASCII</p>", "replacement"), "\xEF\xBF\xBD");
-    EXPECT_EQ(decodeToUTF8("\x1B$)C\x0E", "iso-2022-kr"), "\xEF\xBF\xBD");
-}
-
-TEST(HTMLEncodingDecoding, TakesLabelsAndFallsBackToWindows1252) {
-    EXPECT_EQ(decodeToUTF8("caf\xE9", " Latin1 "), "café");
-    EXPECT_EQ(decodeToUTF8("caf\xE9", "no-such-encoding"), "café");
 }
 
 TEST(HTMLEncodingDecoding, LongInputCrossesConverterBuffers) {

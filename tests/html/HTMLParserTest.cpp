@@ -188,38 +188,31 @@ TEST(HTMLParserDocuments, EachParserParsesOnce) {
     EXPECT_FALSE(parser.parseFragment(*div)->hasChildNodes());
 }
 
-TEST(HTMLParserBytes, EncodingComesFromTheBOMTheMetaOrTheDefault) {
-    // UTF-8 byte order mark: used, and not part of the text.
-    auto bom = HTMLParser::parserForBytes("\xEF\xBB\xBF<p>\xC3\xA9");
-    EXPECT_EQ(serializeChildren(*bom->parseDocument()->body()), "<p>\xC3\xA9</p>");
-    EXPECT_EQ(bom->encoding(), "UTF-8");
-
-    // UTF-16LE with a byte order mark.
-    const std::string utf16("\xFF\xFE<\0p\0>\0\xE9\0", 10);
-    auto wide = HTMLParser::parserForBytes(utf16);
-    EXPECT_EQ(wide->encoding(), "UTF-16LE");
-    EXPECT_EQ(serializeChildren(*wide->parseDocument()->body()), "<p>\xC3\xA9</p>");
-
-    // A <meta> charset beats the default.
-    auto meta = HTMLParser::parserForBytes("<meta charset=iso-8859-2><p>\xB1", {}, "UTF-8");
-    EXPECT_EQ(meta->encoding(), "ISO-8859-2");
-    EXPECT_EQ(serializeChildren(*meta->parseDocument()->body()), "<p>\xC4\x85</p>");
-
-    // Nothing declared: windows-1252 unless the caller names another default.
-    auto fallback = HTMLParser::parserForBytes("<p>\xE9\x80");
-    EXPECT_EQ(fallback->encoding(), "windows-1252");
-    EXPECT_EQ(serializeChildren(*fallback->parseDocument()->body()), "<p>\xC3\xA9\xE2\x82\xAC</p>");
-    auto utf8 = HTMLParser::parserForBytes("<p>\xE9", {}, "UTF-8");
-    EXPECT_EQ(serializeChildren(*utf8->parseDocument()->body()), "<p>\xEF\xBF\xBD</p>");
-}
-
-TEST(HTMLParserBytes, TransportEncodingRanksBetweenTheBOMAndTheMeta) {
-    auto transport = HTMLParser::parserForBytes("<meta charset=utf-8><p>\xB1", "iso-8859-2");
-    EXPECT_EQ(transport->encoding(), "ISO-8859-2");
-    EXPECT_EQ(serializeChildren(*transport->parseDocument()->body()), "<p>\xC4\x85</p>");
-    auto bom = HTMLParser::parserForBytes("\xEF\xBB\xBF<p>\xC4\x85", "iso-8859-2");
-    EXPECT_EQ(bom->encoding(), "UTF-8");
-    EXPECT_EQ(serializeChildren(*bom->parseDocument()->body()), "<p>\xC4\x85</p>");
+TEST(HTMLParserBytes, EncodingComesFromTheBOMTheTransportTheMetaOrTheDefault) {
+    struct Case {
+        std::string bytes;
+        const char* transport;
+        const char* fallback;
+        const char* encoding;
+        const char* body;
+    };
+    const Case cases[] = {
+        // A byte order mark is used, and is not part of the text; it beats the transport.
+        {"\xEF\xBB\xBF<p>\xC3\xA9", "", "windows-1252", "UTF-8", "<p>\xC3\xA9</p>"},
+        {std::string("\xFF\xFE<\0p\0>\0\xE9\0", 10), "", "windows-1252", "UTF-16LE", "<p>\xC3\xA9</p>"},
+        {"\xEF\xBB\xBF<p>\xC4\x85", "iso-8859-2", "windows-1252", "UTF-8", "<p>\xC4\x85</p>"},
+        // The transport beats a <meta> charset, which beats the default.
+        {"<meta charset=utf-8><p>\xB1", "iso-8859-2", "windows-1252", "ISO-8859-2", "<p>\xC4\x85</p>"},
+        {"<meta charset=iso-8859-2><p>\xB1", "", "UTF-8", "ISO-8859-2", "<p>\xC4\x85</p>"},
+        // Nothing declared: windows-1252 unless the caller names another default.
+        {"<p>\xE9\x80", "", "windows-1252", "windows-1252", "<p>\xC3\xA9\xE2\x82\xAC</p>"},
+        {"<p>\xE9", "", "UTF-8", "UTF-8", "<p>\xEF\xBF\xBD</p>"},
+    };
+    for (const Case& c : cases) {
+        auto parser = HTMLParser::parserForBytes(c.bytes, c.transport, c.fallback);
+        EXPECT_EQ(parser->encoding(), c.encoding) << c.bytes;
+        EXPECT_EQ(serializeChildren(*parser->parseDocument()->body()), c.body) << c.bytes;
+    }
 }
 
 TEST(HTMLParserBytes, TheParserKeepsItsOwnCopyOfTheInput) {

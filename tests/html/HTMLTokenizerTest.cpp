@@ -125,6 +125,28 @@ TEST(HTMLTokenizer, TokensStraddlingAChunkEndComeOutWhole) {
     }
 }
 
+// A source handing out `size`-byte pieces of `text`, as a reader would.
+HTMLTextSource piecesOf(const std::string& text, size_t size) {
+    return [&text, size, at = size_t(0)]() mutable {
+        std::string_view piece = std::string_view(text).substr(std::min(at, text.size()), size);
+        at += size;
+        return piece;
+    };
+}
+
+TEST(HTMLTokenizer, TextFromASourceGivesTheTokensOfTheWholeText) {
+    // Every piece size cuts each CR LF pair, tag and reference somewhere.
+    const std::string html = "a\r\nb\r\r\n<P CLASS='x\ry'>&amp;&notin;c\r</p>\r<!--m-->&copy\n";
+    const Tokens whole = tokens(html);
+    for (size_t size = 1; size <= html.size(); ++size) {
+        HTMLTokenizer tokenizer(piecesOf(html, size));
+        EXPECT_EQ(tokens(tokenizer), whole) << "pieces of " << size;
+    }
+    const std::string nothing;
+    HTMLTokenizer empty(piecesOf(nothing, 4));
+    EXPECT_EQ(tokens(empty), Tokens{"EOF"});
+}
+
 TEST(HTMLTokenizer, InvalidInputThatOutgrowsTheBufferStaysIntact) {
     // Each invalid byte becomes three, so the prepared text is longer than the source.
     std::string source = "<p>" + std::string(3 * kChunk, '\xFF') + "</p>";
@@ -282,6 +304,19 @@ TEST(HTMLEntities, DecodesAsTextContentDoes) {
     };
     for (const auto& c : cases) EXPECT_EQ(stringByDecodingHTMLEntities(c.input), c.decoded) << c.input;
     EXPECT_EQ(stringByDecodingHTMLEntities(stringByDecodingHTMLEntities("&amp;lt;")), "<");
+}
+
+TEST(HTMLEntities, DecodesAsAnAttributeValueDoes) {
+    struct Case {
+        const char* input;
+        const char* decoded;
+    } cases[] = {
+        {"?a=1&param=2&copy=4", "?a=1&param=2&copy=4"},  // legacy names before "=" or alphanumerics stay
+        {"&copy2024 &notit", "&copy2024 &notit"},
+        {"&copy 2024 &copy;x &not;it", "\xC2\xA9 2024 \xC2\xA9x \xC2\xACit"},
+        {"&amp;lt; &lt&gt; &#65;1", "&lt; <> A1"},  // numeric references and other ends decode
+    };
+    for (const auto& c : cases) EXPECT_EQ(stringByDecodingHTMLEntitiesInAttribute(c.input), c.decoded) << c.input;
 }
 
 TEST(HTMLEntities, EncodesTheCharactersSpecialInHTML) {

@@ -1,8 +1,8 @@
 // Test support for everything that needs a real web view.
 //
 // A WebViewWindow is a GTK window holding a WebKitGTK web view, shown on the
-// display the tests run on (scripts/run-tests starts them under `xvfb-run -a`
-// and `dbus-run-session`). It loads HTML and waits for the navigation to
+// display the tests run on (labelled test programs run through
+// scripts/with-display, which starts Xvfb and a D-Bus session when needed). It loads HTML and waits for the navigation to
 // finish, evaluates scripts synchronously, and plays DOM events into the page
 // the way a user's input would reach page scripts.
 //
@@ -44,7 +44,8 @@ inline constexpr std::chrono::milliseconds kScriptTimeout = 10s;
 inline constexpr std::chrono::milliseconds kQuietPeriod = 300ms;
 
 // Initialises GTK once per process; aborts with a clear message when there is
-// no display (the tests must run under xvfb-run or a desktop session).
+// no display (the tests must run through scripts/with-display or in a desktop
+// session).
 void initGtkOnce();
 
 // Runs the default main context until `done` returns true or `timeout` has

@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include <cstring>
 #include <thread>
 #include <vector>
 
@@ -31,7 +27,9 @@ constexpr unsigned kWholeWords = ZVTextSnippetKeepWholeWords;
 constexpr unsigned kInvisible = ZVTextSnippetInvisibleSpacesAsWhitespace;
 constexpr unsigned kBreaks = ZVTextSnippetPreserveLineBreaks;
 
-TEST(TextSnippet, BlockEndTagsSeparateRunsAndVoidElementsDoNot) {
+// Which text is collected: tags, visibility, markup the tokenizer reads raw.
+TEST(TextSnippet, MarkupDecidesWhatIsCollected) {
+    const char* page = "<html><head><title>Subject</title><meta charset=utf-8>Head text</head><body>Body</body>";
     expectSnippets({
         {"<p>Hello</p><p>World</p>", 0, 0, "Hello World"},
         // p is not in the short list kept when preserving line breaks.
@@ -42,37 +40,6 @@ TEST(TextSnippet, BlockEndTagsSeparateRunsAndVoidElementsDoNot) {
         // A stray </br> is an end tag in the list, so it does separate.
         {"one</br>two", 0, 0, "one two"},
         {"<table><tr><td>a</td><td>b</td></tr></table>c", 0, 0, "ab c"},
-    });
-}
-
-TEST(TextSnippet, WhiteSpaceCollapsesAcrossTagsAndIsTrimmed) {
-    expectSnippets({
-        {"  a   <b> b </b>\t\n c  ", 0, 0, "a b c"},
-        {"<p> x </p>  <p>\n y</p>", 0, 0, "x y"},
-        {"a\r\nb\x0B" "c", 0, 0, "a b c"},
-        {"<pre>a\n\n  b</pre>", 0, 0, "a b"},
-        {"<pre>a\n\n  b</pre>", 0, kBreaks, "a\nb"},
-        // Not trimmed when line breaks are kept; leading white space never gets in.
-        {"\n\n<div> x </div>", 0, kBreaks, "x \n"},
-    });
-}
-
-TEST(TextSnippet, InvisibleSpacesAreCharactersUnlessAsked) {
-    expectSnippets({
-        {"a&nbsp;b", 0, 0, "a\u00A0b"},
-        {"a&nbsp;b", 0, kInvisible, "a b"},
-        {"a &nbsp; &nbsp;b", 0, kInvisible, "a b"},
-        // U+200C joins the sequence before it, which is classed by its first character.
-        {"x&zwnj;y", 0, 0, "x\u200Cy"},
-        {"&zwnj;x", 0, 0, "\u200Cx"},
-        {"&zwnj;x", 0, kInvisible, "x"},
-        {"a&zwnj;&nbsp;&zwnj;&nbsp;b", 0, kInvisible, "a\u200C b"},
-        {"a&zwnj;&nbsp;&zwnj;&nbsp;b", 0, 0, "a\u200C\u00A0\u200C\u00A0b"},
-    });
-}
-
-TEST(TextSnippet, HiddenElementsAndEverythingInsideThemAreLeftOut) {
-    expectSnippets({
         {"a<script>var x = '<b>no</b>';</script><style>p { }</style>b", 0, 0, "ab"},
         {"a<div style='display: None !important'>x<b>y</b></div>b", 0, 0, "ab"},
         {"a<span style='VISIBILITY:hidden'>x</span>b", 0, 0, "ab"},
@@ -85,20 +52,60 @@ TEST(TextSnippet, HiddenElementsAndEverythingInsideThemAreLeftOut) {
         {"<div style='display:none'><div>x</div>y</div>z", 0, 0, "z"},
         {"<div style='display:none'>x</span>y</div>z", 0, 0, "z"},
         {"<script>x", 0, 0, std::nullopt},
-    });
-}
-
-TEST(TextSnippet, TitleAndHeadAreSkippedOnlyWhenAsked) {
-    const char* page = "<html><head><title>Subject</title><meta charset=utf-8>Head text</head><body>Body</body>";
-    expectSnippets({
         {page, 0, 0, "SubjectHead textBody"},
         {page, 0, ZVTextSnippetSkipTitle, "Head textBody"},
         {page, 0, ZVTextSnippetSkipHead, "Body"},
+        // Script, style and the other raw-text elements hold no tags, only text up to their own end tag.
+        {"<script>if (a<b) x();</script>visible", 0, 0, "visible"},
+        {"<style>/* a<b */</style>visible", 0, 0, "visible"},
+        {"<SCRIPT>document.write('</scr'+'ipt><b>')</Script >visible", 0, 0, "visible"},
+        {"<title>a<b>&amp;</title>c", 0, 0, "a<b>&c"},
+        {"<title>a<b>&amp;</title>c", 0, ZVTextSnippetSkipTitle, "c"},
+        {"<textarea><p>x</p></textarea>y", 0, 0, "<p>x</p>y"},
+        {"<xmp><i>x</i></xmp><iframe><b>y</b></iframe><noembed>z<</noembed>", 0, 0, "<i>x</i><b>y</b>z<"},
+        {"<noframes><p>a</p></noframes><plaintext>b</plaintext><p>c", 0, 0, "<p>a</p>b</plaintext><p>c"},
+        // Inside <svg> or <math> they are foreign elements, unless HTML comes back.
+        {"<svg><title>a<b>b</b></title></svg>c", 0, 0, "abc"},
+        {"<svg><foreignObject><style>a<b</style></foreignObject></svg>c", 0, 0, "c"},
+        {"<math><mi><textarea><i>a</i></textarea></mi></math>", 0, 0, "<i>a</i>"},
+        {"<svg><p><style>a<b</style></p></svg>c", 0, 0, "c"},
+        // Malformed markup is taken as it comes; NUL goes as the tree builder drops it.
+        {"</b></div>a</p>b<p>c", 0, 0, "a bc"},
+        {"<div><span>a</div>b</span>", 0, 0, "a b"},
+        {"<div<p>x", 0, 0, "x"},
     });
+    const std::pair<std::string, std::string> nulls[] = {
+        {std::string("<p>a\0b</p>", 10), "ab"},
+        {std::string("<svg>a\0b</svg>", 14), "a\uFFFDb"},
+        {std::string("<title>a\0b</title>", 18), "a\uFFFDb"},
+    };
+    for (const auto& [html, expected] : nulls) EXPECT_EQ(textSnippetForHTML(html, 0, 0), expected);
+    std::string deep;
+    for (int i = 0; i < 20000; ++i) deep += "<span>";
+    for (int i = 0; i < 20000; ++i) deep += "</div>";
+    deep += "end";
+    EXPECT_EQ(textSnippetForHTML(deep, 0, 0), "end");
 }
 
-TEST(TextSnippet, TextTransformAppliesToTheTopElementsOwnTextOnly) {
+// How collected text is written: white space, invisible spaces, text-transform, references.
+TEST(TextSnippet, CollectedTextIsCollapsedTransformedAndDecoded) {
     expectSnippets({
+        {"  a   <b> b </b>\t\n c  ", 0, 0, "a b c"},
+        {"<p> x </p>  <p>\n y</p>", 0, 0, "x y"},
+        {"a\r\nb\x0B" "c", 0, 0, "a b c"},
+        {"<pre>a\n\n  b</pre>", 0, 0, "a b"},
+        {"<pre>a\n\n  b</pre>", 0, kBreaks, "a\nb"},
+        // Not trimmed when line breaks are kept; leading white space never gets in.
+        {"\n\n<div> x </div>", 0, kBreaks, "x \n"},
+        {"a&nbsp;b", 0, 0, "a\u00A0b"},
+        {"a&nbsp;b", 0, kInvisible, "a b"},
+        {"a &nbsp; &nbsp;b", 0, kInvisible, "a b"},
+        // U+200C joins the sequence before it, which is classed by its first character.
+        {"x&zwnj;y", 0, 0, "x\u200Cy"},
+        {"&zwnj;x", 0, 0, "\u200Cx"},
+        {"&zwnj;x", 0, kInvisible, "x"},
+        {"a&zwnj;&nbsp;&zwnj;&nbsp;b", 0, kInvisible, "a\u200C b"},
+        {"a&zwnj;&nbsp;&zwnj;&nbsp;b", 0, 0, "a\u200C\u00A0\u200C\u00A0b"},
         {"<span style='text-transform:uppercase'>ab <b>cd</b> ef</span>", 0, 0, "AB cd EF"},
         {"<span style='text-transform: LowerCase'>AB Straße</span>", 0, 0, "ab straße"},
         // Full case mapping: one ß becomes two letters.
@@ -107,10 +114,22 @@ TEST(TextSnippet, TextTransformAppliesToTheTopElementsOwnTextOnly) {
         {"<pre style='text-transform:uppercase'>ab</pre>", 0, 0, "ab"},
         {"<span style='text-transform:uppercase'><pre>ab</pre>cd</span>", 0, 0, "abCD"},
         {"<span style='text-transform:none'>Ab</span>", 0, 0, "Ab"},
+        // References are decoded twice, the second time as in an attribute value.
+        {"&amp;lt;b&amp;gt; &amp;amp;", 0, 0, "<b> &"},
+        {"caf&eacute; &amp;eacute;", 0, 0, "café é"},
+        {"&lt;p&gt;", 0, 0, "<p>"},
+        {"?a=1&amp;param=2&amp;copy=4", 0, 0, "?a=1&param=2&copy=4"},
+        {"&amp;copy 2024 &amp;notit", 0, 0, "\u00A9 2024 &notit"},
+        {"&amp;copy;2024", 0, 0, "\u00A92024"},
+        // No collected text gives nothing; a no-break space trimmed away gives "".
+        {"", 0, 0, std::nullopt},
+        {"<html><body> \n\t </body></html>", 0, 0, std::nullopt},
+        {"<!-- comment --><!DOCTYPE html><img src=x>", 0, 0, std::nullopt},
+        {"&nbsp;", 0, 0, ""},
     });
 }
 
-TEST(TextSnippet, TheLimitIsTestedBeforeEachStepSoOneUnitMayPass) {
+TEST(TextSnippet, TheLimitIsTestedBeforeEachStepSoOneUTF16UnitMayPass) {
     expectSnippets({
         {"abcdefgh", 5, 0, "abcdef"},
         {"abc", 3, 0, "abc"},
@@ -125,11 +144,6 @@ TEST(TextSnippet, TheLimitIsTestedBeforeEachStepSoOneUnitMayPass) {
         {"<div>abcdef </div>x", 6, kBreaks, "abcdef \n"},
         // The stop ends the walk across tags too.
         {"abc<b>def</b><i>ghi</i>", 4, 0, "abcde"},
-    });
-}
-
-TEST(TextSnippet, LengthsAreUTF16UnitsAndStepsAreComposedSequences) {
-    expectSnippets({
         // Each emoji is two units: 0 → 2 → 4 > 3 stops.
         {"😀😀😀", 3, 0, "😀😀"},
         {"😀😀😀", 1, 0, "😀"},
@@ -142,38 +156,6 @@ TEST(TextSnippet, LengthsAreUTF16UnitsAndStepsAreComposedSequences) {
         // A mark riding on a space goes with it.
         {"a \u0301 b", 0, 0, "a b"},
     });
-}
-
-TEST(TextSnippet, CharacterReferencesAreDecodedASecondTime) {
-    expectSnippets({
-        {"&amp;lt;b&amp;gt; &amp;amp;", 0, 0, "<b> &"},
-        {"caf&eacute; &amp;eacute;", 0, 0, "café é"},
-        {"&lt;p&gt;", 0, 0, "<p>"},
-    });
-}
-
-TEST(TextSnippet, NoCollectedTextGivesNothingButAnEmptyTrimGivesEmpty) {
-    expectSnippets({
-        {"", 0, 0, std::nullopt},
-        {"<html><body> \n\t </body></html>", 0, 0, std::nullopt},
-        {"<!-- comment --><!DOCTYPE html><img src=x>", 0, 0, std::nullopt},
-        // A no-break space is collected, then trimmed away: "", not nothing.
-        {"&nbsp;", 0, 0, ""},
-    });
-}
-
-TEST(TextSnippet, MalformedMarkupIsTakenAsItComes) {
-    expectSnippets({
-        {"</b></div>a</p>b<p>c", 0, 0, "a bc"},
-        {"<div><span>a</div>b</span>", 0, 0, "a b"},
-        {"<div<p>x", 0, 0, "x"},
-        {"a\0b", 0, 0, "a"},  // (the literal ends at the NUL)
-    });
-    std::string deep;
-    for (int i = 0; i < 20000; ++i) deep += "<span>";
-    for (int i = 0; i < 20000; ++i) deep += "</div>";
-    deep += "end";
-    EXPECT_EQ(textSnippetForHTML(deep, 0, 0), "end");
 }
 
 TEST(TextSnippet, InstanceAndErrorFormsAgreeAndNeverReportAnError) {
@@ -193,28 +175,6 @@ TEST(TextSnippet, InstanceAndErrorFormsAgreeAndNeverReportAnError) {
     EXPECT_EQ(extractTextFromHTML(html, 0, 0, &error), "Hello there");
     EXPECT_FALSE(error);
     EXPECT_EQ(extractTextFromHTML(html, 0, 0, nullptr), "Hello there");
-}
-
-// The text after the first megabyte sits on pages that fault when read: a
-// snippet from the start must be made without the tokenizer reaching them.
-TEST(TextSnippet, StopsTokenizingOnceTheLimitIsPassed) {
-    const size_t page = size_t(::sysconf(_SC_PAGESIZE));
-    const size_t readable = 1 << 20;
-    void* memory = ::mmap(nullptr, 2 * readable, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(memory, MAP_FAILED);
-    char* bytes = static_cast<char*>(memory);
-    const std::string start = "<html><body><p style='color:red'>The start of a long message</p>";
-    const std::string filler = "<p>More text</p>\n";
-    for (size_t at = start.size(); at + filler.size() <= readable; at += filler.size())
-        std::memcpy(bytes + at, filler.data(), filler.size());
-    std::memcpy(bytes, start.data(), start.size());
-    ASSERT_EQ(::mprotect(bytes + readable, readable, PROT_NONE), 0);
-    ASSERT_EQ(readable % page, 0u);
-
-    std::string_view html(bytes, 2 * readable);
-    EXPECT_EQ(textSnippetForHTML(html, 20, 0), "The start of a long m");
-    EXPECT_EQ(textSnippetForHTML(html, 9, kWholeWords), "The start of");
-    ::munmap(memory, 2 * readable);
 }
 
 TEST(TextSnippet, ThreadsGetTheSameSnippets) {

@@ -1,8 +1,6 @@
 // zvwk purge-css and zvwk inline-css as a user runs them.
 #include "ZvwkRunner.h"
 
-#include <nlohmann/json.hpp>
-
 namespace {
 
 using namespace zvwk_test;
@@ -53,15 +51,6 @@ TEST_F(InlineCSSCommand, PurgeScopesAndExclusions) {
               "<p style=\"color: blue color: red;x: 1;\">text</p></body></html>\n");
 }
 
-TEST_F(InlineCSSCommand, AnExclusionThatDoesNotCompileIsReportedOnceAndSkipped) {
-    Outcome run = zvwk("inline-css --exclude '(' --exclude '^p' -", kMessage);
-    EXPECT_EQ(run.status, 0);
-    EXPECT_NE(run.out.find("<h1 style=\" margin: 0;\">"), std::string::npos) << run.out;
-    EXPECT_NE(run.out.find("<p style=\"color: blue\">"), std::string::npos) << run.out;
-    EXPECT_EQ(run.out.find("Ignoring exclusion: ( "), 0u) << run.out;
-    EXPECT_TRUE(run.err.empty()) << run.err;
-}
-
 TEST_F(InlineCSSCommand, MessagesFoldersAndJson) {
     fs::create_directories(dir_ / "mail");
     write("mail/a.eml",
@@ -72,28 +61,12 @@ TEST_F(InlineCSSCommand, MessagesFoldersAndJson) {
     Outcome run = zvwk("inline-css --purge --json '" + (dir_ / "mail").string() + "'");
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.err, "zvwk: " + (dir_ / "mail" / "b.eml").string() + ": no text/html part\n");
-    std::istringstream lines(run.out);
-    std::vector<nlohmann::json> objects;
-    for (std::string line; std::getline(lines, line);) objects.push_back(nlohmann::json::parse(line));
+    std::vector<nlohmann::json> objects = jsonLines(run.out);
     ASSERT_EQ(objects.size(), 2u);
     EXPECT_EQ(objects[0]["file"], (dir_ / "mail" / "a.eml").string());
     EXPECT_EQ(objects[0]["html"].get<std::string>(),
               "<html><head></head><body><b style=\" x: 1;\">caf\xC3\xA9</b>\n</body></html>");
     EXPECT_EQ(objects[1]["html"].get<std::string>(), "<html><head></head><body><i style=\" y:2\">c</i></body></html>");
-}
-
-TEST_F(InlineCSSCommand, UsageErrors) {
-    EXPECT_EQ(zvwk("inline-css").status, 2);
-    EXPECT_EQ(zvwk("inline-css --exclude").status, 2);
-    EXPECT_EQ(zvwk("inline-css --scope").status, 2);
-    EXPECT_EQ(zvwk("inline-css --purged -").status, 2);
-    EXPECT_EQ(zvwk("purge-css").status, 2);
-    Outcome missing = zvwk("purge-css --filter");
-    EXPECT_EQ(missing.status, 2);
-    EXPECT_EQ(missing.err, "zvwk: purge-css: --filter needs a scope\n");
-    Outcome unreadable = zvwk("purge-css /nonexistent/x.html");
-    EXPECT_EQ(unreadable.status, 1);
-    EXPECT_EQ(unreadable.err, "zvwk: /nonexistent/x.html: No such file or directory\n");
 }
 
 }  // namespace

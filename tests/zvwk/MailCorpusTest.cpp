@@ -3,8 +3,6 @@
 // nothing crashes.
 #include "ZvwkRunner.h"
 
-#include <nlohmann/json.hpp>
-
 #include <cctype>
 #include <regex>
 
@@ -42,13 +40,9 @@ TEST_P(MailCorpus, EveryInputGivesAJsonLineOrAnExpectedComplaint) {
     Outcome run = zvwk(std::string(GetParam()) + " --json '" + corpus_.string() + "'");
     ASSERT_TRUE(run.status == 0 || run.status == 1) << "status " << run.status << "\n" << run.err;
 
-    size_t lines = 0;
-    std::istringstream out(run.out);
-    for (std::string line; std::getline(out, line); ++lines) {
-        nlohmann::json object = nlohmann::json::parse(line, nullptr, false);
-        ASSERT_FALSE(object.is_discarded()) << line;
-        ASSERT_TRUE(object.contains("file")) << line;
-    }
+    std::vector<nlohmann::json> objects = jsonLines(run.out);
+    for (const nlohmann::json& object : objects) ASSERT_TRUE(!object.is_discarded() && object.contains("file"));
+    const size_t lines = objects.size();
 
     static const std::regex kExpected("zvwk: .*: (no text/html part|not a mail message|Permission denied)");
     size_t complaints = 0;

@@ -1,8 +1,6 @@
 // zvwk select as a user runs it.
 #include "ZvwkRunner.h"
 
-#include <nlohmann/json.hpp>
-
 namespace {
 
 using namespace zvwk_test;
@@ -56,16 +54,6 @@ TEST_F(SelectCommand, ReadsFilesAndTheirEncodings) {
     Outcome run = zvwk("select p '" + latin.string() + "' '" + other.string() + "'");
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out, "<p id=\"x\">caf\xC3\xA9</p>\n<p id=\"y\">second</p>\n");
-}
-
-TEST_F(SelectCommand, UnreadableInputAndUsageErrors) {
-    Outcome missing = zvwk("select p /nonexistent/a.html");
-    EXPECT_NE(missing.status, 0);
-    EXPECT_EQ(missing.err, "zvwk: /nonexistent/a.html: No such file or directory\n");
-
-    EXPECT_EQ(zvwk("select").status, 2);
-    EXPECT_EQ(zvwk("select p").status, 2);
-    EXPECT_EQ(zvwk("select --bogus p -").status, 2);
 }
 
 }  // namespace

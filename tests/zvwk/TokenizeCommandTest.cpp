@@ -27,16 +27,4 @@ TEST_F(TokenizeCommand, StartsInTheGivenStateAndReadsStandardInput) {
     EXPECT_EQ(run.out, R"([["Character","a<b>&</x>"],["EndTag","title"],["Character","z"]])" "\n");
 }
 
-TEST_F(TokenizeCommand, FailsClearlyOnBadArgumentsAndUnreadableInput) {
-    Outcome missing = tokenize("'" + (dir_ / "missing.html").string() + "'");
-    EXPECT_NE(missing.status, 0);
-    EXPECT_EQ(missing.err, "zvwk: " + (dir_ / "missing.html").string() + ": No such file or directory\n");
-    EXPECT_TRUE(missing.out.empty());
-
-    auto file = write("doc.html", "<p>");
-    EXPECT_EQ(tokenize("--frobnicate '" + file.string() + "'").status, 2);
-    EXPECT_EQ(tokenize("--state nowhere '" + file.string() + "'").status, 2);
-    EXPECT_EQ(tokenize("").status, 2);
-}
-
 }  // namespace

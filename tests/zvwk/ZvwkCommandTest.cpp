@@ -52,11 +52,4 @@ TEST_F(ZvwkCommand, EncodingComesFromTheBytes) {
     EXPECT_NE(utf8.out.find("<p>\xC3\xA9</p>"), std::string::npos) << utf8.out;
 }
 
-TEST_F(ZvwkCommand, UsageErrors) {
-    EXPECT_EQ(zvwk("").status, 2);
-    EXPECT_EQ(zvwk("no-such-command").status, 2);
-    EXPECT_EQ(zvwk("parse --bogus -").status, 2);
-    EXPECT_EQ(zvwk("--help").status, 0);
-}
-
 }  // namespace

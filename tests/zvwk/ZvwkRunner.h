@@ -3,6 +3,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,6 +13,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace zvwk_test {
 
@@ -41,11 +43,12 @@ protected:
         return path;
     }
 
-    // "zvwk ARGS" (ARGS already shell-quoted), with `input` on standard input.
-    Outcome zvwk(const std::string& args, const std::string& input = "") {
+    // "zvwk ARGS" (ARGS already shell-quoted), with `input` on standard input,
+    // or with standard input closed.
+    Outcome zvwk(const std::string& args, const std::string& input = "", bool closedInput = false) {
         fs::path in = write("stdin", input);
-        std::string command = "'" + zvwk_ + "' " + args + " <'" + in.string() + "' >'" +
-                              (dir_ / "out").string() + "' 2>'" + (dir_ / "err").string() + "'";
+        std::string command = "'" + zvwk_ + "' " + args + (closedInput ? " <&-" : " <'" + in.string() + "'") +
+                              " >'" + (dir_ / "out").string() + "' 2>'" + (dir_ / "err").string() + "'";
         Outcome run;
         int raw = std::system(command.c_str());
         run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
@@ -59,6 +62,14 @@ protected:
         std::ostringstream s;
         s << in.rdbuf();
         return s.str();
+    }
+
+    // Each line of `out` as JSON; a line that does not parse is a discarded value.
+    static std::vector<nlohmann::json> jsonLines(const std::string& out) {
+        std::vector<nlohmann::json> objects;
+        std::istringstream lines(out);
+        for (std::string line; std::getline(lines, line);) objects.push_back(nlohmann::json::parse(line, nullptr, false));
+        return objects;
     }
 
     std::string zvwk_;

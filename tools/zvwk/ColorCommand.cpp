@@ -21,7 +21,7 @@ int runColor(const Args& args) {
     const std::string& name = args[0];
     std::optional<zv::Color> color = zv::colorWithHTMLName(name);
     if (!color) {
-        std::cerr << "zvwk: color: unknown colour name \"" << name << "\"\n";
+        std::cerr << "zvwk: color: unknown colour name " << quotedForMessage(name) << "\n";
         return 1;
     }
     std::cout << byteValue(color->r) << "," << byteValue(color->g) << "," << byteValue(color->b) << "\n";

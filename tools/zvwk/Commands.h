@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zvwk {
@@ -20,9 +21,11 @@ int runSnippet(const Args& args);
 int runPurgeCSS(const Args& args);
 int runInlineCSS(const Args& args);
 int runView(const Args& args);
+int runPage(const Args& args);
 
-// The bytes of FILE, or of standard input for "-". On failure, reports
-// "zvwk: FILE: reason" on standard error and returns nothing.
+// The bytes of FILE, or of standard input for "-". A folder is refused ("Is a
+// directory"), and so is "-" when standard input is closed. On failure,
+// reports "zvwk: FILE: reason" on standard error and returns nothing.
 std::optional<std::string> readInput(const std::string& path);
 // The same without the report: on failure, `reason` says why ("No such file
 // or directory"), for callers that report in an order of their own.
@@ -42,5 +45,10 @@ void printResult(const std::string& file, const char* key, std::string value, bo
 
 // Reports "zvwk: message" on standard error; returns the usage exit status (2).
 int usageError(const std::string& message);
+
+// `text` as it may go into a message: control bytes, quotes and backslashes
+// escaped, and cut after `limit` bytes with "..." so that no argument floods
+// the terminal.
+std::string quotedForMessage(std::string_view text, size_t limit = 64);
 
 }  // namespace zvwk

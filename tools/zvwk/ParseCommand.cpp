@@ -51,9 +51,9 @@ int runParse(const Args& args) {
         auto parser = zv::html::HTMLParser::parserForBytes(*bytes, {}, "UTF-8", options);
         if (fragmentContext) {
             auto context = contextElement(*fragmentContext);
-            std::cout << zv::html::dumpTree(*parser->parseFragment(*context));
+            zv::html::dumpTree(*parser->parseFragment(*context), std::cout);
         } else {
-            std::cout << zv::html::dumpTree(*parser->parseDocument());
+            zv::html::dumpTree(*parser->parseDocument(), std::cout);
         }
     }
     std::cout.flush();

@@ -40,10 +40,12 @@ int runSelect(const Args& args) {
     if (!selector.isValid())
         std::cerr << "zvwk: select: selector matches nothing: \"" << text << "\" does not parse\n";
 
-    int status = 0;
+    bool failed = false;
+    const std::vector<std::string> inputs = expandInputs({operands.begin() + 1, operands.end()}, failed);
+    int status = failed ? 1 : 0;
     nlohmann::ordered_json matches = nlohmann::ordered_json::array();
-    for (size_t i = 1; i < operands.size(); ++i) {
-        std::optional<std::string> bytes = readInput(operands[i]);
+    for (const std::string& input : inputs) {
+        std::optional<std::string> bytes = readInput(input);
         if (!bytes) {
             status = 1;
             continue;

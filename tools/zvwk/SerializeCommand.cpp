@@ -9,10 +9,12 @@
 namespace zvwk {
 
 int runSerialize(const Args& args) {
-    if (args.empty()) return usageError("serialize: no input (FILE or -)");
+    if (args.empty()) return usageError("serialize: no input (FILEs, a DIR or -)");
+    for (const auto& arg : args)
+        if (arg.size() > 1 && arg[0] == '-') return usageError("serialize: unknown option " + arg);
+    bool failed = false;
     int status = 0;
-    for (const auto& path : args) {
-        if (path.size() > 1 && path[0] == '-') return usageError("serialize: unknown option " + path);
+    for (const auto& path : expandInputs(args, failed)) {
         auto bytes = readInput(path);
         if (!bytes) {
             status = 1;
@@ -22,7 +24,7 @@ int runSerialize(const Args& args) {
         auto parser = zv::html::HTMLParser::parserForBytes(*bytes, {}, "UTF-8");
         std::cout << zv::html::serializeNode(*parser->parseDocument()) << "\n";
     }
-    return status;
+    return failed ? 1 : status;
 }
 
 }  // namespace zvwk

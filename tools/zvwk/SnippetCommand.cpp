@@ -3,6 +3,7 @@
 #include "MailInput.h"
 
 #include <zv/text/TextSnippet.h>
+#include <zv/text/TextSnippetStream.h>
 
 #include <nlohmann/json.hpp>
 
@@ -32,12 +33,16 @@ struct SnippetRequest {
     std::vector<std::string> operands;
 };
 
-std::optional<long> parseNumber(const std::string& text) {
+// The whole of `text` as a number; otherwise nothing, with `outOfRange` set
+// when it is a number too large for a long.
+std::optional<long> parseNumber(const std::string& text, bool& outOfRange) {
     try {
         size_t used = 0;
         long value = std::stol(text, &used);
         if (used == text.size()) return value;
-    } catch (const std::exception&) {
+    } catch (const std::out_of_range&) {
+        outOfRange = true;
+    } catch (const std::invalid_argument&) {
     }
     return std::nullopt;
 }
@@ -59,9 +64,12 @@ std::optional<std::string> parseArguments(const Args& args, SnippetRequest& requ
         } else if (arg == "--json") {
             request.json = true;
         } else if (arg == "--max" || arg == "--jobs") {
-            std::optional<long> value = i + 1 < args.size() ? parseNumber(args[++i]) : std::nullopt;
+            bool outOfRange = false;
+            std::optional<long> value = i + 1 < args.size() ? parseNumber(args[++i], outOfRange) : std::nullopt;
+            if (outOfRange) return "snippet: " + arg + " " + quotedForMessage(args[i]) + " is out of range";
             if (!value) return "snippet: " + arg + " needs a number";
             if (arg == "--max") {
+                if (*value < 0) return "snippet: --max needs a number of at least 0 (0: no limit)";
                 request.maxLength = *value;
             } else {
                 if (*value < 1) return "snippet: --jobs needs a number of at least 1";
@@ -82,10 +90,18 @@ struct Outcome {
     std::string error;  // the whole report when the input could not be read
 };
 
+// Inputs are read only as far as the extractor goes: a preview of a huge
+// file costs what its first visible text costs.
 Outcome snippetOf(const std::string& path, const SnippetRequest& request) {
     Outcome outcome;
-    std::optional<std::string> html = readMailHTML(path, outcome.error);
-    if (html) outcome.snippet = zv::textSnippetForHTML(*html, request.maxLength, request.options);
+    std::error_code error;
+    if (path != "-" && !isMessagePath(path)) {
+        outcome.snippet = zv::textSnippetForFile(path, request.maxLength, request.options, &error);
+    } else if (std::optional<MailHTMLStream> stream = openMailHTMLStream(path, outcome.error)) {
+        outcome.snippet = zv::textSnippetForStream(stream->read, stream->transportEncoding, stream->defaultEncoding,
+                                                   request.maxLength, request.options, &error);
+    }
+    if (error) outcome.error = "zvwk: " + path + ": " + error.message();
     return outcome;
 }
 

@@ -5,84 +5,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-#include <cerrno>
 #include <clocale>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
-#include <sstream>
 
 namespace zvwk {
-
-std::optional<std::string> readInput(const std::string& path, std::string& reason) {
-    if (path == "-") {
-        std::ostringstream s;
-        s << std::cin.rdbuf();
-        return s.str();
-    }
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        reason = std::strerror(errno);
-        return std::nullopt;
-    }
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) {
-        reason = "read error";
-        return std::nullopt;
-    }
-    return bytes;
-}
-
-std::optional<std::string> readInput(const std::string& path) {
-    std::string reason;
-    std::optional<std::string> bytes = readInput(path, reason);
-    if (!bytes) std::cerr << "zvwk: " << path << ": " << reason << "\n";
-    return bytes;
-}
-
-namespace {
-
-std::vector<std::string> filesUnder(const std::string& dir, std::string& error) {
-    namespace fs = std::filesystem;
-    std::vector<std::string> files;
-    std::error_code ec;
-    fs::recursive_directory_iterator it(dir, fs::directory_options::skip_permission_denied, ec);
-    for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
-        if (it->path().filename().string().starts_with(".")) {
-            it.disable_recursion_pending();
-            continue;
-        }
-        std::error_code typeError;
-        if (it->is_regular_file(typeError)) files.push_back(it->path().string());
-    }
-    if (ec) error = "zvwk: " + dir + ": " + ec.message();
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-}  // namespace
-
-std::vector<std::string> expandInputs(const std::vector<std::string>& operands, bool& failed, bool* anyDirectory) {
-    std::vector<std::string> inputs;
-    for (const std::string& operand : operands) {
-        std::error_code ec;
-        if (operand == "-" || !std::filesystem::is_directory(operand, ec)) {
-            inputs.push_back(operand);
-            continue;
-        }
-        if (anyDirectory) *anyDirectory = true;
-        std::string error;
-        for (std::string& file : filesUnder(operand, error)) inputs.push_back(std::move(file));
-        if (!error.empty()) {
-            std::cerr << error << "\n";
-            failed = true;
-        }
-    }
-    return inputs;
-}
 
 void printResult(const std::string& file, const char* key, std::string value, bool json) {
     if (!json) {
@@ -110,9 +36,9 @@ const Command kCommands[] = {
     {"parse", runParse, "parse [--fragment CONTEXT] [--scripting] FILE|-   print the tree (html5lib format)"},
     {"tokenize", runTokenize,
      "tokenize [--state STATE] [--last-start-tag NAME] FILE|-   print the tokens as JSON"},
-    {"serialize", runSerialize, "serialize FILE|-   print the document's serialization"},
+    {"serialize", runSerialize, "serialize FILE...|DIR|-   print each document's serialization"},
     {"select", runSelect,
-     "select [--json] SELECTOR FILE|-   print the elements the CSS selector matches, one per line"},
+     "select [--json] SELECTOR FILE...|DIR|-   print the elements the CSS selector matches, one per line"},
     {"text", runText, "text [--fragment] [--json] FILE...|DIR|-   print the plain text of each input (.eml: its HTML part)"},
     {"color", runColor, "color NAME   print the HTML colour keyword's value as r,g,b (0-255)"},
     {"snippet", runSnippet,
@@ -127,11 +53,29 @@ const Command kCommands[] = {
     {"view", runView,
      "view [--screenshot FILE.png] [--select N] [--find TEXT] PATH...\n"
      "          read mail in a window: .eml files, folders, Maildirs, mbox files"},
+    {"page", runPage, "page FILE [--lang LANG] [--screenshot PNG]   show a page in a window until it is closed"},
 };
 
 int usage(std::ostream& out, int status) {
-    out << "usage: zvwk COMMAND [OPTIONS] [FILE...]\n\ncommands:\n";
+    out << "usage: zvwk COMMAND [OPTIONS] [FILE...]\n       zvwk COMMAND --help\n       zvwk --version\n\ncommands:\n";
     for (const auto& c : kCommands) out << "  " << c.synopsis << "\n";
+    return status;
+}
+
+// Every command answers --help (or -h) alone, whatever else is given.
+int runCommand(const Command& command, const Args& args) {
+    for (const std::string& arg : args)
+        if (arg == "--help" || arg == "-h") {
+            std::cout << "usage: zvwk " << command.synopsis << "\n";
+            return 0;
+        }
+    int status = command.run(args);
+    // Output that could not be written (a full disk, a closed pipe) is lost
+    // data: say so rather than exit as if it had been written.
+    if (!std::cout.flush()) {
+        std::cerr << "zvwk: " << command.name << ": could not write standard output\n";
+        return 1;
+    }
     return status;
 }
 
@@ -146,11 +90,18 @@ int main(int argc, char** argv) {
     // zvwk's own resources (the search script, its strings) are the host's
     // main bundle for the framework.
     zv::Bundle::setMainBundlePath(ZVWK_RESOURCES_DIR);
-    if (argc < 2) return usage(std::cerr, 2);
+    if (argc < 2) {
+        std::cerr << "zvwk: no command given\n";
+        return usage(std::cerr, 2);
+    }
     std::string name = argv[1];
     if (name == "-h" || name == "--help" || name == "help") return usage(std::cout, 0);
+    if (name == "--version") {
+        std::cout << "zvwk " << ZVWK_VERSION << "\n";
+        return 0;
+    }
     for (const auto& c : kCommands)
-        if (name == c.name) return c.run(Args(argv + 2, argv + argc));
-    std::cerr << "zvwk: unknown command '" << name << "'\n";
+        if (name == c.name) return runCommand(c, Args(argv + 2, argv + argc));
+    std::cerr << "zvwk: unknown command " << quotedForMessage(name) << "\n";
     return usage(std::cerr, 2);
 }

@@ -20,8 +20,11 @@
 // matching at line ends; each is tried on single selectors, over their first
 // N UTF-16 code units (N their count of user-perceived characters), so "^body"
 // drops "body" and "BODY > p" but not "div body". A pattern that does not
-// compile is skipped after one console line (zv::log) "Ignoring exclusion: ",
-// the pattern, " – " (en dash) and the engine's description of the error.
+// compile is skipped after one line on standard output (not zv::log: hosts
+// read it there) "Ignoring exclusion: ", the pattern, " – " (en dash) and the
+// engine's description of the error. A caller whose standard output carries
+// data of its own should compile its patterns first (zv::Regex, the options
+// above) and pass only those that compile.
 //
 // With `purgeCSS`, every <style> element within the head is removed
 // afterwards: scopes, "required" included, and `attFilters` are ignored here,

@@ -30,7 +30,10 @@
 //
 // Cost: the queries in HTMLNode walk the subtree once and carry forward what
 // the combinators, the nth- pseudo-classes and :has() need, so a query costs
-// about elements x compounds however deep or wide the tree. Still matched in
+// about elements x compounds however deep or wide the tree. A query from an
+// element adds its chain of ancestors, never the document before it; a `+`,
+// `~` or nth- pseudo-class that must look beside an ancestor looks there in
+// place, once that ancestor has matched the compound on its right. Still matched in
 // place: :has() with `+` or `~` in its argument scans its candidates, and
 // :is()/:not() of complex selectors look at ancestors and siblings.
 // matches() on a single element looks at its neighbourhood.
@@ -38,6 +41,7 @@
 // complex selector; deeper text does not parse.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string_view>
 
@@ -45,6 +49,7 @@ namespace zv::html {
 
 class HTMLElement;
 struct CompiledSelectorList;
+enum class HTMLQuirksMode : uint8_t;
 
 class CSSSelector {
 public:
@@ -66,9 +71,12 @@ public:
 
     bool isValid() const noexcept { return compiled_ != nullptr; }
     // True when `element` matches any selector of the list. Reads the quirks
-    // mode of the element's document on every call; the queries in
-    // HTMLNode read it once for the whole walk.
+    // mode of the element's document on every call, a walk to the root; the
+    // queries in HTMLNode read it once for the whole walk.
     bool matches(const HTMLElement& element) const;
+    // The same in a document of quirks mode `mode`, which the caller knows:
+    // for matching many elements of a deep tree one by one.
+    bool matches(const HTMLElement& element, HTMLQuirksMode mode) const;
 
     // The compiled form, for the queries in HTMLNode; null when invalid.
     const CompiledSelectorList* compiled() const noexcept { return compiled_.get(); }

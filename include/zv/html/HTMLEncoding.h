@@ -1,6 +1,8 @@
 // Character encodings of HTML input: labels, sniffing and decoding to UTF-8.
 #pragma once
 
+#include <zv/Export.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,5 +31,12 @@ SniffedEncoding sniffEncoding(std::string_view bytes, std::string_view transport
 // U+FFFD for malformed sequences. Any label is accepted; an unknown name
 // decodes as windows-1252, which loses no byte. Safe to call from any thread.
 std::string decodeToUTF8(std::string_view bytes, std::string_view encoding);
+
+// How many leading bytes of `bytes` decode on their own to what they would
+// give followed by any further bytes: all but an unfinished UTF-8 or UTF-16
+// sequence; for the multi-byte encodings up to the last byte below 0x30,
+// which no lead byte takes as its trail; none for ISO-2022-JP and
+// replacement, whose state runs through the whole input.
+ZV_EXPORT size_t decodableLength(std::string_view bytes, std::string_view encoding);
 
 }  // namespace zv::html

@@ -4,7 +4,9 @@
 // is preprocessed (newlines normalised, invalid UTF-8 replaced) in chunks as
 // the tokenizer reaches them, so reading the first tokens of a large document
 // costs only what those tokens cover. That is also why the tokenizer reads
-// the caller's text in place: it must outlive the tokenizer.
+// the caller's text in place: it must outlive the tokenizer. A document that
+// is still being read and decoded comes in through an HTMLTextSource instead,
+// which the tokenizer pulls from only as far as its tokens reach.
 #pragma once
 
 #include <zv/html/HTMLToken.h>
@@ -27,6 +29,11 @@ enum class HTMLTokenizerState : uint8_t {
     CDATASection,
 };
 
+// Gives a document's UTF-8 text a piece at a time: each call returns the next
+// piece, which stays valid until the next call; an empty piece ends the text.
+// Pieces end on character boundaries (a sequence cut in two reads as invalid).
+using HTMLTextSource = std::function<std::string_view()>;
+
 class HTMLTokenizer {
 public:
     using ParseErrorCallback = std::function<void(const HTMLParseError&)>;
@@ -36,6 +43,7 @@ public:
     explicit HTMLTokenizer(const char* html) : HTMLTokenizer(std::string_view(html)) {}
     // A temporary would be gone before the first chunk is read.
     explicit HTMLTokenizer(std::string&&) = delete;
+    explicit HTMLTokenizer(HTMLTextSource source);
     ~HTMLTokenizer();
     HTMLTokenizer(const HTMLTokenizer&) = delete;
     HTMLTokenizer& operator=(const HTMLTokenizer&) = delete;

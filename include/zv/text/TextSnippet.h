@@ -27,9 +27,16 @@
 //   and U+200C, which joins the sequence before it, counts only where it
 //   leads one (after NBSP it is dropped with the NBSP). A run of white space
 //   keeps its first member; white space at the start is dropped.
-// - The tokenizer stays in its data state throughout, as no tree builder
-//   switches it: markup-like text inside <script>, <style> or <textarea> is
-//   read as tags (the first two are hidden all the same).
+// - After the start tags of script, style, title, textarea, xmp, iframe,
+//   noembed, noframes and plaintext the tokenizer is switched to script
+//   data, RAWTEXT, RCDATA or PLAINTEXT as the tree builder would switch it
+//   (not inside <svg> or <math>, where they are foreign elements), so
+//   "<script>if (a<b) f()</script>" opens no tag. Which text is collected
+//   is still decided by the rules above alone: the raw text of iframe,
+//   noembed and noframes, which browsers do not show, is collected as any
+//   other, markup-like characters and all.
+// - A NUL character in markup is dropped (replaced by U+FFFD inside <svg> or
+//   <math>), as the tree builder does.
 //
 // Lengths are UTF-16 code units (an emoji outside the BMP counts two), and
 // text is stepped through by composed character sequence (ICU's character
@@ -39,8 +46,13 @@
 // one unit over is deliberate; previews are sized on it. With the option, the
 // limit is tested only at white space, so the snippet ends after a whole word.
 // Character references are decoded a second time at the end ("&amp;lt;" in
-// the source ends as "<"), and the result is trimmed unless line breaks are
+// the source ends as "<"), as an attribute value decodes them: a legacy name
+// without ";" before a letter, digit or "=" stays, so text reading
+// "?a=1&copy=4" is kept. The result is trimmed unless line breaks are
 // preserved.
+//
+// TextSnippetStream.h makes the same snippets of files and byte streams,
+// reading them only as far as the extraction goes.
 //
 // No input fails: malformed markup, stray end tags and unclosed elements are
 // taken as they come. No collected text gives nothing (not ""). Any thread.

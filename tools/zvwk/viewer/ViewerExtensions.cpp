@@ -1,12 +1,20 @@
 #include "ViewerExtensions.h"
 
+#include "ViewerPages.h"
 #include "ViewerWindow.h"
+
+#include <zv/page/ZVWebWindowController.h>
 
 #include <iostream>
 
 namespace zvwk::viewer {
 
-ViewerExtensions::ViewerExtensions(ViewerWindow& window) : window_(window) {}
+ViewerExtensions::ViewerExtensions(ViewerWindow& window) : window_(window) {
+    window_.addAction("help", [this] { showPage("MailViewerHelp"); }, "F1");
+    window_.addAction("about", [this] { showPage("MailViewerAbout"); });
+    window_.addMenuItem("Help", "help");
+    window_.addMenuItem("About the Mail Viewer", "about");
+}
 
 ViewerExtensions::~ViewerExtensions() = default;
 
@@ -16,5 +24,12 @@ bool ViewerExtensions::find(const std::string&) {
 }
 
 bool ViewerExtensions::isBusy() const { return false; }
+
+std::shared_ptr<zv::ZVWebWindowController> ViewerExtensions::showPage(const std::string& name) {
+    auto& page = pages_[name];
+    if (!page) page = makeViewerPageWindow();
+    page->loadFile(name, "html");
+    return page;
+}
 
 }  // namespace zvwk::viewer

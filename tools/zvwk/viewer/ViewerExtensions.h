@@ -1,8 +1,15 @@
 // What the viewer adds on top of reading, plugged into the window at one
-// place: find across the conversation, and the About and Help pages.
+// place: find across the conversation, and the About and Help pages (the
+// header bar's menu, F1).
 #pragma once
 
+#include <map>
+#include <memory>
 #include <string>
+
+namespace zv {
+class ZVWebWindowController;
+}
 
 namespace zvwk::viewer {
 
@@ -21,8 +28,12 @@ public:
     // True while a find started here is still counting.
     bool isBusy() const;
 
+    // Shows MailViewerAbout or MailViewerHelp in a page window of its own.
+    std::shared_ptr<zv::ZVWebWindowController> showPage(const std::string& name);
+
 private:
     ViewerWindow& window_;
+    std::map<std::string, std::shared_ptr<zv::ZVWebWindowController>> pages_;
 };
 
 }  // namespace zvwk::viewer

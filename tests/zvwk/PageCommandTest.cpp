@@ -1,0 +1,50 @@
+// zvwk page, run as a program: its failures, and a page shown and captured.
+#include "ZvwkRunner.h"
+
+#include <glib.h>
+
+namespace {
+
+using namespace zvwk_test;
+
+class PageCommand : public ZvwkTest {};
+
+TEST_F(PageCommand, FailsClearlyOnBadArgumentsAndMissingPages) {
+    struct Case {
+        std::string args;
+        int status;
+        std::string error;
+    } cases[] = {
+        {"", 2, "zvwk: page: no page file\n"},
+        {"a.html --size 3", 2, "zvwk: page: unexpected argument '--size'\n"},
+        {"'" + (dir_ / "absent.html").string() + "'", 1,
+         "zvwk: " + (dir_ / "absent.html").string() + ": No such file or directory\n"},
+    };
+    for (const Case& c : cases) {
+        Outcome run = zvwk("page " + c.args);
+        EXPECT_EQ(run.status, c.status) << c.args;
+        EXPECT_EQ(run.err, c.error) << c.args;
+    }
+}
+
+TEST_F(PageCommand, ShowsTheLocalizedPageAtItsSizeAndCapturesIt) {
+    if (!g_getenv("DISPLAY")) GTEST_SKIP() << "no display: run under xvfb-run";
+    g_setenv("WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS", "1", TRUE);
+    write("Info.html", "<p localizationkey=hi>x</p>");
+    fs::create_directories(dir_ / "de.lproj");
+    write("de.lproj/Info.html.strings", "\"@WindowSize\" = \"{300, 200}\";\n\"hi\" = \"Hallo\";");
+    fs::path png = dir_ / "shot.png";
+    Outcome run = zvwk("page '" + (dir_ / "Info.html").string() + "' --lang de --screenshot '" + png.string() + "'");
+    ASSERT_EQ(run.status, 0) << run.err;
+    // A PNG's width and height are big-endian at bytes 16 and 20.
+    std::string bytes = read(png);
+    ASSERT_GE(bytes.size(), 24u);
+    auto at = [&](size_t i) {
+        return (unsigned char)bytes[i] << 24 | (unsigned char)bytes[i + 1] << 16 | (unsigned char)bytes[i + 2] << 8 |
+               (unsigned char)bytes[i + 3];
+    };
+    EXPECT_EQ(at(16), 300);
+    EXPECT_EQ(at(20), 200);
+}
+
+}  // namespace
