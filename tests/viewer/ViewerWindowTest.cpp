@@ -4,7 +4,11 @@
 
 #include "LoopbackServer.h"
 #include "WebViewHarness.h"
+#include "viewer/ConversationFind.h"
+#include "viewer/ViewerExtensions.h"
 #include "viewer/ViewerWindow.h"
+
+#include <zv/find/FindOptions.h>
 
 #include <zv/scheme/IconThemeSymbols.h>
 #include <zv/webview/ScriptEvaluation.h>
@@ -24,10 +28,12 @@ using test::htmlMessage;
 
 constexpr auto kConversationTimeout = 40s;
 
-// The URL cache of this program lives in a scratch folder, never the user's.
-const bool kPrivateCache = [] {
-    static test::ScratchFolder cache;
-    g_setenv("XDG_CACHE_HOME", cache.path().c_str(), TRUE);
+// The URL cache and the find settings of this program live in a scratch
+// folder, never the user's.
+const bool kPrivateFolders = [] {
+    static test::ScratchFolder folders;
+    g_setenv("XDG_CACHE_HOME", (folders.path() / "cache").c_str(), TRUE);
+    g_setenv("XDG_CONFIG_HOME", (folders.path() / "config").c_str(), TRUE);
     return true;
 }();
 
@@ -195,6 +201,41 @@ TEST_F(ViewerWindowTest, FoldedMessagesMakeTheirViewWhenOpenedInTheSameProcess) 
     EXPECT_TRUE(zv::test::spinUntil([&] { return cards.at(0)->isBodyLoaded(); }, kConversationTimeout));
     // This window's views: one process; the fixture's window has its own.
     EXPECT_TRUE(zv::test::spinUntil([] { return childWebProcesses() <= 2; }, 10s)) << childWebProcesses();
+}
+
+TEST_F(ViewerWindowTest, FindCountsAcrossTheConversationLoadedOrNot) {
+    ViewerOptions options;
+    options.paths = {(mailbox_->path() / "box").string()};
+    options.conversation.expandedNewest = 1;  // two of the three messages stay unloaded
+    ViewerWindow folded(application_, options);
+    ViewerExtensions extensions(folded);
+    ASSERT_TRUE(zv::test::spinUntil([&] { return folded.isMailboxRead(); }, 20s));
+    folded.showConversation(rowWithSubject("Plans"));
+    ASSERT_TRUE(zv::test::spinUntil([&] { return folded.conversationView().isLoaded(); }, kConversationTimeout));
+    const auto& cards = folded.conversationView().cards();
+    ASSERT_EQ(cards.at(0)->bodyView(), nullptr);
+
+    // "plan" in the bodies: "first plan", none outside the script in the
+    // second (its script text is not searched), "third plan".
+    ConversationFind& find = extensions.conversationFind();
+    find.open("plan");
+    EXPECT_TRUE(zv::test::spinUntil([&] { return find.controller().currentCount() == 2; }, 10s))
+        << find.controller().currentCount();
+
+    // Loaded, each page counts what the host counted for it.
+    std::vector<std::int64_t> hostCounts;
+    for (const auto& item : find.controller().conversationThread()->visibleConversationMessageItems())
+        hostCounts.push_back(item->findCountForStrings({"plan"}));
+    EXPECT_EQ(hostCounts, (std::vector<std::int64_t>{1, 0, 1}));
+    for (size_t i = 0; i < cards.size(); ++i) {
+        cards[i]->setExpanded(true);
+        ASSERT_TRUE(zv::test::spinUntil([&] { return cards[i]->isBodyLoaded(); }, kConversationTimeout));
+        cards[i]->bodyView()->highlightOccurrencesOfString("plan", zv::storedSearchOptions(zv::ZVSearchStyleKey));
+        std::optional<std::int64_t> pageCount;
+        cards[i]->bodyView()->getFindResultCount([&](std::int64_t count) { pageCount = count; });
+        ASSERT_TRUE(zv::test::spinUntil([&] { return pageCount.has_value(); }, 10s));
+        EXPECT_EQ(*pageCount, hostCounts[i]) << "message " << i;
+    }
 }
 
 TEST_F(ViewerWindowTest, RemoteImagesWaitForTheBarAndAreFetchedOnce) {

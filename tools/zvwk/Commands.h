@@ -22,6 +22,7 @@ int runPurgeCSS(const Args& args);
 int runInlineCSS(const Args& args);
 int runView(const Args& args);
 int runPage(const Args& args);
+int runFindDemo(const Args& args);
 
 // The bytes of FILE, or of standard input for "-". A folder is refused ("Is a
 // directory"), and so is "-" when standard input is closed. On failure,

@@ -54,6 +54,8 @@ const Command kCommands[] = {
      "view [--screenshot FILE.png] [--select N] [--find TEXT] PATH...\n"
      "          read mail in a window: .eml files, folders, Maildirs, mbox files"},
     {"page", runPage, "page FILE [--lang LANG] [--screenshot PNG]   show a page in a window until it is closed"},
+    {"find-demo", runFindDemo,
+     "find-demo [--search TEXT] [--screenshot PNG] FILE...   show the messages as a conversation under a find bar"},
 };
 
 int usage(std::ostream& out, int status) {

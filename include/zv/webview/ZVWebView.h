@@ -39,6 +39,7 @@
 #pragma once
 
 #include <zv/foundation/Geometry.h>
+#include <zv/html/HTMLElement.h>
 #include <zv/foundation/Value.h>
 #include <zv/webview/Event.h>
 #include <zv/webview/GObjectRef.h>
@@ -48,9 +49,11 @@
 #include <webkit/webkit.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -132,6 +135,54 @@ public:
     // before the first.
     const std::optional<Event>& currentEvent() const { return lastInputEvent_; }
 
+    // In-page search (the commands a find controller drives). The page
+    // needs the search scripts (searchScriptElements) in its document; the
+    // calls below only evaluate their functions, on the main thread, and
+    // their completions run there too.
+    //
+    // scriptIdent names this view to the page's search script, which puts it
+    // into every "searchValues" message it posts. scriptsLoaded records that
+    // a find controller has registered its "searchValues" handler here.
+    const std::string& scriptIdent() const { return scriptIdent_; }
+    void setScriptIdent(std::string ident) { scriptIdent_ = std::move(ident); }
+    bool scriptsLoaded() const { return scriptsLoaded_; }
+    void setScriptsLoaded(bool loaded) { scriptsLoaded_ = loaded; }
+
+    // Two <script> elements for a document's head: mark.js, then the search
+    // script, each with charset "utf-8" and src the file-system path of the
+    // framework's resource ("js/mark.min.js", "js/SearchWebView.js").
+    static std::vector<html::Ref<html::HTMLElement>> searchScriptElements();
+    // The same two scripts as user scripts of this view, run at document
+    // start in the main frame of every later load. A safe message view turns
+    // the page's own scripts off (enable-javascript-markup), and then the
+    // elements above never run; user scripts still do. False, with nothing
+    // added, when a script file cannot be read.
+    bool addSearchUserScripts();
+
+    // The page's selection as its script describes it; on a script error
+    // the completion is never called.
+    void selectionWithCompletion(std::function<void(std::optional<Value>)> completion);
+    // Options: one style (1 contains, 2 starts with, 4 exactly, 8 regular
+    // expression) plus 256 to ignore case. The text goes between backquotes
+    // unescaped: a backquote in it breaks the call, silently.
+    void highlightOccurrencesOfString(std::string_view text, int64_t options);
+    // The number of matches highlighted now; -1 when the page cannot say.
+    void getFindResultCount(std::function<void(int64_t count)> completion);
+    void removeAllHighlights();
+    void clearCurrentHighlight();
+    // The stepping calls answer with the new current match's position below
+    // the visible top of the page; 0 on error (logged).
+    void selectMatchAt(int64_t index, std::function<void(double position)> completion);
+    void findNextWithCompletion(std::function<void(double position)> completion);
+    void findPreviousWithCompletion(std::function<void(double position)> completion);
+    // The text goes between single quotes unescaped.
+    void replaceAndMoveToNext(std::string_view text);
+    void replaceAll(std::string_view text);
+    // Whether the current match is the first / the last: asked of the page
+    // and waited for while the main context keeps turning. False on error.
+    bool atFirst();
+    bool atLast();
+
     // Accepted and ignored: scrolling stays as the engine has it.
     void setScrollEnabled(bool enabled);
 
@@ -164,6 +215,9 @@ private:
     std::optional<Event> lastInputEvent_;
     std::vector<gulong> managerHandlers_;
     GObjectRef<GtkEventController> inputController_;
+
+    std::string scriptIdent_;
+    bool scriptsLoaded_ = false;
 
     mutable std::mutex mutex_;  // guards the two values below
     Size contentSize_;

@@ -10,6 +10,7 @@
 #include <zv/webview/UserScript.h>
 
 #include <cmath>
+#include <vector>
 
 namespace zvwk::viewer {
 
@@ -79,6 +80,25 @@ void openExternally(const char* uri) {
             g_app_info_launch_default_for_uri_async(uri, nullptr, nullptr, nullptr, nullptr);
             return;
         }
+}
+
+// The find bar's search scripts (mark.js, then the search script) as user
+// scripts: the script elements a page would carry never run with
+// JavaScript markup off. Read once from the framework's resources.
+const std::vector<zv::UserScriptRef>& searchUserScripts() {
+    static const std::vector<zv::UserScriptRef> scripts = [] {
+        std::vector<zv::UserScriptRef> made;
+        for (const auto& element : zv::ZVWebView::searchScriptElements()) {
+            const std::string* path = element->attribute("src");
+            gchar* source = nullptr;
+            if (!path || !g_file_get_contents(path->c_str(), &source, nullptr, nullptr)) continue;
+            made.push_back(zv::UserScriptRef::adopt(webkit_user_script_new(
+                source, WEBKIT_USER_CONTENT_INJECT_TOP_FRAME, WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_END, nullptr, nullptr)));
+            g_free(source);
+        }
+        return made;
+    }();
+    return scripts;
 }
 
 }  // namespace
@@ -311,6 +331,7 @@ void MessageCard::makeBodyView() {
                      G_CALLBACK(onHeightMessage), this);
     webkit_user_content_manager_register_script_message_handler(manager, kHeightMessage, nullptr);
     view_->addUserScript(zv::makeDocumentStartScript(kHeightScript).get());
+    for (const zv::UserScriptRef& script : searchUserScripts()) view_->addUserScript(script.get());
 
     handler_ = zv::ZVWebViewURLSchemeHandler::create();
     for (const InlinePart& part : content_.inlineParts) {

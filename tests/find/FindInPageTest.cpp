@@ -1,0 +1,153 @@
+// The search commands of ZVWebView against the search script in a real page.
+#include "FindTestSupport.h"
+
+#include <zv/find/TextMatchCount.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace {
+
+using namespace zv::test;
+
+// Text content: "Invoice invoice INVOICE invoices preinvoice. Die Rechnung; Vorrechnung."
+// with the second "invoice" split over three elements.
+constexpr char kBody[] =
+    "<p>Invoice in<b>voi</b><i>ce</i> INVOICE invoices preinvoice.</p>"
+    "<p style='margin-top:900px'>Die Rechnung; Vorrechnung.</p>";
+constexpr char kText[] = "Invoice invoice INVOICE invoices preinvoice.Die Rechnung; Vorrechnung.";
+
+class FindInPageTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { page = std::make_unique<MessageView>(makeMessageView(kBody)); }
+    static void TearDownTestSuite() { page.reset(); }
+
+    static int64_t count(const std::string& text, int64_t options) {
+        page->view->highlightOccurrencesOfString(text, options);
+        std::optional<int64_t> answer;
+        page->view->getFindResultCount([&](int64_t n) { answer = n; });
+        EXPECT_TRUE(spinUntil([&] { return answer.has_value(); }, kScriptTimeout));
+        return answer.value_or(-2);
+    }
+    static double step(bool forward) {
+        std::optional<double> position;
+        auto done = [&](double y) { position = y; };
+        if (forward) page->view->findNextWithCompletion(done);
+        else page->view->findPreviousWithCompletion(done);
+        EXPECT_TRUE(spinUntil([&] { return position.has_value(); }, kScriptTimeout));
+        return position.value_or(-1);
+    }
+
+    static inline std::unique_ptr<MessageView> page;
+};
+
+TEST_F(FindInPageTest, ScriptElementsPointAtFilesThatLoad) {
+    auto elements = zv::ZVWebView::searchScriptElements();
+    ASSERT_EQ(elements.size(), 2u);
+    const std::string* mark = elements[0]->attribute("src");
+    ASSERT_TRUE(mark);
+    EXPECT_TRUE(mark->ends_with("mark.min.js"));
+    for (const auto& element : elements) {
+        EXPECT_EQ(*element->attribute("charset"), "utf-8");
+        EXPECT_TRUE(std::filesystem::exists(*element->attribute("src")));
+    }
+    EXPECT_EQ(page->window->evaluate("typeof Mark + typeof WKWebView_AtLast").value, "functionfunction");
+}
+
+TEST_F(FindInPageTest, EachStyleWithAndWithoutCase) {
+    const struct {
+        const char* text;
+        int64_t options;
+        int64_t expected;
+    } cases[] = {
+        {"invoice", 1, 3},   {"invoice", 257, 5}, {"invoice", 2, 2},  {"invoice", 258, 4},
+        {"invoice", 4, 1},   {"invoice", 260, 3}, {"in?vo[a-z]ce", 8, 3}, {"in?vo[a-z]ce", 264, 5},
+        {"rechnung", 257, 2}, {"rechnung", 258, 1}, {"Rechnung", 4, 1}, {"nothing", 257, 0},
+        {"(", 8, 0},          {"[a-", 264, 0},      {"", 257, 0},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(count(c.text, c.options), c.expected) << c.text << " with options " << c.options;
+        EXPECT_EQ(zv::countMatchesInText(kText, {c.text}, c.options), c.expected)
+            << "the host counts as the page does: " << c.text << " with options " << c.options;
+    }
+    EXPECT_EQ(zv::countMatchesInText(kText, {"invoice", "rechnung"}, 257), 7);
+    EXPECT_EQ(count("invoice", 257), 5);
+    EXPECT_EQ(page->window->evaluate("document.querySelectorAll('mark').length").value, 7)
+        << "the split match is highlighted in three pieces, and old highlights are gone";
+}
+
+TEST_F(FindInPageTest, AnInvalidExpressionRaisesNothingInThePage) {
+    auto outcome = page->window->evaluate("WKWebView_HighlightOccurencesOfStrings('k', '(((', 8)");
+    EXPECT_TRUE(outcome.ok()) << outcome.error;
+    EXPECT_EQ(outcome.value, 0);
+    EXPECT_EQ(count("a`b", 1), 0) << "a backquote breaks the call; the page keeps no highlights of its own";
+}
+
+TEST_F(FindInPageTest, StepsWrapAndAnswerPositionsBelowTheVisibleTop) {
+    ASSERT_EQ(count("rechnung", 257), 2);
+    EXPECT_FALSE(page->view->atFirst());
+    double first = step(true);
+    EXPECT_TRUE(page->view->atFirst());
+    EXPECT_GT(first, 800) << "the second paragraph starts 900 px down";
+    step(true);
+    EXPECT_TRUE(page->view->atLast());
+    EXPECT_EQ(step(true), first) << "after the last comes the first";
+    step(false);
+    EXPECT_TRUE(page->view->atLast()) << "back from the first is the last";
+    std::optional<double> selected;
+    page->view->selectMatchAt(1, [&](double y) { selected = y; });
+    ASSERT_TRUE(spinUntil([&] { return selected.has_value(); }, kScriptTimeout));
+    EXPECT_TRUE(page->view->atLast());
+    page->view->clearCurrentHighlight();
+    EXPECT_FALSE(page->view->atLast());
+    EXPECT_EQ(page->window->evaluate("document.querySelectorAll('mark.zv-find-current').length").value, 0);
+}
+
+TEST_F(FindInPageTest, ReplaceOneThenAll) {
+    auto fresh = makeMessageView("<p>one invoice, two in<b>voice</b>, three invoice</p>");
+    fresh.view->highlightOccurrencesOfString("invoice", 257);
+    fresh.view->replaceAndMoveToNext("bill");
+    fresh.view->replaceAndMoveToNext("note");
+    EXPECT_EQ(fresh.window->evaluate("document.body.textContent").value, "one bill, two note, three invoice");
+    std::optional<int64_t> left;
+    fresh.view->getFindResultCount([&](int64_t n) { left = n; });
+    ASSERT_TRUE(spinUntil([&] { return left.has_value(); }, kScriptTimeout));
+    EXPECT_EQ(*left, 1);
+    fresh.view->replaceAll("x");
+    EXPECT_EQ(fresh.window->evaluate("document.body.textContent").value, "one bill, two note, three x");
+    EXPECT_EQ(fresh.window->evaluate("document.querySelectorAll('mark').length").value, 0);
+}
+
+TEST(FindInPageWithPageScriptsOff, UserScriptsStillSearch) {
+    initGtkOnce();
+    auto settings = zv::GObjectRef<WebKitSettings>::adopt(webkit_settings_new());
+    webkit_settings_set_enable_javascript_markup(settings.get(), FALSE);
+    zv::ZVWebViewConfiguration configuration;
+    configuration.settings = settings;
+    auto view = zv::ZVWebView::create(configuration);
+    ASSERT_TRUE(view->addSearchUserScripts());
+    WebViewWindow window(view->webView());
+    ASSERT_TRUE(window.loadHTML(searchablePage("<p>an invoice, an in<b>voice</b></p><script>document.title='ran'</script>"),
+                                "file:///"));
+    EXPECT_EQ(window.evaluate("document.title").value, "") << "the page's own script must not run";
+    view->highlightOccurrencesOfString("invoice", 257);
+    std::optional<int64_t> answer;
+    view->getFindResultCount([&](int64_t n) { answer = n; });
+    ASSERT_TRUE(spinUntil([&] { return answer.has_value(); }, kScriptTimeout));
+    EXPECT_EQ(*answer, 2);
+}
+
+TEST(FindInPageWithoutScript, CountIsMinusOne) {
+    initGtkOnce();
+    auto view = zv::ZVWebView::create();
+    WebViewWindow window(view->webView());
+    ASSERT_TRUE(window.loadHTML("<p>plain</p>"));
+    std::optional<int64_t> answer;
+    view->getFindResultCount([&](int64_t n) { answer = n; });
+    ASSERT_TRUE(spinUntil([&] { return answer.has_value(); }, kScriptTimeout));
+    EXPECT_EQ(*answer, -1);
+    EXPECT_FALSE(view->atLast());
+}
+
+}  // namespace
