@@ -6,9 +6,13 @@
 #include "WebViewHarness.h"
 #include "viewer/ConversationFind.h"
 #include "viewer/ViewerExtensions.h"
+#include "viewer/ViewerPages.h"
 #include "viewer/ViewerWindow.h"
 
 #include <zv/find/FindOptions.h>
+#include <zv/foundation/Bundle.h>
+#include <zv/page/ZVWebPageController.h>
+#include <zv/page/ZVWebWindowController.h>
 
 #include <zv/scheme/IconThemeSymbols.h>
 #include <zv/webview/ScriptEvaluation.h>
@@ -235,6 +239,34 @@ TEST_F(ViewerWindowTest, FindCountsAcrossTheConversationLoadedOrNot) {
         cards[i]->bodyView()->getFindResultCount([&](std::int64_t count) { pageCount = count; });
         ASSERT_TRUE(zv::test::spinUntil([&] { return pageCount.has_value(); }, 10s));
         EXPECT_EQ(*pageCount, hostCounts[i]) << "message " << i;
+    }
+}
+
+TEST_F(ViewerWindowTest, AboutAndHelpAreLocalizedPages) {
+    struct Case {
+        const char* page;
+        const char* language;
+        const char* button;
+    } cases[] = {
+        {"MailViewerAbout", "en", "Close"},
+        {"MailViewerAbout", "de", "Schließen"},
+        {"MailViewerHelp", "en", "Close"},
+        {"MailViewerHelp", "de", "Schließen"},
+    };
+    for (const Case& c : cases) {
+        auto window = makeViewerPageWindow();
+        auto bundle = std::make_shared<zv::Bundle>(ZVWK_RESOURCES_DIR, std::vector<std::string>{c.language});
+        window->setResourceBundle(bundle);
+        window->pageController()->setLocalizationBundle(bundle);
+        window->setPreferredLocalization(c.language);
+        bool loaded = false;
+        window->pageController()->setPageLoadedCompletion([&](std::optional<zv::Error>) { loaded = true; });
+        window->loadFile(c.page, "html");
+        ASSERT_TRUE(zv::test::spinUntil([&] { return loaded; }, kConversationTimeout)) << c.page << " " << c.language;
+        WebKitWebView* view = window->webView()->webView();
+        EXPECT_EQ(evaluate(view, "document.querySelector('button').textContent"), zv::Value(c.button));
+        EXPECT_EQ(evaluate(view, "document.body.textContent.indexOf('${')"), zv::Value(-1)) << "variables filled";
+        window->closeWindow();
     }
 }
 

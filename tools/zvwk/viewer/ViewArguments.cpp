@@ -8,7 +8,7 @@ std::optional<ViewArguments> parseViewArguments(const std::vector<std::string>& 
     ViewArguments parsed;
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
-        bool takesValue = arg == "--screenshot" || arg == "--select" || arg == "--find";
+        bool takesValue = arg == "--screenshot" || arg == "--select" || arg == "--find" || arg == "--page";
         if (takesValue && i + 1 >= args.size()) {
             error = arg + " needs a value";
             return std::nullopt;
@@ -17,6 +17,12 @@ std::optional<ViewArguments> parseViewArguments(const std::vector<std::string>& 
             parsed.screenshot = args[++i];
         } else if (arg == "--find") {
             parsed.find = args[++i];
+        } else if (arg == "--page") {
+            parsed.page = args[++i];
+            if (*parsed.page != "about" && *parsed.page != "help") {
+                error = "--page is about or help, not '" + *parsed.page + "'";
+                return std::nullopt;
+            }
         } else if (arg == "--select") {
             const std::string& value = args[++i];
             std::size_t n = 0;

@@ -6,6 +6,8 @@
 #include "ViewerWindow.h"
 #include "WindowSnapshot.h"
 
+#include <zv/page/ZVWebPageController.h>
+#include <zv/page/ZVWebWindowController.h>
 #include <zv/scheme/IconThemeSymbols.h>
 
 #include <gtk/gtk.h>
@@ -32,12 +34,15 @@ struct Viewer {
     Clock::time_point started;
     int status = 0;
     bool findRun = false;
+    std::shared_ptr<zv::ZVWebWindowController> page;
+    bool pageLoaded = false;
     int settleTicks = 0;
 };
 
 void finishScreenshot(Viewer& viewer) {
     std::string error;
-    if (!writeWindowPNG(viewer.window->window(), *viewer.arguments.screenshot, error)) {
+    GtkWindow* shown = viewer.page ? viewer.page->window() : viewer.window->window();
+    if (!writeWindowPNG(shown, *viewer.arguments.screenshot, error)) {
         std::cerr << "zvwk: view: " << error << "\n";
         viewer.status = 1;
     }
@@ -55,6 +60,7 @@ bool readyForScreenshot(Viewer& viewer) {
         return false;
     }
     if (viewer.extensions->isBusy()) return false;
+    if (viewer.page && !viewer.pageLoaded) return false;
     // A few more ticks so images and the last layout reach the screen.
     return ++viewer.settleTicks > 6;
 }
@@ -91,6 +97,11 @@ void activate(GtkApplication* application, gpointer data) {
     };
     viewer.extensions = std::make_unique<ViewerExtensions>(*viewer.window);
     gtk_window_present(viewer.window->window());
+    if (viewer.arguments.page) {
+        viewer.page = viewer.extensions->showPage(*viewer.arguments.page == "about" ? "MailViewerAbout" : "MailViewerHelp");
+        viewer.page->pageController()->setPageLoadedCompletion(
+            [&viewer](std::optional<zv::Error>) { viewer.pageLoaded = true; });
+    }
     if (viewer.arguments.screenshot) {
         viewer.started = Clock::now();
         g_timeout_add(100, screenshotTick, &viewer);
