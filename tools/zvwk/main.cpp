@@ -51,6 +51,9 @@ const Command kCommands[] = {
     {"inline-css", runInlineCSS,
      "inline-css [--purge] [--exclude PATTERN]... [--scope SCOPE]... [--json] FILE...|DIR|-\n"
      "          print each document with its head CSS appended to the inline styles of its body's elements"},
+    {"view", runView,
+     "view [--screenshot FILE.png] [--select N] [--find TEXT] [--page about|help] PATH...\n"
+     "          read mail in a window: .eml files, folders, Maildirs, mbox files"},
     {"page", runPage, "page FILE [--lang LANG] [--screenshot PNG]   show a page in a window until it is closed"},
     {"find-demo", runFindDemo,
      "find-demo [--search TEXT] [--screenshot PNG] FILE...   show the messages as a conversation under a find bar"},

@@ -1,0 +1,57 @@
+// What the viewer tests share: a scratch folder, and messages written into it.
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include <glib.h>
+
+namespace zvwk::viewer::test {
+
+// A fresh folder under the system's temporary folder, removed afterwards.
+class ScratchFolder {
+public:
+    ScratchFolder() {
+        char* made = g_dir_make_tmp("zvwk-viewer-XXXXXX", nullptr);
+        path_ = made;
+        g_free(made);
+    }
+    ~ScratchFolder() {
+        std::error_code ec;
+        std::filesystem::remove_all(path_, ec);
+    }
+    const std::filesystem::path& path() const { return path_; }
+
+    // Writes `text` (line feeds become CRLF, as mail stores them) to `name`.
+    std::filesystem::path write(const std::string& name, const std::string& text) const {
+        std::filesystem::path file = path_ / name;
+        std::filesystem::create_directories(file.parent_path());
+        std::ofstream out(file, std::ios::binary);
+        for (char c : text) {
+            if (c == '\n') out << '\r';
+            out << c;
+        }
+        return file;
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
+// A message with the given headers block (without the blank line) and body.
+inline std::string message(const std::string& headers, const std::string& body) {
+    return headers + "\nMIME-Version: 1.0\n\n" + body;
+}
+
+// Sent `minute` minutes after 10:00 on 16 November 2026.
+inline std::string htmlMessage(const std::string& id, const std::string& subject, const std::string& html,
+                               const std::string& extraHeaders = "", int minute = 0) {
+    std::string date = "Mon, 16 Nov 2026 10:" + std::string(minute < 10 ? "0" : "") + std::to_string(minute) + ":00 +0000";
+    return message("From: Ann Example <ann@example.org>\nTo: bob@example.org\nSubject: " + subject +
+                       "\nDate: " + date + "\nMessage-ID: <" + id + ">\n" + extraHeaders +
+                       "Content-Type: text/html; charset=utf-8",
+                   html);
+}
+
+}  // namespace zvwk::viewer::test

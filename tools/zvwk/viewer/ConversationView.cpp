@@ -1,0 +1,106 @@
+#include "ConversationView.h"
+
+#include <zv/foundation/OperationQueue.h>
+
+namespace zvwk::viewer {
+
+ConversationView::ConversationView() : readQueue_(zv::OperationQueue::create()) {
+    readQueue_->setMaxConcurrentOperationCount(2);
+    readQueue_->start();
+    scroller_ = gtk_scrolled_window_new();
+    g_object_ref_sink(scroller_);
+    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller_), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
+    gtk_widget_set_hexpand(scroller_, TRUE);
+    gtk_widget_set_vexpand(scroller_, TRUE);
+    column_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 12);
+    gtk_widget_add_css_class(column_, "conversation");
+    title_ = gtk_label_new("");
+    gtk_widget_add_css_class(title_, "conversation-title");
+    gtk_label_set_xalign(GTK_LABEL(title_), 0);
+    gtk_label_set_wrap(GTK_LABEL(title_), TRUE);
+    gtk_label_set_selectable(GTK_LABEL(title_), TRUE);
+    gtk_box_append(GTK_BOX(column_), title_);
+    cardsBox_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 12);
+    gtk_box_append(GTK_BOX(column_), cardsBox_);
+    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller_), column_);
+}
+
+ConversationView::~ConversationView() {
+    clear();
+    g_object_unref(scroller_);
+}
+
+GtkAdjustment* ConversationView::verticalAdjustment() const {
+    return gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(scroller_));
+}
+
+void ConversationView::clear() {
+    for (auto& card : cards_) {
+        card->settled = nullptr;
+        card->bodyViewMade = nullptr;
+        card->processAnchor = nullptr;
+        gtk_box_remove(GTK_BOX(cardsBox_), card->widget());
+    }
+    cards_.clear();
+    anchor_.reset();
+    reportedFirst_ = reportedAll_ = false;
+}
+
+void ConversationView::show(const std::string& subject, const std::vector<MessageSummary>& messages,
+                            const ConversationOptions& options) {
+    clear();
+    options_ = options;
+    gtk_label_set_text(GTK_LABEL(title_), subject.empty() ? "(no subject)" : subject.c_str());
+    gtk_adjustment_set_value(verticalAdjustment(), 0);
+    for (const MessageSummary& summary : messages) {
+        auto card = MessageCard::create(summary, {options.dark});
+        card->scrollTarget = verticalAdjustment();
+        card->processAnchor = [this]() -> WebKitWebView* {
+            return options_.shareWebProcess ? anchor_.get() : nullptr;
+        };
+        card->settled = [this](MessageCard& settledCard) { cardLoaded(settledCard); };
+        card->bodyViewMade = [this](MessageCard& made) {
+            if (!anchor_) anchor_ = zv::GObjectRef<WebKitWebView>::ref(made.bodyView()->webView());
+        };
+        gtk_box_append(GTK_BOX(cardsBox_), card->widget());
+        cards_.push_back(std::move(card));
+    }
+    size_t firstExpanded = options.expandedNewest == 0 || cards_.size() <= options.expandedNewest
+                               ? 0
+                               : cards_.size() - options.expandedNewest;
+    // The messages on screen are read first, then the folded ones.
+    for (size_t i = firstExpanded; i < cards_.size(); ++i) {
+        cards_[i]->setExpanded(true);
+        cards_[i]->readContent(*readQueue_);
+    }
+    for (size_t i = 0; i < firstExpanded; ++i) cards_[i]->readContent(*readQueue_);
+}
+
+bool ConversationView::isLoaded() const {
+    for (const auto& card : cards_) {
+        if (!card->isContentRead() && card->isExpanded()) return false;
+        if (card->isExpanded() && !card->isError() && !card->isBodyLoaded()) return false;
+    }
+    return true;
+}
+
+void ConversationView::cardLoaded(MessageCard& card) {
+    if (cardSettled) cardSettled(card);
+    if (!reportedFirst_) {
+        reportedFirst_ = true;
+        if (firstBodyLoaded) firstBodyLoaded();
+    }
+    if (!reportedAll_ && isLoaded()) {
+        reportedAll_ = true;
+        if (loaded) loaded();
+    }
+}
+
+void ConversationView::scrollToWidget(GtkWidget* widget, double below) {
+    graphene_point_t origin = GRAPHENE_POINT_INIT(0, float(below));
+    graphene_point_t top;
+    if (!gtk_widget_compute_point(widget, column_, &origin, &top)) return;
+    gtk_adjustment_set_value(verticalAdjustment(), top.y);
+}
+
+}  // namespace zvwk::viewer

@@ -1,0 +1,73 @@
+// A conversation in one scrolling column: its subject, then a card per
+// message, oldest first. Every body view of the conversation shares one web
+// process: the first view made is the anchor, and each later one is made as
+// its related view. Older messages start collapsed to their preview line
+// when the conversation is long; their views are made when they are opened.
+#pragma once
+
+#include "MessageCard.h"
+
+#include <zv/webview/GObjectRef.h>
+
+#include <gtk/gtk.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zvwk::viewer {
+
+struct ConversationOptions {
+    // Off only to measure what sharing saves: every view its own process.
+    bool shareWebProcess = true;
+    // How many of the newest messages start expanded; 0 expands all.
+    std::size_t expandedNewest = 5;
+    bool dark = false;
+};
+
+class ConversationView {
+public:
+    ConversationView();
+    ~ConversationView();
+    ConversationView(const ConversationView&) = delete;
+    ConversationView& operator=(const ConversationView&) = delete;
+
+    GtkWidget* widget() const { return scroller_; }
+
+    void show(const std::string& subject, const std::vector<MessageSummary>& messages,
+              const ConversationOptions& options);
+    void clear();
+
+    const std::vector<std::shared_ptr<MessageCard>>& cards() const { return cards_; }
+    // Every expanded card's body has loaded and has its height.
+    bool isLoaded() const;
+    // Run on the main thread when the first body, and when all bodies of the
+    // conversation shown, have loaded.
+    std::function<void()> firstBodyLoaded;
+    std::function<void()> loaded;
+    // Run whenever a card has settled: its body loaded, or its error shown.
+    std::function<void(MessageCard&)> cardSettled;
+
+    GtkAdjustment* verticalAdjustment() const;
+    // Scrolls so that the point `below` pixels under the top of `widget` (a
+    // part of a card) is at the top of the column.
+    void scrollToWidget(GtkWidget* widget, double below = 0);
+
+private:
+    void cardLoaded(MessageCard& card);
+
+
+    GtkWidget* scroller_ = nullptr;  // held by a reference of its own
+    GtkWidget* column_ = nullptr;
+    GtkWidget* title_ = nullptr;
+    GtkWidget* cardsBox_ = nullptr;
+    std::shared_ptr<zv::OperationQueue> readQueue_;  // reads and prepares the messages
+    std::vector<std::shared_ptr<MessageCard>> cards_;
+    zv::GObjectRef<WebKitWebView> anchor_;
+    ConversationOptions options_;
+    bool reportedFirst_ = false;
+    bool reportedAll_ = false;
+};
+
+}  // namespace zvwk::viewer

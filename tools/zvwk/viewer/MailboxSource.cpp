@@ -1,0 +1,128 @@
+#include "MailboxSource.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+namespace zvwk::viewer {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool isHidden(const fs::path& path) { return path.filename().string().starts_with("."); }
+
+bool hasEmlExtension(const fs::path& path) {
+    std::string extension = path.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return char(std::tolower(c)); });
+    return extension == ".eml";
+}
+
+bool startsWithFromLine(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    char head[5] = {};
+    in.read(head, 5);
+    return in.gcount() == 5 && std::memcmp(head, "From ", 5) == 0;
+}
+
+bool isMaildir(const fs::path& dir) {
+    std::error_code ec;
+    return fs::is_directory(dir / "cur", ec) || fs::is_directory(dir / "new", ec);
+}
+
+// A Maildir's file names start with the delivery time, so the name order is
+// the arrival order; newest first.
+void addMaildir(const fs::path& dir, MailboxListing& listing) {
+    std::vector<std::string> files;
+    for (const char* sub : {"new", "cur"}) {
+        std::error_code ec;
+        for (fs::directory_iterator it(dir / sub, ec), end; !ec && it != end; it.increment(ec)) {
+            std::error_code typeError;
+            if (!isHidden(it->path()) && it->is_regular_file(typeError)) files.push_back(it->path().string());
+        }
+    }
+    std::sort(files.begin(), files.end(), [](const std::string& a, const std::string& b) {
+        return fs::path(a).filename() > fs::path(b).filename();
+    });
+    for (std::string& file : files) listing.messages.push_back({std::move(file)});
+}
+
+void addFile(const fs::path& path, MailboxListing& listing) {
+    if (!startsWithFromLine(path)) {
+        listing.messages.push_back({path.string()});
+        return;
+    }
+    std::string error;
+    for (MessageLocation& message : mboxMessages(path.string(), error)) listing.messages.push_back(std::move(message));
+    if (!error.empty()) listing.errors.push_back(path.string() + ": " + error);
+}
+
+void addFolder(const fs::path& dir, MailboxListing& listing) {
+    if (isMaildir(dir)) {
+        addMaildir(dir, listing);
+        return;
+    }
+    std::vector<fs::path> entries;
+    std::error_code ec;
+    for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec))
+        if (!isHidden(it->path())) entries.push_back(it->path());
+    if (ec) listing.errors.push_back(dir.string() + ": " + ec.message());
+    std::sort(entries.begin(), entries.end());
+    for (const fs::path& entry : entries) {
+        std::error_code typeError;
+        if (fs::is_directory(entry, typeError))
+            addFolder(entry, listing);
+        else if (hasEmlExtension(entry) || startsWithFromLine(entry))
+            addFile(entry, listing);
+    }
+}
+
+}  // namespace
+
+std::vector<MessageLocation> mboxMessages(const std::string& path, std::string& error) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        error = std::strerror(errno);
+        return {};
+    }
+    std::vector<MessageLocation> messages;
+    std::string line;
+    std::int64_t lineStart = 0;
+    bool previousEmpty = true;
+    auto closeLast = [&](std::int64_t end) {
+        if (!messages.empty()) messages.back().length = std::max<std::int64_t>(0, end - messages.back().offset);
+    };
+    while (std::getline(in, line)) {
+        std::int64_t next = lineStart + std::int64_t(line.size()) + 1;
+        if (previousEmpty && line.starts_with("From ")) {
+            closeLast(lineStart);
+            messages.push_back({path, next, -1});
+        }
+        previousEmpty = line.empty() || line == "\r";
+        lineStart = next;
+    }
+    closeLast(lineStart);
+    return messages;
+}
+
+MailboxListing listMailbox(const std::vector<std::string>& operands) {
+    MailboxListing listing;
+    for (const std::string& operand : operands) {
+        std::error_code ec;
+        fs::file_status status = fs::status(operand, ec);
+        if (ec || !fs::exists(status)) {
+            listing.errors.push_back(operand + ": " + (ec ? ec.message() : "No such file or directory"));
+            continue;
+        }
+        if (fs::is_directory(status))
+            addFolder(operand, listing);
+        else
+            addFile(operand, listing);
+    }
+    return listing;
+}
+
+}  // namespace zvwk::viewer

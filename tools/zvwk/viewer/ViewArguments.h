@@ -1,0 +1,29 @@
+// The command line of `zvwk view`.
+//
+//   zvwk view [--screenshot FILE.png] [--select N] [--find TEXT] [--page about|help] PATH...
+//
+// --select N shows the Nth conversation of the list (1 is the newest);
+// --screenshot renders the window without a user, writes the PNG once the
+// conversation has loaded and exits; --find searches the conversation first;
+// --page opens the About or Help window too (and is what --screenshot draws).
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zvwk::viewer {
+
+struct ViewArguments {
+    std::vector<std::string> paths;
+    std::optional<std::string> screenshot;
+    std::optional<std::size_t> select;  // 0-based
+    std::optional<std::string> find;
+    std::optional<std::string> page;  // "about" or "help"
+};
+
+// Nothing, with `error` set, for a command line that cannot be used.
+std::optional<ViewArguments> parseViewArguments(const std::vector<std::string>& args, std::string& error);
+
+}  // namespace zvwk::viewer

@@ -1,0 +1,15 @@
+// `zvwk view PATH...`: the mail viewer.
+#include "../Commands.h"
+#include "ViewArguments.h"
+#include "ViewerApplication.h"
+
+namespace zvwk {
+
+int runView(const Args& args) {
+    std::string error;
+    auto arguments = viewer::parseViewArguments(args, error);
+    if (!arguments) return usageError("view: " + error);
+    return viewer::runViewer(*arguments);
+}
+
+}  // namespace zvwk

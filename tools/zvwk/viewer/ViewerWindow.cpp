@@ -1,0 +1,285 @@
+#include "ViewerWindow.h"
+
+#include "DateText.h"
+
+#include <filesystem>
+#include <mutex>
+#include <set>
+
+namespace zvwk::viewer {
+
+namespace {
+
+std::string withThousands(std::size_t n) {
+    std::string digits = std::to_string(n);
+    for (int i = int(digits.size()) - 3; i > 0; i -= 3) digits.insert(size_t(i), ",");
+    return digits;
+}
+
+std::string firstName(const std::string& name) {
+    size_t space = name.find(' ');
+    return space == std::string::npos || name.find('@') != std::string::npos ? name : name.substr(0, space);
+}
+
+std::string mailboxTitle(const std::vector<std::string>& paths) {
+    if (paths.size() != 1) return std::to_string(paths.size()) + " mailboxes";
+    std::filesystem::path path(paths.front());
+    std::string name = path.filename().string();
+    if (name.empty()) name = path.parent_path().filename().string();
+    return name.empty() ? paths.front() : name;
+}
+
+}  // namespace
+
+ViewerWindow::ViewerWindow(GtkApplication* application, ViewerOptions options)
+    : application_(application), options_(std::move(options)) {
+    now_ = g_get_real_time() / G_USEC_PER_SEC;
+    list_ = std::make_unique<MessageList>([this](std::size_t row) { return rowData(row); },
+                                          [this](std::size_t row) {
+                                              if (row < conversations().size())
+                                                  previewer_->prioritize(conversations()[row].messages.back());
+                                          });
+    list_->selectionChanged = [this](std::size_t row) { showConversation(row); };
+    conversation_ = std::make_unique<ConversationView>();
+    buildChrome();
+
+    // The scheduler reads locations from a copy the loader fills, so worker
+    // threads never touch messages_, which the main thread grows.
+    auto locations = std::make_shared<std::vector<MessageLocation>>();
+    auto locationsMutex = std::make_shared<std::mutex>();
+    previewer_ = PreviewScheduler::create(
+        [locations, locationsMutex](std::size_t message) {
+            MessageLocation location;
+            {
+                std::lock_guard lock(*locationsMutex);
+                location = (*locations)[message];
+            }
+            MessageContent content = readMessageContent(location);
+            return content.error.empty() || content.html || content.plain ? previewOfContent(content)
+                                                                          : content.error;
+        },
+        [this](std::size_t message, std::string preview) { previewReady(message, std::move(preview)); });
+
+    loader_ = MailboxLoader::start(
+        options_.paths,
+        {[this](std::size_t total, const std::vector<std::string>& errors) {
+             expected_ = total;
+             mailboxErrors_ = errors;
+             messages_.reserve(total);
+             updateStatus();
+         },
+         [this, locations, locationsMutex](std::size_t, std::vector<MessageSummary> batch) {
+             {
+                 std::lock_guard lock(*locationsMutex);
+                 for (const MessageSummary& summary : batch) locations->push_back(summary.location);
+             }
+             addBatch(messages_.size(), std::move(batch));
+         },
+         [this] {
+             // Rows on screen asked for theirs already; the rest are done
+             // now that reading headers no longer needs the threads.
+             for (std::size_t message = 0; message < messages_.size(); ++message) previewer_->enqueue(message);
+             mailboxRead_ = true;
+             updateStatus();
+             if (mailboxReadHook) mailboxReadHook();
+             if (arePreviewsDone() && previewsDoneHook) previewsDoneHook();
+         }});
+}
+
+ViewerWindow::~ViewerWindow() {
+    if (selectSource_) g_source_remove(selectSource_);
+    loader_->cancel();
+    previewer_->cancel();
+    conversation_->clear();
+    if (menu_) g_object_unref(menu_);
+    if (window_) gtk_window_destroy(window_);
+}
+
+void ViewerWindow::buildChrome() {
+    window_ = GTK_WINDOW(gtk_application_window_new(application_));
+    gtk_window_set_default_size(window_, 1280, 820);
+    gtk_window_set_title(window_, ("Mail Viewer – " + mailboxTitle(options_.paths)).c_str());
+    g_signal_connect_swapped(window_, "destroy", G_CALLBACK(+[](gpointer self) {
+                                 static_cast<ViewerWindow*>(self)->window_ = nullptr;
+                             }),
+                             this);
+
+    GtkWidget* header = gtk_header_bar_new();
+    GtkWidget* title = gtk_label_new(mailboxTitle(options_.paths).c_str());
+    gtk_widget_add_css_class(title, "title");
+    gtk_header_bar_set_title_widget(GTK_HEADER_BAR(header), title);
+    menu_ = g_menu_new();
+    GtkWidget* menuButton = gtk_menu_button_new();
+    gtk_menu_button_set_icon_name(GTK_MENU_BUTTON(menuButton), "open-menu-symbolic");
+    gtk_menu_button_set_menu_model(GTK_MENU_BUTTON(menuButton), G_MENU_MODEL(menu_));
+    gtk_widget_set_tooltip_text(menuButton, "Main Menu");
+    gtk_header_bar_pack_end(GTK_HEADER_BAR(header), menuButton);
+    gtk_window_set_titlebar(window_, header);
+
+    GtkWidget* side = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    gtk_widget_add_css_class(side, "sidebar");
+    gtk_box_append(GTK_BOX(side), list_->widget());
+    GtkWidget* status = gtk_box_new(GTK_ORIENTATION_VERTICAL, 4);
+    gtk_widget_add_css_class(status, "status");
+    statusLabel_ = gtk_label_new("Opening…");
+    gtk_widget_add_css_class(statusLabel_, "dim-label");
+    gtk_label_set_xalign(GTK_LABEL(statusLabel_), 0);
+    gtk_label_set_ellipsize(GTK_LABEL(statusLabel_), PANGO_ELLIPSIZE_END);
+    progress_ = gtk_progress_bar_new();
+    gtk_box_append(GTK_BOX(status), statusLabel_);
+    gtk_box_append(GTK_BOX(status), progress_);
+    gtk_box_append(GTK_BOX(side), status);
+
+    GtkWidget* main = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    topBarSlot_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    gtk_box_append(GTK_BOX(main), topBarSlot_);
+    contentStack_ = gtk_stack_new();
+    GtkWidget* empty = gtk_label_new("No conversation selected");
+    gtk_widget_add_css_class(empty, "empty-state");
+    gtk_stack_add_named(GTK_STACK(contentStack_), empty, "empty");
+    gtk_stack_add_named(GTK_STACK(contentStack_), conversation_->widget(), "conversation");
+    gtk_widget_set_vexpand(contentStack_, TRUE);
+    gtk_widget_add_css_class(contentStack_, "conversation-pane");
+    gtk_box_append(GTK_BOX(main), contentStack_);
+
+    GtkWidget* paned = gtk_paned_new(GTK_ORIENTATION_HORIZONTAL);
+    gtk_paned_set_start_child(GTK_PANED(paned), side);
+    gtk_paned_set_end_child(GTK_PANED(paned), main);
+    gtk_paned_set_resize_start_child(GTK_PANED(paned), FALSE);
+    gtk_paned_set_shrink_start_child(GTK_PANED(paned), FALSE);
+    gtk_paned_set_position(GTK_PANED(paned), 390);
+    gtk_widget_set_size_request(side, 300, -1);
+    gtk_window_set_child(window_, paned);
+}
+
+void ViewerWindow::addBatch(std::size_t first, std::vector<MessageSummary> batch) {
+    std::size_t before = grouper_.conversations().size();
+    std::set<std::size_t> grown;
+    for (std::size_t i = 0; i < batch.size(); ++i) {
+        std::size_t message = first + i;
+        auto placement = grouper_.add(message, batch[i]);
+        if (!placement.created && placement.conversation < before) grown.insert(placement.conversation);
+        conversationOfMessage_.push_back(placement.conversation);
+        messages_.push_back(std::move(batch[i]));
+        previews_.emplace_back();
+    }
+    list_->appendRows(grouper_.conversations().size() - before);
+    for (std::size_t row : grown) list_->refreshRow(row);
+    if (!shown_ && !selectPending_ && options_.select.value_or(0) < list_->rowCount()) {
+        // After the first rows are drawn: opening a conversation takes a
+        // moment, and the list should not wait for it.
+        selectPending_ = true;
+        selectSource_ = g_idle_add_full(
+            G_PRIORITY_LOW,
+            [](gpointer self) -> gboolean {
+                auto* window = static_cast<ViewerWindow*>(self);
+                window->selectSource_ = 0;
+                if (!window->shown_) window->list_->select(window->options_.select.value_or(0));
+                return G_SOURCE_REMOVE;
+            },
+            this, nullptr);
+    }
+    updateStatus();
+}
+
+void ViewerWindow::previewReady(std::size_t message, std::string preview) {
+    previews_[message] = std::move(preview);
+    ++previewsDone_;
+    std::size_t row = conversationOfMessage_[message];
+    if (conversations()[row].messages.back() == message) list_->refreshRow(row);
+    if (previewsDone_ % 256 == 0 || previewsDone_ == messages_.size()) updateStatus();
+    if (arePreviewsDone() && previewsDoneHook) previewsDoneHook();
+}
+
+void ViewerWindow::updateStatus() {
+    std::string text;
+    double fraction = 1;
+    if (!mailboxRead_) {
+        text = "Reading " + withThousands(messages_.size()) + " of " + withThousands(expected_) + " messages…";
+        fraction = expected_ ? double(messages_.size()) / double(expected_) : 0;
+    } else if (previewsDone_ < messages_.size()) {
+        text = "Previews of " + withThousands(previewsDone_) + " of " + withThousands(messages_.size()) + " messages…";
+        fraction = double(previewsDone_) / double(messages_.size());
+    } else {
+        text = withThousands(messages_.size()) + (messages_.size() == 1 ? " message" : " messages") + " in " +
+               withThousands(conversations().size()) +
+               (conversations().size() == 1 ? " conversation" : " conversations");
+    }
+    if (!mailboxErrors_.empty()) text += "  ·  " + mailboxErrors_.front();
+    gtk_label_set_text(GTK_LABEL(statusLabel_), text.c_str());
+    gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(progress_), fraction);
+    gtk_widget_set_visible(progress_, !arePreviewsDone());
+}
+
+ConversationRow ViewerWindow::rowData(std::size_t row) const {
+    const Conversation& conversation = conversations()[row];
+    std::size_t latest = conversation.messages.back();
+    const MessageSummary& summary = messages_[latest];
+    ConversationRow data;
+    data.messageCount = conversation.messages.size();
+    data.date = shortDateText(conversation.latestDate, now_);
+    data.preview = previews_[latest];
+    if (!summary.error.empty()) {
+        data.error = true;
+        data.sender = std::filesystem::path(summary.location.path).filename().string();
+        data.subject = "Unreadable message";
+        data.preview = summary.error;
+        return data;
+    }
+    data.subject = conversation.subject.empty() ? "(no subject)" : conversation.subject;
+    // The people of a conversation, the latest last, as a reader names them.
+    std::vector<std::string> names;
+    for (std::size_t message : conversation.messages) {
+        std::string name = messages_[message].fromName.empty() ? "(no sender)" : messages_[message].fromName;
+        if (conversation.messages.size() > 1) name = firstName(name);
+        std::erase(names, name);
+        names.push_back(name);
+    }
+    if (names.size() > 3) names.erase(names.begin(), names.end() - 3);
+    for (std::size_t i = 0; i < names.size(); ++i) data.sender += (i ? ", " : "") + names[i];
+    return data;
+}
+
+void ViewerWindow::showConversation(std::size_t row) {
+    if (row >= conversations().size()) return;
+    shown_ = row;
+    std::vector<MessageSummary> summaries;
+    for (std::size_t message : conversations()[row].messages) summaries.push_back(messages_[message]);
+    conversation_->show(conversations()[row].subject, summaries, options_.conversation);
+    gtk_stack_set_visible_child_name(GTK_STACK(contentStack_), "conversation");
+    if (list_->selectedRow() != row) list_->select(row);
+    if (conversationShownHook) conversationShownHook();
+}
+
+void ViewerWindow::setDark(bool dark) {
+    if (options_.conversation.dark == dark) return;
+    options_.conversation.dark = dark;
+    if (shown_) showConversation(*shown_);
+}
+
+void ViewerWindow::setTopBar(GtkWidget* bar) {
+    while (GtkWidget* child = gtk_widget_get_first_child(topBarSlot_)) gtk_box_remove(GTK_BOX(topBarSlot_), child);
+    if (bar) gtk_box_append(GTK_BOX(topBarSlot_), bar);
+}
+
+void ViewerWindow::addAction(const char* name, std::function<void()> activate, const char* accelerator) {
+    GSimpleAction* action = g_simple_action_new(name, nullptr);
+    auto* callback = new std::function<void()>(std::move(activate));
+    g_signal_connect_data(
+        action, "activate",
+        G_CALLBACK(+[](GSimpleAction*, GVariant*, gpointer data) { (*static_cast<std::function<void()>*>(data))(); }),
+        callback, +[](gpointer data, GClosure*) { delete static_cast<std::function<void()>*>(data); },
+        GConnectFlags(0));
+    g_action_map_add_action(G_ACTION_MAP(window_), G_ACTION(action));
+    g_object_unref(action);
+    if (accelerator) {
+        const char* accelerators[] = {accelerator, nullptr};
+        gtk_application_set_accels_for_action(application_, (std::string("win.") + name).c_str(), accelerators);
+    }
+}
+
+void ViewerWindow::addMenuItem(const char* label, const char* action) {
+    g_menu_append(menu_, label, (std::string("win.") + action).c_str());
+}
+
+}  // namespace zvwk::viewer

@@ -1,0 +1,15 @@
+// A window's contents as a PNG file, drawn by the window's own renderer, so
+// it needs no screen grabber and works under Xvfb.
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include <string>
+
+namespace zvwk::viewer {
+
+// False with `error` set when the window has no size yet or the file cannot
+// be written.
+bool writeWindowPNG(GtkWindow* window, const std::string& path, std::string& error);
+
+}  // namespace zvwk::viewer
