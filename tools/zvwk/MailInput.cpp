@@ -94,10 +94,14 @@ struct MessagePart {
     std::string charset;
 };
 
-std::optional<MessagePart> parseHTMLPart(GMimeStream* stream, std::string& reason) {
+// Before any other GMime call: a stream made first registers GMime's types
+// half-way, and g_mime_init on another thread then fails to register them.
+void initialiseGMime() {
     static std::once_flag initialised;
     std::call_once(initialised, [] { g_mime_init(); });
+}
 
+std::optional<MessagePart> parseHTMLPart(GMimeStream* stream, std::string& reason) {
     bool nestingOverflowed = false;
     std::unique_ptr<GMimeParserOptions, ParserOptionsRelease> options(g_mime_parser_options_new());
     g_mime_parser_options_set_warning_callback(options.get(), noteNestingOverflow, &nestingOverflowed);
@@ -122,6 +126,7 @@ std::optional<MessagePart> parseHTMLPart(GMimeStream* stream, std::string& reaso
 }
 
 std::optional<std::string> messageHTML(std::string_view bytes, std::string& reason) {
+    initialiseGMime();
     bytes = withoutLeadingBlankLines(bytes);
     GObjectHandle<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(bytes.data(), bytes.size()));
     std::optional<MessagePart> found = parseHTMLPart(stream.get(), reason);
@@ -175,6 +180,7 @@ std::optional<MailHTMLStream> messageHTMLStream(const std::string& path, std::st
         reason = std::strerror(errno);
         return std::nullopt;
     }
+    initialiseGMime();
     GObjectHandle<GMimeStream> file(g_mime_stream_fs_new(fd));  // closes fd when it goes
     std::optional<off_t> start = headersOffset(fd);
     if (!start) {
