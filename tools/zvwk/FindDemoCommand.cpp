@@ -2,6 +2,7 @@
 // way a mail reader hosts the find controller. With --screenshot it searches
 // for --search, steps to the first match, saves the window as PNG and quits.
 #include "Commands.h"
+#include "viewer/WindowSnapshot.h"
 
 #include <zv/find/ZVWebViewFindController.h>
 #include <zv/html/HTMLDocument.h>
@@ -41,24 +42,6 @@ struct Thread : zv::ZVWKConversationThread {
         return {messages.begin(), messages.end()};
     }
 };
-
-bool savePNG(GtkWidget* widget, const std::string& path) {
-    GdkPaintable* paintable = gtk_widget_paintable_new(widget);
-    GtkSnapshot* snapshot = gtk_snapshot_new();
-    int width = gtk_widget_get_width(widget), height = gtk_widget_get_height(widget);
-    gdk_paintable_snapshot(paintable, snapshot, width, height);
-    GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
-    bool saved = false;
-    if (node) {
-        GskRenderer* renderer = gtk_native_get_renderer(gtk_widget_get_native(widget));
-        GdkTexture* texture = gsk_renderer_render_texture(renderer, node, nullptr);
-        saved = gdk_texture_save_to_png(texture, path.c_str());
-        g_object_unref(texture);
-        gsk_render_node_unref(node);
-    }
-    g_object_unref(paintable);
-    return saved;
-}
 
 void spin(int milliseconds) {
     gint64 until = g_get_monotonic_time() + milliseconds * 1000;
@@ -145,8 +128,9 @@ int runFindDemo(const Args& args) {
     controller->findNext();
     controller->findNext();
     spin(800);
-    if (!savePNG(window, screenshot)) {
-        std::cerr << "zvwk: " << screenshot << ": cannot save the screenshot\n";
+    std::string error;
+    if (!viewer::writeWindowPNG(GTK_WINDOW(window), screenshot, error)) {
+        std::cerr << "zvwk: " << screenshot << ": " << error << "\n";
         return 1;
     }
     return status;

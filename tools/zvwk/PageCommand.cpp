@@ -5,6 +5,7 @@
 // registered as <page name>Page when there is one ("About.html" gets
 // AboutPage), else the plain one. Stays until the window is closed.
 #include "Commands.h"
+#include "viewer/WindowSnapshot.h"
 
 #include <zv/foundation/Bundle.h>
 #include <zv/foundation/MainThread.h>
@@ -69,26 +70,6 @@ std::optional<Options> parse(const Args& args, int& status) {
         return std::nullopt;
     }
     return options;
-}
-
-// The window as it shows on screen, drawn by its own renderer.
-bool savePNG(GtkWindow* window, const std::string& path) {
-    GtkWidget* widget = GTK_WIDGET(window);
-    GdkPaintable* paintable = gtk_widget_paintable_new(widget);
-    GtkSnapshot* snapshot = gtk_snapshot_new();
-    int width = gtk_widget_get_width(widget), height = gtk_widget_get_height(widget);
-    gdk_paintable_snapshot(paintable, snapshot, width, height);
-    GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
-    bool saved = false;
-    if (node) {
-        graphene_rect_t bounds = GRAPHENE_RECT_INIT(0, 0, float(width), float(height));
-        GdkTexture* texture = gsk_renderer_render_texture(gtk_native_get_renderer(GTK_NATIVE(window)), node, &bounds);
-        saved = texture && gdk_texture_save_to_png(texture, path.c_str());
-        if (texture) g_object_unref(texture);
-        gsk_render_node_unref(node);
-    }
-    g_object_unref(paintable);
-    return saved;
 }
 
 }  // namespace
@@ -158,8 +139,10 @@ int runPage(const Args& args) {
     }
     while (!state.closed && !state.failed && !state.screenshotDue) g_main_context_iteration(nullptr, TRUE);
     int result = state.failed ? 1 : 0;
-    if (options->screenshot && result == 0 && !savePNG(window->window(), *options->screenshot)) {
-        std::cerr << "zvwk: " << *options->screenshot << ": cannot write the screenshot\n";
+    std::string snapshotError;
+    if (options->screenshot && result == 0 &&
+        !viewer::writeWindowPNG(window->window(), *options->screenshot, snapshotError)) {
+        std::cerr << "zvwk: " << *options->screenshot << ": " << snapshotError << "\n";
         result = 1;
     }
     return result;
