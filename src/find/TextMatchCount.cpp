@@ -1,6 +1,9 @@
 #include <zv/find/TextMatchCount.h>
 
 #include <zv/find/FindOptions.h>
+#include <zv/html/HTMLDocument.h>
+#include <zv/html/HTMLElement.h>
+#include <zv/html/HTMLParser.h>
 
 #include <unicode/regex.h>
 #include <unicode/unistr.h>
@@ -53,7 +56,27 @@ int64_t countOne(const icu::UnicodeString& text, std::string_view string, int64_
     return count;
 }
 
+void appendText(const html::HTMLNode& node, std::string& out) {
+    for (html::HTMLNode* child = node.firstChild(); child; child = child->nextSibling()) {
+        if (child->isText()) {
+            out += child->textContent();
+            continue;
+        }
+        if (!child->isElement()) continue;
+        auto* element = static_cast<html::HTMLElement*>(child);
+        if (element->is(html::Tag::script) || element->is(html::Tag::style)) continue;
+        appendText(*child, out);
+    }
+}
+
 }  // namespace
+
+std::string searchableTextOfHTML(const std::string& html) {
+    auto document = html::HTMLParser(html).parseDocument();
+    std::string text;
+    if (html::HTMLElement* body = document->body()) appendText(*body, text);
+    return text;
+}
 
 int64_t countMatchesInText(std::string_view text, const std::vector<std::string>& strings, int64_t options) {
     const icu::UnicodeString unicode = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));

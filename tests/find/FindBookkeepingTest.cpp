@@ -4,6 +4,7 @@
 #include <zv/find/FindResults.h>
 #include <zv/find/FindStepping.h>
 #include <zv/find/SearchValues.h>
+#include <zv/find/TextMatchCount.h>
 #include <zv/foundation/UserDefaults.h>
 
 #include <gtest/gtest.h>
@@ -142,6 +143,33 @@ TEST(FindOptions, StyleAndIgnoreCaseComeFromTheDefaults) {
     EXPECT_EQ(zv::storedSearchOptions(zv::ZVSearchStyleNoRegKey), 1);
     defaults.removeObjectForKey(zv::ZVSearchStyleKey);
     defaults.removeObjectForKey(zv::ZVSearchIgnoreCaseKey);
+}
+
+TEST(TextMatchCount, CountsAsThePageSearchesItsText) {
+    std::string text = zv::searchableTextOfHTML(
+        "<html><head><title>plan</title></head><body><p>Plan B: re<b>plan</b> the plan_x "
+        "planning.</p><script>plan()</script><style>.plan{}</style><p>Ärger, ärger</p></body></html>");
+    EXPECT_EQ(text.find("plan()"), std::string::npos) << "no script text";
+    EXPECT_EQ(text.find(".plan"), std::string::npos) << "no style text";
+    struct Case {
+        const char* search;
+        std::int64_t options;
+        std::int64_t count;
+    } cases[] = {
+        {"plan", 1, 3},          // replan, plan_x, planning (Plan differs in case)
+        {"plan", 1 + 256, 4},
+        {"plan", 2 + 256, 3},    // not inside "replan"
+        {"plan", 4 + 256, 1},    // Plan: plan_x and planning go on
+        {"eplan th", 1, 1},      // across the <b> element
+        {"ärger", 4 + 256, 2},
+        {"ärger", 4, 1},
+        {"pl(an|anning)", 8, 3},
+        {"a.b", 1, 0},           // literal, not an expression
+        {"(", 8, 0},             // does not compile
+        {"x*", 8, 0},            // the first match is empty
+        {"", 1, 0},
+    };
+    for (const Case& c : cases) EXPECT_EQ(zv::countMatchesInText(text, {c.search}, c.options), c.count) << c.search << " " << c.options;
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include "ViewerTestSupport.h"
 
 #include "viewer/Conversations.h"
-#include "viewer/MatchCounting.h"
 #include "viewer/MailboxSource.h"
 #include "viewer/MessageDocument.h"
 #include "viewer/ViewArguments.h"
@@ -197,33 +196,6 @@ TEST(MessageDocument, RemoteReferencesAreBlockedUntilAllowed) {
     EXPECT_NE(plain.find('a'), std::string::npos);
     EXPECT_NE(plain.find('l'), std::string::npos);
     EXPECT_EQ(plain.find('<'), std::string::npos);
-}
-
-TEST(MatchCounting, CountsAsThePageSearchesItsText) {
-    std::string text = searchableText(
-        "<html><head><title>plan</title></head><body><p>Plan B: re<b>plan</b> the plan_x "
-        "planning.</p><script>plan()</script><style>.plan{}</style><p>Ärger, ärger</p></body></html>");
-    EXPECT_EQ(text.find("plan()"), std::string::npos) << "no script text";
-    EXPECT_EQ(text.find(".plan"), std::string::npos) << "no style text";
-    struct Case {
-        const char* search;
-        std::int64_t options;
-        std::int64_t count;
-    } cases[] = {
-        {"plan", 1, 3},          // replan, plan_x, planning (Plan differs in case)
-        {"plan", 1 + 256, 4},
-        {"plan", 2 + 256, 3},    // not inside "replan"
-        {"plan", 4 + 256, 1},    // Plan: plan_x and planning go on
-        {"eplan th", 1, 1},      // across the <b> element
-        {"ärger", 4 + 256, 2},
-        {"ärger", 4, 1},
-        {"pl(an|anning)", 8, 3},
-        {"a.b", 1, 0},           // literal, not an expression
-        {"(", 8, 0},             // does not compile
-        {"x*", 8, 0},            // the first match is empty
-        {"", 1, 0},
-    };
-    for (const Case& c : cases) EXPECT_EQ(countMatches(text, c.search, c.options), c.count) << c.search << " " << c.options;
 }
 
 TEST(ViewArguments, OptionsAndTheirMistakes) {

@@ -1,10 +1,10 @@
 #include "ConversationFind.h"
 
 #include "ConversationView.h"
-#include "MatchCounting.h"
 #include "MessageCard.h"
 
 #include <zv/find/FindOptions.h>
+#include <zv/find/TextMatchCount.h>
 
 namespace zvwk::viewer {
 
@@ -28,12 +28,10 @@ public:
         if (!card || card->isError() || !card->isContentRead()) return 0;
         if (text_html_ != card->preparedHTML()) {
             text_html_ = card->preparedHTML();
-            text_ = searchableText(text_html_);
+            text_ = zv::searchableTextOfHTML(text_html_);
         }
         int64_t options = zv::storedSearchOptions(zv::ZVSearchStyleKey);
-        int64_t count = 0;
-        for (const std::string& search : strings) count += countMatches(text_, search, options);
-        return count;
+        return zv::countMatchesInText(text_, strings, options);
     }
 
     std::shared_ptr<MessageCard> card() const { return card_.lock(); }

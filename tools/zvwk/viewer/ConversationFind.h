@@ -3,7 +3,7 @@
 // card is a message item (its Message-ID, or its place, names it); a card
 // whose view is not loaded counts its matches itself, over the document its
 // view would show, as the page's search script counts them
-// (MatchCounting.h); the delegate opens and loads a folded message when a
+// (zv::countMatchesInText); the delegate opens and loads a folded message when a
 // step goes into it, and scrolls the column to each match.
 #pragma once
 
