@@ -1,6 +1,7 @@
 #include "MailInput.h"
 
 #include "Commands.h"
+#include "viewer/MessageBytes.h"
 
 #include <zv/html/HTMLEncoding.h>
 
@@ -13,12 +14,14 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace zvwk {
 
 namespace {
+
+using viewer::initialiseGMime;
+using viewer::withoutLeadingBlankLines;
 
 struct GObjectRelease {
     void operator()(gpointer object) const { g_object_unref(object); }
@@ -63,19 +66,6 @@ std::optional<std::string> partContent(GMimePart* part) {
     return std::string(reinterpret_cast<const char*>(bytes->data), bytes->len);
 }
 
-// Lines of white space before the headers, as some stored messages carry,
-// would make GMime see no headers at all.
-std::string_view withoutLeadingBlankLines(std::string_view bytes) {
-    size_t start = 0;
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        if (bytes[i] == '\n')
-            start = i + 1;
-        else if (bytes[i] != ' ' && bytes[i] != '\t' && bytes[i] != '\r')
-            break;
-    }
-    return bytes.substr(start);
-}
-
 struct ParserOptionsRelease {
     void operator()(GMimeParserOptions* options) const { g_mime_parser_options_free(options); }
 };
@@ -93,13 +83,6 @@ struct MessagePart {
     GMimePart* part = nullptr;  // owned by the message
     std::string charset;
 };
-
-// Before any other GMime call: a stream made first registers GMime's types
-// half-way, and g_mime_init on another thread then fails to register them.
-void initialiseGMime() {
-    static std::once_flag initialised;
-    std::call_once(initialised, [] { g_mime_init(); });
-}
 
 std::optional<MessagePart> parseHTMLPart(GMimeStream* stream, std::string& reason) {
     bool nestingOverflowed = false;

@@ -1,5 +1,7 @@
 #include "MailMessage.h"
 
+#include "MessageBytes.h"
+
 #include <zv/html/HTMLEncoding.h>
 #include <zv/text/TextSnippet.h>
 
@@ -9,7 +11,6 @@
 #include <cstring>
 #include <fstream>
 #include <memory>
-#include <mutex>
 
 namespace zvwk::viewer {
 
@@ -31,24 +32,6 @@ std::string textOf(const char* text) { return text ? text : ""; }
 std::string ownedText(char* text) {
     OwnedString owned(text);
     return owned ? std::string(owned.get()) : std::string();
-}
-
-void initialiseGMime() {
-    static std::once_flag once;
-    std::call_once(once, [] { g_mime_init(); });
-}
-
-// Blank lines before the headers, as some stored messages carry, would make
-// GMime see no headers at all.
-std::string_view withoutLeadingBlankLines(std::string_view bytes) {
-    size_t start = 0;
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        if (bytes[i] == '\n')
-            start = i + 1;
-        else if (bytes[i] != ' ' && bytes[i] != '\t' && bytes[i] != '\r')
-            break;
-    }
-    return bytes.substr(start);
 }
 
 // A header field starts the message: a name of printable characters other
