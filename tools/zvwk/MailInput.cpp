@@ -1,9 +1,8 @@
 #include "MailInput.h"
 
 #include "Commands.h"
-#include "viewer/MessageBytes.h"
+#include "viewer/MimeSupport.h"
 
-#include <zv/html/HTMLEncoding.h>
 
 #include <gmime/gmime.h>
 
@@ -20,7 +19,10 @@ namespace zvwk {
 
 namespace {
 
+using viewer::decodeText;
 using viewer::initialiseGMime;
+using viewer::partBytes;
+using viewer::walkParts;
 using viewer::withoutLeadingBlankLines;
 
 struct GObjectRelease {
@@ -29,41 +31,17 @@ struct GObjectRelease {
 template <class T>
 using GObjectHandle = std::unique_ptr<T, GObjectRelease>;
 
-std::string decodeHTMLBytes(std::string_view bytes, std::string_view transportEncoding,
-                            std::string_view defaultEncoding) {
-    zv::html::SniffedEncoding sniffed = zv::html::sniffEncoding(bytes, transportEncoding, defaultEncoding);
-    return zv::html::decodeToUTF8(bytes.substr(sniffed.bomLength), sniffed.encoding);
-}
-
-// The first text/html part that is not an attachment, depth first. The walk
-// keeps its own stack: a message may nest multiparts thousands deep.
+// The first text/html part that is not an attachment, depth first.
 GMimePart* firstHTMLPart(GMimeObject* root) {
-    std::vector<GMimeObject*> pending{root};
-    while (!pending.empty()) {
-        GMimeObject* object = pending.back();
-        pending.pop_back();
-        if (GMIME_IS_MULTIPART(object)) {
-            auto* multipart = GMIME_MULTIPART(object);
-            for (int i = g_mime_multipart_get_count(multipart) - 1; i >= 0; --i)
-                pending.push_back(g_mime_multipart_get_part(multipart, i));
-            continue;
-        }
-        if (!GMIME_IS_PART(object)) continue;
-        auto* part = GMIME_PART(object);
+    GMimePart* found = nullptr;
+    walkParts(root, [&found](GMimeObject* object) {
+        if (!GMIME_IS_PART(object)) return true;
         GMimeContentType* type = g_mime_object_get_content_type(object);
-        if (type && g_mime_content_type_is_type(type, "text", "html") && !g_mime_part_is_attachment(part))
-            return part;
-    }
-    return nullptr;
-}
-
-std::optional<std::string> partContent(GMimePart* part) {
-    GMimeDataWrapper* content = g_mime_part_get_content(part);
-    if (!content) return std::string();
-    GObjectHandle<GMimeStream> sink(g_mime_stream_mem_new());
-    if (g_mime_data_wrapper_write_to_stream(content, sink.get()) < 0) return std::nullopt;
-    GByteArray* bytes = g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(sink.get()));
-    return std::string(reinterpret_cast<const char*>(bytes->data), bytes->len);
+        if (type && g_mime_content_type_is_type(type, "text", "html") && !g_mime_part_is_attachment(GMIME_PART(object)))
+            found = GMIME_PART(object);
+        return !found;
+    });
+    return found;
 }
 
 struct ParserOptionsRelease {
@@ -114,12 +92,12 @@ std::optional<std::string> messageHTML(std::string_view bytes, std::string& reas
     GObjectHandle<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(bytes.data(), bytes.size()));
     std::optional<MessagePart> found = parseHTMLPart(stream.get(), reason);
     if (!found) return std::nullopt;
-    std::optional<std::string> content = partContent(found->part);
+    std::optional<std::string> content = partBytes(found->part);
     if (!content) {
         reason = "the text/html part does not decode";
         return std::nullopt;
     }
-    return decodeHTMLBytes(*content, found->charset, "windows-1252");
+    return decodeText(*content, found->charset, "windows-1252");
 }
 
 // Where the headers start, past the blank lines withoutLeadingBlankLines skips.
@@ -225,7 +203,7 @@ std::optional<std::string> readMailHTML(const std::string& path, std::string& er
     if (bytes && isMessagePath(path))
         html = messageHTML(*bytes, reason);
     else if (bytes)
-        html = decodeHTMLBytes(*bytes, {}, "UTF-8");
+        html = decodeText(*bytes, {}, "UTF-8");
     if (!html) error = "zvwk: " + path + ": " + reason;
     return html;
 }

@@ -1,8 +1,7 @@
 #include "MailMessage.h"
 
-#include "MessageBytes.h"
+#include "MimeSupport.h"
 
-#include <zv/html/HTMLEncoding.h>
 #include <zv/text/TextSnippet.h>
 
 #include <gmime/gmime.h>
@@ -108,20 +107,6 @@ void readSender(GMimeMessage* message, MessageSummary& summary) {
     if (summary.fromName.empty()) summary.fromName = addressListText(from);
 }
 
-std::string decodeText(std::string_view bytes, const char* charset) {
-    zv::html::SniffedEncoding sniffed = zv::html::sniffEncoding(bytes, charset ? charset : "", "windows-1252");
-    return zv::html::decodeToUTF8(bytes.substr(sniffed.bomLength), sniffed.encoding);
-}
-
-std::optional<std::string> decodedContent(GMimePart* part) {
-    GMimeDataWrapper* content = g_mime_part_get_content(part);
-    if (!content) return std::string();
-    GObjectHandle<GMimeStream> sink(g_mime_stream_mem_new());
-    if (g_mime_data_wrapper_write_to_stream(content, sink.get()) < 0) return std::nullopt;
-    GByteArray* bytes = g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(sink.get()));
-    return std::string(reinterpret_cast<const char*>(bytes->data), bytes->len);
-}
-
 std::string mimeTypeOf(GMimeObject* object) {
     GMimeContentType* type = g_mime_object_get_content_type(object);
     return type ? ownedText(g_mime_content_type_get_mime_type(type)) : "application/octet-stream";
@@ -134,14 +119,14 @@ void readLeafPart(GMimePart* part, MessageContent& content) {
     bool attachment = g_mime_part_is_attachment(part);
     bool isHTML = type && g_mime_content_type_is_type(type, "text", "html");
     bool isPlain = type && g_mime_content_type_is_type(type, "text", "plain");
-    std::optional<std::string> data = decodedContent(part);
+    std::optional<std::string> data = partBytes(part);
     if (!data) return;
     if (!attachment && isHTML && !content.html) {
-        content.html = decodeText(*data, charset);
+        content.html = decodeText(*data, charset ? charset : "", "windows-1252");
         return;
     }
     if (!attachment && isPlain && !content.plain) {
-        content.plain = decodeText(*data, charset);
+        content.plain = decodeText(*data, charset ? charset : "", "windows-1252");
         return;
     }
     if (const char* contentId = g_mime_part_get_content_id(part); contentId && *contentId) {
@@ -153,25 +138,18 @@ void readLeafPart(GMimePart* part, MessageContent& content) {
     content.attachments.push_back({filename.empty() ? "attachment" : filename, mimeTypeOf(object), data->size()});
 }
 
-// Depth first with a stack of its own: a message may nest multiparts
-// thousands deep. Attached messages are listed, not entered.
+// Attached messages are listed, not entered.
 void readParts(GMimeObject* root, MessageContent& content) {
-    std::vector<GMimeObject*> pending{root};
-    while (!pending.empty()) {
-        GMimeObject* object = pending.back();
-        pending.pop_back();
-        if (GMIME_IS_MULTIPART(object)) {
-            auto* multipart = GMIME_MULTIPART(object);
-            for (int i = g_mime_multipart_get_count(multipart) - 1; i >= 0; --i)
-                pending.push_back(g_mime_multipart_get_part(multipart, i));
-        } else if (GMIME_IS_MESSAGE_PART(object)) {
+    walkParts(root, [&content](GMimeObject* object) {
+        if (GMIME_IS_MESSAGE_PART(object)) {
             GMimeMessage* attached = g_mime_message_part_get_message(GMIME_MESSAGE_PART(object));
             std::string subject = attached ? textOf(g_mime_message_get_subject(attached)) : "";
             content.attachments.push_back({subject.empty() ? "message.eml" : subject + ".eml", "message/rfc822", 0});
         } else if (GMIME_IS_PART(object)) {
             readLeafPart(GMIME_PART(object), content);
         }
-    }
+        return true;
+    });
 }
 
 std::string collapsedWhiteSpace(std::string_view text, size_t maxBytes) {
