@@ -11,7 +11,7 @@ namespace zvwk::viewer {
 
 namespace {
 
-constexpr char kViewerVersion[] = "0.1";
+constexpr char kViewerVersion[] = ZVWK_VERSION;
 
 // Fills the pages' version variables and closes the window for the page's
 // Close button.
