@@ -360,6 +360,18 @@ bool declaresOwnDarkAppearance(const html::HTMLDocument& document) {
     return false;
 }
 
+void moveStyleSheetsToHead(html::HTMLDocument& document) {
+    HTMLElement* head = document.head();
+    HTMLElement* body = document.body();
+    if (!head || !body) return;
+    for (HTMLElement* style : body->querySelectorAll("style")) {
+        if (style->htmlNamespace() != html::Namespace::HTML) continue;
+        html::Ref<HTMLNode> held(style);
+        style->removeFromParentNode();
+        head->appendNode(std::move(held));
+    }
+}
+
 DarkAdaptationReport adaptDocumentForDarkAppearance(html::HTMLDocument& document, const DarkAdaptationOptions& options) {
     HTMLElement* root = document.documentElement();
     if (!root) return {};

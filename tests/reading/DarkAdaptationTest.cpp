@@ -1,3 +1,4 @@
+#include <zv/css/HeadCSSInlining.h>
 #include <zv/html/HTMLElement.h>
 #include <zv/html/HTMLParser.h>
 #include <zv/reading/DarkAdaptation.h>
@@ -160,6 +161,20 @@ TEST(DarkAdaptation, StylesKeepTheSendersDeclarationsAndBadInputIsHarmless) {
     for (int i = 0; i < 20000; ++i) deep += "<div style=\"background:#fff\">";
     EXPECT_EQ(adapt(deep).report.backgrounds, 20001u);
     EXPECT_EQ(adapt("").report.textColors, 1u);
+}
+
+TEST(DarkAdaptation, StyleSheetsInTheBodyAreSeenOnceMovedToTheHead) {
+    auto document = HTMLParser("<body><center><style>h4 { color: #0000ff; background: #f3f3f3 }</style>"
+                               "<h4 id=t>x</h4></center>").parseDocument();
+    zv::moveStyleSheetsToHead(*document);
+    zv::applyHeadCSSToContentAndPurge(*document, true, {}, {});
+    Adapted adapted{document, zv::adaptDocumentForDarkAppearance(*document)};
+    EXPECT_EQ(adapted.document->querySelector("style"), nullptr);
+    // #f3f3f3 is OKLab L 0.9642: 0.235 + 0.3 x 0.0358 gives #212121.
+    EXPECT_EQ(adapted.hex("t", "background-color"), "#212121");
+    Color blue = *adapted.color("t", "color");
+    EXPECT_GT(blue.b, blue.r);
+    EXPECT_GE(contrast(blue, {33 / 255.0, 33 / 255.0, 33 / 255.0, 1}), 4.5);
 }
 
 }  // namespace

@@ -57,6 +57,12 @@ struct DarkAdaptationReport {
 
 ZV_EXPORT bool declaresOwnDarkAppearance(const html::HTMLDocument& document);
 
+// Moves the <style> elements of the body to the end of the head, in order.
+// The engine applies them to the whole document wherever they stand, so this
+// changes nothing on screen, but applyHeadCSSToContentAndPurge then inlines
+// them with the rest and the adaptation sees the colours they set.
+ZV_EXPORT void moveStyleSheetsToHead(html::HTMLDocument& document);
+
 ZV_EXPORT DarkAdaptationReport adaptDocumentForDarkAppearance(html::HTMLDocument& document,
                                                               const DarkAdaptationOptions& options = {});
 
