@@ -64,12 +64,11 @@ bool spinUntil(const std::function<bool()>& done, std::chrono::seconds limit) {
 }
 
 // What the viewer loads: head CSS inlined and purged, the safe view's
-// rewriting; with ours, the body's style sheets inlined too and the
-// adaptation, or the message whole when it has dark styles of its own.
+// rewriting; with ours, the adaptation, or the message whole when it has
+// dark styles of its own.
 std::string prepare(const std::string& html, Mode mode) {
     auto document = zv::html::HTMLParser(html).parseDocument();
     bool ownDark = mode == Mode::Ours && zv::declaresOwnDarkAppearance(*document);
-    if (mode == Mode::Ours && !ownDark) zv::moveStyleSheetsToHead(*document);
     if (!ownDark) zv::applyHeadCSSToContentAndPurge(*document, true, {}, {});
     if (mode == Mode::Ours && !ownDark) zv::adaptDocumentForDarkAppearance(*document);
     zv::prepareDocumentForSafeView(*document, {false});
@@ -257,7 +256,7 @@ struct Snapshot {
     }
 };
 
-// The three pictures side by side, 8 pixels apart on mid grey.
+// The three pictures side by side, 8 pixels apart on opaque mid grey.
 bool saveSideBySide(const std::vector<GdkTexture*>& textures, const std::string& path) {
     constexpr int kGap = 8;
     int width = kGap, height = 0;
@@ -268,6 +267,7 @@ bool saveSideBySide(const std::vector<GdkTexture*>& textures, const std::string&
     height += 2 * kGap;
     std::size_t stride = std::size_t(width) * 4;
     std::vector<guchar> pixels(stride * std::size_t(height), 0x80);
+    for (std::size_t i = 3; i < pixels.size(); i += 4) pixels[i] = 0xff;
     int x = kGap;
     for (GdkTexture* texture : textures) {
         int w = gdk_texture_get_width(texture), h = gdk_texture_get_height(texture);
@@ -293,6 +293,11 @@ int snapshots(Views& views, const fs::path& out, const std::vector<std::string>&
     for (const std::string& operand : files) {
         std::size_t equals = operand.find('=');
         std::string name = operand.substr(0, equals), file = operand.substr(equals + 1);
+        if (equals == std::string::npos || !fs::is_regular_file(file)) {
+            std::cerr << "dark_bench: " << operand << ": not NAME=FILE with a readable FILE\n";
+            status = 1;
+            continue;
+        }
         std::string html = readFile(file);
         std::vector<GdkTexture*> textures;
         for (Mode mode : kModes) {
@@ -315,7 +320,7 @@ int snapshots(Views& views, const fs::path& out, const std::vector<std::string>&
             gtk_stack_remove(GTK_STACK(stack), GTK_WIDGET(view));
         }
         std::string path = out / ("dark-" + name + ".png");
-        if (equals != std::string::npos && textures.size() == 3 && saveSideBySide(textures, path)) std::cout << path << "\n";
+        if (textures.size() == 3 && saveSideBySide(textures, path)) std::cout << path << "\n";
         else status = 1;
         for (GdkTexture* texture : textures) g_object_unref(texture);
     }

@@ -90,11 +90,8 @@ void readBorderColors(StyleColors& colors, const Declaration& declaration, bool 
         colors.border[side].assign(values[kPick[values.size() - 1][side]], declaration.important);
 }
 
-StyleColors readStyle(const HTMLElement& element, bool quirks) {
-    StyleColors colors;
-    const std::string* style = element.attribute("style");
-    if (!style) return colors;
-    for (const Declaration& declaration : styleDeclarations(*style)) {
+void readDeclarations(StyleColors& colors, std::string_view style, bool quirks) {
+    for (const Declaration& declaration : styleDeclarations(style)) {
         const std::string& name = declaration.name;
         bool important = declaration.important;
         std::string value = lowered(declaration.value);
@@ -126,7 +123,50 @@ StyleColors readStyle(const HTMLElement& element, bool quirks) {
             }
         }
     }
+}
+
+// Style sheet rules first, the style attribute over them: the cascade, less
+// specificity (rules count in document order).
+StyleColors readStyle(const HTMLElement& element, const std::string* sheetDeclarations, bool quirks) {
+    StyleColors colors;
+    if (sheetDeclarations) readDeclarations(colors, *sheetDeclarations, quirks);
+    if (const std::string* style = element.attribute("style")) readDeclarations(colors, *style, quirks);
     return colors;
+}
+
+// A selector whose match does not depend on state the page is drawn in.
+// ":link" and ":visited" are read as matching every link, as a link's
+// colour is wanted either way.
+std::optional<std::string> staticSelector(std::string_view selector) {
+    std::string text(selector);
+    for (std::string_view pseudo : {":link", ":visited"})
+        for (std::size_t at = text.find(pseudo); at != std::string::npos; at = text.find(pseudo)) text.erase(at, pseudo.size());
+    if (text.empty() || text.find(':') != std::string::npos) return std::nullopt;
+    return text;
+}
+
+// The declarations of the document's remaining style sheets, by element:
+// the senders' colours that head CSS inlining left in place (sheets in the
+// body, or all of them when the head was not purged).
+std::unordered_map<const HTMLElement*, std::string> styleSheetDeclarations(const html::HTMLDocument& document) {
+    // Rules beyond this are not read: each costs a query over the tree.
+    constexpr std::size_t kRuleBudget = 2000;
+    std::unordered_map<const HTMLElement*, std::string> declarations;
+    std::size_t rules = 0;
+    for (const HTMLElement* sheet : document.querySelectorAll("style")) {
+        if (sheet->htmlNamespace() != html::Namespace::HTML) continue;
+        std::string text = sheet->textContent();
+        for (const StyleRule& rule : styleSheetRules(text)) {
+            for (std::string_view written : rule.selectors) {
+                if (++rules > kRuleBudget) return declarations;
+                auto selector = staticSelector(written);
+                if (!selector) continue;
+                for (const HTMLElement* element : document.querySelectorAll(*selector))
+                    declarations[element].append(";").append(rule.declarations);
+            }
+        }
+    }
+    return declarations;
 }
 
 bool takesBgcolor(const HTMLElement& element) {
@@ -195,7 +235,8 @@ std::string hex(const Color& color) { return hashLabelCSSStringRepresentation(ro
 class Adapter {
 public:
     Adapter(const html::HTMLDocument& document, const DarkAdaptationOptions& options)
-        : quirks_(document.quirksMode() == html::HTMLQuirksMode::Quirks), options_(options) {}
+        : quirks_(document.quirksMode() == html::HTMLQuirksMode::Quirks), options_(options),
+          sheets_(styleSheetDeclarations(document)) {}
 
     DarkAdaptationReport report;
 
@@ -220,13 +261,19 @@ private:
     bool quirks_;
     DarkAdaptationOptions options_;
     std::unordered_map<std::string, Color> textCache_;
+    std::unordered_map<const HTMLElement*, std::string> sheets_;
+
+    StyleColors colorsOf(const HTMLElement& element) const {
+        auto found = sheets_.find(&element);
+        return readStyle(element, found == sheets_.end() ? nullptr : &found->second, quirks_);
+    }
 
     // The page before its root is reached: the root's background, else the
     // body's (which the engine paints on the whole canvas), else white.
     Context pageContext(const HTMLElement& root, const HTMLElement* body) {
         Context page;
-        std::optional<Color> background = ownBackground(root, readStyle(root, quirks_));
-        if ((!background || background->a == 0) && body) background = ownBackground(*body, readStyle(*body, quirks_));
+        std::optional<Color> background = ownBackground(root, colorsOf(root));
+        if ((!background || background->a == 0) && body) background = ownBackground(*body, colorsOf(*body));
         page.originalBackdrop = composite(background && background->a > 0 ? *background : kWhite, kWhite);
         page.adaptedBackdrop = darkBackground(page.originalBackdrop);
         page.adaptedText = adaptedText(kBlack, page);
@@ -259,7 +306,7 @@ private:
     }
 
     Context adapt(HTMLElement& element, const Context& parent) {
-        StyleColors colors = readStyle(element, quirks_);
+        StyleColors colors = colorsOf(element);
         Context context = parent;
         std::string added;
         auto add = [&](std::string_view name, const std::string& value) {
@@ -301,7 +348,7 @@ private:
             const auto& slot = colors.border[side];
             if (!slot.set || !slot.value || slot.value->a == 0) continue;
             add("border-" + std::string(kSideNames[side]) + "-color",
-                hex(darkBackground(composite(*slot.value, context.originalBackdrop))));
+                hex(darkLine(composite(*slot.value, context.originalBackdrop))));
             bordered = true;
         }
         report.borders += bordered;
@@ -309,6 +356,8 @@ private:
         if (element.is(Tag::img) && context.adaptedBackdrop == darkBackground(context.originalBackdrop) &&
             perceivedLightness(context.originalBackdrop) > kLightBackdrop && mayBeTransparent(element)) {
             add("background-color", hex(context.originalBackdrop));
+            // An image that does not load shows its alt text on that backdrop.
+            add("color", hex(context.originalText));
             ++report.imageBackdrops;
         }
 
@@ -358,18 +407,6 @@ bool declaresOwnDarkAppearance(const html::HTMLDocument& document) {
     for (const HTMLElement* style : root->querySelectorAll("style"))
         if (namesDarkScheme(style->textContent())) return true;
     return false;
-}
-
-void moveStyleSheetsToHead(html::HTMLDocument& document) {
-    HTMLElement* head = document.head();
-    HTMLElement* body = document.body();
-    if (!head || !body) return;
-    for (HTMLElement* style : body->querySelectorAll("style")) {
-        if (style->htmlNamespace() != html::Namespace::HTML) continue;
-        html::Ref<HTMLNode> held(style);
-        style->removeFromParentNode();
-        head->appendNode(std::move(held));
-    }
 }
 
 DarkAdaptationReport adaptDocumentForDarkAppearance(html::HTMLDocument& document, const DarkAdaptationOptions& options) {

@@ -141,6 +141,41 @@ std::vector<Declaration> styleDeclarations(std::string_view style) {
     return declarations;
 }
 
+std::vector<StyleRule> styleSheetRules(std::string_view css) {
+    std::vector<StyleRule> rules;
+    CSSScanner scanner{css};
+    std::size_t start = 0, open = 0;
+    int braces = 0;
+    while (scanner.i < css.size()) {
+        std::size_t at = scanner.i;
+        if (!scanner.step()) continue;
+        char c = css[at];
+        if (c == '{') {
+            if (braces++ == 0) open = at;
+        } else if (c == '}' && braces > 0 && --braces == 0) {
+            std::string_view prelude = trimmed(css.substr(start, open - start));
+            if (!prelude.empty() && prelude.front() != '@') {
+                StyleRule rule{{}, css.substr(open + 1, at - open - 1)};
+                CSSScanner selectors{prelude};
+                std::size_t from = 0;
+                while (selectors.i < prelude.size()) {
+                    std::size_t comma = selectors.i;
+                    if (selectors.step() && prelude[comma] == ',') {
+                        rule.selectors.push_back(trimmed(prelude.substr(from, comma - from)));
+                        from = selectors.i;
+                    }
+                }
+                rule.selectors.push_back(trimmed(prelude.substr(from)));
+                rules.push_back(std::move(rule));
+            }
+            start = at + 1;
+        } else if (c == ';' && braces == 0) {
+            start = at + 1;  // "@import …;" and stray declarations
+        }
+    }
+    return rules;
+}
+
 std::string declarationBoundary(std::string_view style) {
     CSSScanner scanner{style};
     while (scanner.i < style.size()) scanner.step();

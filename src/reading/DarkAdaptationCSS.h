@@ -24,6 +24,16 @@ struct Declaration {
 // skipped, as the engine skips it.
 std::vector<Declaration> styleDeclarations(std::string_view style);
 
+struct StyleRule {
+    std::vector<std::string_view> selectors;  // the group split at its commas
+    std::string_view declarations;
+};
+
+// The plain rules of a style sheet in order. At-rules are passed over with
+// their blocks ("@media", "@font-face"), and so is anything after an
+// unbalanced brace.
+std::vector<StyleRule> styleSheetRules(std::string_view css);
+
 // What to append to `style` so that text after it starts a new declaration:
 // the quote or parentheses left open closed, then ";" when needed.
 std::string declarationBoundary(std::string_view style);

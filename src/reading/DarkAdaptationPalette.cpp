@@ -93,6 +93,12 @@ Color rounded(const Color& color) {
 
 Color darkBackground(const Color& original) {
     Lab lab = oklab(original);
+    double inverted = kDarkestBackground + kBackgroundBand * (1 - lab.L);
+    return rounded(inGamutColor(lab, std::min(lab.L, inverted), kBackgroundChroma));
+}
+
+Color darkLine(const Color& original) {
+    Lab lab = oklab(original);
     return rounded(inGamutColor(lab, kDarkestBackground + kBackgroundBand * (1 - lab.L), kBackgroundChroma));
 }
 

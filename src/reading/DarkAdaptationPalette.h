@@ -16,9 +16,13 @@ double perceivedLightness(const Color& color);
 // `top` painted over the opaque `bottom`.
 Color composite(const Color& top, const Color& bottom);
 
-// A background moved to the dark band, lightness inverted: white becomes
-// the page's dark grey, black the band's lightest shade.
+// A background for the dark page: light ones inverted into a dark band
+// (white becomes the page's dark grey), dark ones kept as dark as they are.
 Color darkBackground(const Color& original);
+
+// A border or rule: lightness inverted, so dark lines on light become light
+// lines on dark.
+Color darkLine(const Color& original);
 
 // A text colour for the dark page. `originalBackdrop` is what it was read
 // on: dark text on a light backdrop is inverted to light, light text on a

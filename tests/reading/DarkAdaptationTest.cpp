@@ -163,18 +163,20 @@ TEST(DarkAdaptation, StylesKeepTheSendersDeclarationsAndBadInputIsHarmless) {
     EXPECT_EQ(adapt("").report.textColors, 1u);
 }
 
-TEST(DarkAdaptation, StyleSheetsInTheBodyAreSeenOnceMovedToTheHead) {
-    auto document = HTMLParser("<body><center><style>h4 { color: #0000ff; background: #f3f3f3 }</style>"
-                               "<h4 id=t>x</h4></center>").parseDocument();
-    zv::moveStyleSheetsToHead(*document);
+TEST(DarkAdaptation, StyleSheetsLeftInTheBodyCountBeneathStyleAttributes) {
+    auto document = HTMLParser("<body><center><style>h4 { color: #0000ff; background: #f3f3f3 }"
+                               "@media screen { h4 { color: red } } a:hover { color: red } a:link { color: #fff }</style>"
+                               "<h4 id=t>x</h4><a id=link href=x style=\"background: #fff\">y</a></center>").parseDocument();
     zv::applyHeadCSSToContentAndPurge(*document, true, {}, {});
     Adapted adapted{document, zv::adaptDocumentForDarkAppearance(*document)};
-    EXPECT_EQ(adapted.document->querySelector("style"), nullptr);
     // #f3f3f3 is OKLab L 0.9642: 0.235 + 0.3 x 0.0358 gives #212121.
     EXPECT_EQ(adapted.hex("t", "background-color"), "#212121");
     Color blue = *adapted.color("t", "color");
     EXPECT_GT(blue.b, blue.r);
     EXPECT_GE(contrast(blue, {33 / 255.0, 33 / 255.0, 33 / 255.0, 1}), 4.5);
+    // White on white (the sheet's :link rule): the white stays, on the page's grey.
+    EXPECT_EQ(adapted.hex("link", "background-color"), "#1e1e1e");
+    EXPECT_EQ(adapted.hex("link", "color"), "#ffffff");
 }
 
 }  // namespace

@@ -4,21 +4,25 @@
 // head CSS has been applied as inline styles (applyHeadCSSToContentAndPurge),
 // in one pass over the tree, linear in its size, with no layout:
 // - each element's colours are resolved as the engine would: style
-//   declarations (later ones win, "!important" over the rest), then bgcolor,
+//   declarations (later ones win, "!important" over the rest) over those of
+//   the style sheets still in the document (sheets in the body, which head
+//   CSS inlining leaves; rules in document order, at-rules and selectors with
+//   state pseudo-classes passed over), then bgcolor,
 //   text, link and <font color>, the background shorthand, border colours,
 //   the link colour links get by default, inheritance, and the white page
 //   with black text when the message sets nothing;
-// - backgrounds and borders are moved into a dark band in OKLab, lightness
+// - light backgrounds are moved into a dark band in OKLab, lightness
 //   inverted, hue and most chroma kept: white becomes darkPageBackground(),
-//   a blue banner a darker blue;
+//   a blue banner a darker blue; dark ones stay as dark as they are; border
+//   colours are inverted;
 // - text is inverted when it was darker than its background and keeps its
 //   lightness when it was lighter, keeps its hue, and is then lightened (or
 //   darkened) until its WCAG 2 contrast against its adapted background is at
 //   least minimumTextContrast;
 // - images keep their colours. One that may be transparent (anything but a
 //   JPEG) placed on a light background keeps that background right behind
-//   it, so a dark logo on transparency stays visible; an opaque image hides
-//   it anyway. An element with a background image gets a dark overlay over
+//   it (and its alt text keeps the colour it had there), so a dark logo on
+//   transparency stays visible; an opaque image hides it anyway. An element with a background image gets a dark overlay over
 //   the image (an inset shadow), and its text is held to the floor against
 //   the lightest the overlaid image can be;
 // - the root gets the adapted page colours and "color-scheme: dark".
@@ -57,11 +61,6 @@ struct DarkAdaptationReport {
 
 ZV_EXPORT bool declaresOwnDarkAppearance(const html::HTMLDocument& document);
 
-// Moves the <style> elements of the body to the end of the head, in order.
-// The engine applies them to the whole document wherever they stand, so this
-// changes nothing on screen, but applyHeadCSSToContentAndPurge then inlines
-// them with the rest and the adaptation sees the colours they set.
-ZV_EXPORT void moveStyleSheetsToHead(html::HTMLDocument& document);
 
 ZV_EXPORT DarkAdaptationReport adaptDocumentForDarkAppearance(html::HTMLDocument& document,
                                                               const DarkAdaptationOptions& options = {});
