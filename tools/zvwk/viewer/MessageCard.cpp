@@ -196,6 +196,20 @@ GtkWidget* MessageCard::buildHeader() {
                          this);
         gtk_box_append(GTK_BOX(header), plainTextButton_);
     }
+    if (summary_.error.empty() && style_.dark) {
+        originalColoursButton_ = gtk_toggle_button_new();
+        gtk_button_set_child(GTK_BUTTON(originalColoursButton_),
+                             symbolImage("display-brightness-symbolic", 16, symbolColour(style_.dark)));
+        gtk_widget_set_tooltip_text(originalColoursButton_, "Show original colours");
+        gtk_widget_add_css_class(originalColoursButton_, "flat");
+        gtk_widget_set_valign(originalColoursButton_, GTK_ALIGN_START);
+        gtk_widget_set_visible(originalColoursButton_, FALSE);
+        g_signal_connect(originalColoursButton_, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer self) {
+                             static_cast<MessageCard*>(self)->setShowsOriginalColours(gtk_toggle_button_get_active(button));
+                         }),
+                         this);
+        gtk_box_insert_child_after(GTK_BOX(header), originalColoursButton_, date);
+    }
 
     GtkGesture* click = gtk_gesture_click_new();
     g_signal_connect(click, "released", G_CALLBACK(+[](GtkGestureClick*, int, double, double, gpointer self) {
@@ -280,10 +294,18 @@ void MessageCard::updateExpansion() {
     gtk_widget_set_visible(bodyBox_, expanded_);
     gtk_widget_set_visible(detailLabel_, expanded_);
     gtk_widget_set_visible(previewLabel_, !expanded_);
-    if (plainTextButton_) gtk_widget_set_visible(plainTextButton_, expanded_ && !isError());
+    updateBodyButtons();
     if (expanded_) gtk_widget_remove_css_class(root_, "collapsed");
     else gtk_widget_add_css_class(root_, "collapsed");
     if (expanded_ && contentRead_ && !isError() && !view_) makeBodyView();
+}
+
+void MessageCard::updateBodyButtons() {
+    if (plainTextButton_) gtk_widget_set_visible(plainTextButton_, expanded_ && !isError());
+    // Colours are the HTML body's; a text body follows the desktop anyway.
+    if (originalColoursButton_)
+        gtk_widget_set_visible(originalColoursButton_, expanded_ && contentRead_ && !isError() && content_.html &&
+                                                           !asPlainText_);
 }
 
 void MessageCard::makeBodyView() {
@@ -347,12 +369,13 @@ void MessageCard::makeBodyView() {
 void MessageCard::loadBody() {
     if (!view_) return;
     // readContent prepared the first form; the toggles ask for others.
-    if (preparedRemote_ != allowRemote_ || preparedAsText_ != asPlainText_) {
-        PreparedBody body = prepareMessageBody(content_, {allowRemote_, asPlainText_, style_.dark});
+    if (preparedRemote_ != allowRemote_ || preparedAsText_ != asPlainText_ || preparedOriginal_ != originalColours_) {
+        PreparedBody body = prepareMessageBody(content_, {allowRemote_, asPlainText_, style_.dark, originalColours_});
         preparedHTML_ = std::move(body.html);
         if (!asPlainText_) remoteReferences_ = body.remoteReferences;
         preparedRemote_ = allowRemote_;
         preparedAsText_ = asPlainText_;
+        preparedOriginal_ = originalColours_;
     }
     gtk_widget_set_visible(remoteBar_, blockedRemoteReferences() > 0 && !asPlainText_);
     bodyLoaded_ = false;
@@ -372,6 +395,15 @@ void MessageCard::setShowsPlainText(bool plainText) {
     asPlainText_ = plainText;
     if (plainTextButton_ && gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(plainTextButton_)) != plainText)
         gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(plainTextButton_), plainText);
+    updateBodyButtons();
+    loadBody();
+}
+
+void MessageCard::setShowsOriginalColours(bool original) {
+    if (originalColours_ == original) return;
+    originalColours_ = original;
+    if (originalColoursButton_ && gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(originalColoursButton_)) != original)
+        gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(originalColoursButton_), original);
     loadBody();
 }
 
