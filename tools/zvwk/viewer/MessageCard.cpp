@@ -2,6 +2,7 @@
 
 #include "DateText.h"
 #include "MessageBodyView.h"
+#include "RemoteContentBar.h"
 #include "SymbolIcon.h"
 
 #include <zv/foundation/MainThread.h>
@@ -182,21 +183,10 @@ GtkWidget* MessageCard::buildHeader() {
 }
 
 GtkWidget* MessageCard::buildRemoteBar() {
-    GtkWidget* bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 10);
-    gtk_widget_add_css_class(bar, "remote-bar");
-    gtk_box_append(GTK_BOX(bar), symbolImage("exclamationmark.shield", 16, style_.dark ? "#f8e45c" : "#9c6e03"));
-    GtkWidget* label = gtk_label_new("Remote content in this message was blocked to protect your privacy.");
-    gtk_label_set_wrap(GTK_LABEL(label), TRUE);
-    gtk_label_set_xalign(GTK_LABEL(label), 0);
-    gtk_widget_set_hexpand(label, TRUE);
-    gtk_box_append(GTK_BOX(bar), label);
-    GtkWidget* button = gtk_button_new_with_label("Show remote content");
-    gtk_widget_set_valign(button, GTK_ALIGN_CENTER);
-    g_signal_connect(button, "clicked",
-                     G_CALLBACK(+[](GtkButton*, gpointer self) { static_cast<MessageCard*>(self)->showRemoteContent(); }),
+    GtkWidget* bar = zvwk_remote_content_bar_new(style_.dark);
+    g_signal_connect(bar, "show-remote-content",
+                     G_CALLBACK(+[](GtkWidget*, gpointer self) { static_cast<MessageCard*>(self)->showRemoteContent(); }),
                      this);
-    gtk_box_append(GTK_BOX(bar), button);
-    gtk_widget_set_visible(bar, FALSE);
     return bar;
 }
 
