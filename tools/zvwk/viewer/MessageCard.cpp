@@ -2,6 +2,7 @@
 
 #include "DateText.h"
 #include "MessageBodyView.h"
+#include "MessageErrorBox.h"
 #include "RemoteContentBar.h"
 #include "SymbolIcon.h"
 
@@ -217,21 +218,7 @@ GtkWidget* MessageCard::buildAttachments() {
 }
 
 GtkWidget* MessageCard::buildError() {
-    GtkWidget* box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 12);
-    gtk_widget_add_css_class(box, "error-box");
-    gtk_box_append(GTK_BOX(box), symbolImage("exclamationmark.triangle", 24, style_.dark ? "#ff7b63" : "#c01c28"));
-    GtkWidget* texts = gtk_box_new(GTK_ORIENTATION_VERTICAL, 4);
-    GtkWidget* title = gtk_label_new("This message cannot be shown");
-    gtk_widget_add_css_class(title, "heading");
-    gtk_label_set_xalign(GTK_LABEL(title), 0);
-    gtk_box_append(GTK_BOX(texts), title);
-    GtkWidget* reason = gtk_label_new((errorText() + "\n" + summary_.location.path).c_str());
-    gtk_label_set_xalign(GTK_LABEL(reason), 0);
-    gtk_label_set_wrap(GTK_LABEL(reason), TRUE);
-    gtk_label_set_selectable(GTK_LABEL(reason), TRUE);
-    gtk_box_append(GTK_BOX(texts), reason);
-    gtk_box_append(GTK_BOX(box), texts);
-    return box;
+    return zvwk_message_error_box_new((errorText() + "\n" + summary_.location.path).c_str(), style_.dark);
 }
 
 void MessageCard::setExpanded(bool expanded) {
