@@ -3,6 +3,7 @@
 #include "DateText.h"
 #include "MessageBodyView.h"
 #include "MessageErrorBox.h"
+#include "MessageHeader.h"
 #include "RemoteContentBar.h"
 #include "SymbolIcon.h"
 
@@ -130,57 +131,28 @@ void MessageCard::build() {
 }
 
 GtkWidget* MessageCard::buildHeader() {
-    GtkWidget* header = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 12);
-    gtk_widget_add_css_class(header, "card-header");
-
     std::string sender = summary_.fromName.empty() ? "(no sender)" : summary_.fromName;
-    GtkWidget* avatar = gtk_label_new(initials(sender).c_str());
-    gtk_widget_add_css_class(avatar, "avatar");
-    gtk_widget_add_css_class(avatar, ("avatar-" + std::to_string(std::hash<std::string>()(sender) % 6)).c_str());
-    gtk_widget_set_valign(avatar, GTK_ALIGN_START);
-    gtk_box_append(GTK_BOX(header), avatar);
-
-    GtkWidget* lines = gtk_box_new(GTK_ORIENTATION_VERTICAL, 2);
-    gtk_widget_set_hexpand(lines, TRUE);
-    GtkWidget* name = gtk_label_new(sender.c_str());
-    gtk_widget_add_css_class(name, "sender");
-    gtk_label_set_xalign(GTK_LABEL(name), 0);
-    gtk_label_set_ellipsize(GTK_LABEL(name), PANGO_ELLIPSIZE_END);
-    gtk_box_append(GTK_BOX(lines), name);
     std::string detail = summary_.fromAddress.empty() || summary_.fromAddress == sender ? "" : summary_.fromAddress;
     if (!summary_.to.empty()) detail += (detail.empty() ? "to " : "  ·  to ") + summary_.to;
     if (!summary_.cc.empty()) detail += "  ·  cc " + summary_.cc;
-    detailLabel_ = dimLabel(detail);
-    gtk_box_append(GTK_BOX(lines), detailLabel_);
-    previewLabel_ = dimLabel(preview_);
-    gtk_box_append(GTK_BOX(lines), previewLabel_);
-    gtk_box_append(GTK_BOX(header), lines);
-
-    GtkWidget* date = dimLabel(longDateText(summary_.date));
-    gtk_widget_set_valign(date, GTK_ALIGN_START);
-    gtk_box_append(GTK_BOX(header), date);
-
-    if (summary_.error.empty()) {
-        plainTextButton_ = gtk_toggle_button_new();
-        gtk_button_set_child(GTK_BUTTON(plainTextButton_), symbolImage("doc", 16, symbolColour(style_.dark)));
-        gtk_widget_set_tooltip_text(plainTextButton_, "View as plain text");
-        gtk_widget_add_css_class(plainTextButton_, "flat");
-        gtk_widget_set_valign(plainTextButton_, GTK_ALIGN_START);
+    GtkWidget* widget = zvwk_message_header_new(sender.c_str(), initials(sender).c_str(),
+                                                std::hash<std::string>()(sender) % 6, detail.c_str(), preview_.c_str(),
+                                                longDateText(summary_.date).c_str(), summary_.error.empty(), style_.dark);
+    auto* header = ZVWK_MESSAGE_HEADER(widget);
+    detailLabel_ = zvwk_message_header_get_detail(header);
+    previewLabel_ = zvwk_message_header_get_preview(header);
+    plainTextButton_ = zvwk_message_header_get_plain_text_button(header);
+    if (plainTextButton_)
         g_signal_connect(plainTextButton_, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer self) {
                              static_cast<MessageCard*>(self)->setShowsPlainText(gtk_toggle_button_get_active(button));
                          }),
                          this);
-        gtk_box_append(GTK_BOX(header), plainTextButton_);
-    }
-
-    GtkGesture* click = gtk_gesture_click_new();
-    g_signal_connect(click, "released", G_CALLBACK(+[](GtkGestureClick*, int, double, double, gpointer self) {
+    g_signal_connect(widget, "activated", G_CALLBACK(+[](GtkWidget*, gpointer self) {
                          auto* card = static_cast<MessageCard*>(self);
                          card->setExpanded(!card->isExpanded());
                      }),
                      this);
-    gtk_widget_add_controller(lines, GTK_EVENT_CONTROLLER(click));
-    return header;
+    return widget;
 }
 
 GtkWidget* MessageCard::buildRemoteBar() {
