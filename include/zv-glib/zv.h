@@ -1,0 +1,14 @@
+/* The framework from C and, through GObject introspection, from Vala,
+ * Python, JavaScript and Rust. Include this header only. */
+#pragma once
+
+
+#include <zv-glib/zv-color.h>
+#include <zv-glib/zv-error.h>
+#include <zv-glib/zv-head-css.h>
+#include <zv-glib/zv-html-document.h>
+#include <zv-glib/zv-html-element.h>
+#include <zv-glib/zv-plain-text.h>
+#include <zv-glib/zv-text-snippet.h>
+#include <zv-glib/zv-web-view.h>
+
