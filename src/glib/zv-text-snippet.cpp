@@ -47,7 +47,10 @@ char* snippetOfStream(GInputStream* stream, glong maxLength, ZvSnippetOptions op
 {
     g_autoptr(GError) readError = nullptr;
     auto read = [&](char* buffer, size_t capacity) -> long {
-        gssize count = g_input_stream_read(stream, buffer, capacity, cancellable, &readError);
+        // Not every stream looks at the cancellable (memory streams do not).
+        gssize count = g_cancellable_set_error_if_cancelled(cancellable, &readError)
+                           ? -1
+                           : g_input_stream_read(stream, buffer, capacity, cancellable, &readError);
         if (count < 0)
             errno = EIO;
         return count;
@@ -145,7 +148,7 @@ void zv_text_snippet_for_stream_async(GInputStream* stream, glong max_length, Zv
  */
 char* zv_text_snippet_for_stream_finish(GAsyncResult* result, GError** error)
 {
-    g_return_val_if_fail(g_task_is_valid(result, nullptr), nullptr);
+    g_return_val_if_fail(G_IS_TASK(result), nullptr);
     return static_cast<char*>(g_task_propagate_pointer(G_TASK(result), error));
 }
 
