@@ -2,12 +2,15 @@
  * Python, JavaScript and Rust. Include this header only. */
 #pragma once
 
-
 #include <zv-glib/zv-color.h>
+#include <zv-glib/zv-conversation-thread.h>
 #include <zv-glib/zv-error.h>
+#include <zv-glib/zv-find-bar.h>
+#include <zv-glib/zv-find-controller.h>
 #include <zv-glib/zv-head-css.h>
 #include <zv-glib/zv-html-document.h>
 #include <zv-glib/zv-html-element.h>
+#include <zv-glib/zv-message-item.h>
 #include <zv-glib/zv-plain-text.h>
 #include <zv-glib/zv-text-snippet.h>
 #include <zv-glib/zv-web-view.h>

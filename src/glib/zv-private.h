@@ -49,6 +49,7 @@ void setError(GError** error, const Error& failure);
 html::HTMLDocument& documentOf(ZvHtmlDocument* document);
 ZvHtmlElement* wrapElement(ZvHtmlDocument* document, html::HTMLElement* element);
 std::shared_ptr<ZVWebView> webViewOf(ZvWebView* view);
+GtkWidget* findViewOf(ZvFindController* controller);
 // The one wrapper of `view`, made on first request (transfer none).
 ZvWebView* wrapWebView(const std::shared_ptr<ZVWebView>& view);
 

@@ -221,7 +221,7 @@ ZvWebView* zv_web_view_new(void)
 }
 
 /**
- * zv_web_view_new_safe:
+ * zv_web_view_new_safe: (constructor)
  * @related: (nullable): a view whose web process the new one shares, as
  *   the messages of one conversation do
  *

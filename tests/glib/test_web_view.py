@@ -1,0 +1,94 @@
+# ZvWebView and ZvFindController from Python in a real window (the test runs
+# under a virtual display): a message loads, find counts its matches across
+# two views, and a click in the page arrives as a signal. Waits are bounded.
+import time
+
+import gi
+
+gi.require_version("Gtk", "4.0")
+gi.require_version("WebKit", "6.0")
+gi.require_version("Zv", "0.2")
+from gi.repository import GLib, Gtk, WebKit, Zv  # noqa: E402
+import pytest  # noqa: E402
+
+FIRST = ('<html><head><title>Lunch</title></head><body><p class="note">Noon suits me.</p>'
+         '<p>See you at noon, by the terrace.</p></body></html>')
+SECOND = '<html><body><p>Is noon too early?</p><p>Or later?</p></body></html>'
+
+
+def wait_until(condition, seconds=30):
+    deadline = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > deadline:
+            return False
+        GLib.MainContext.default().iteration(False)
+        time.sleep(0.001)
+    return True
+
+
+def loaded(view, html):
+    finished = []
+    view.props.web_view.connect("load-changed",
+                                lambda _, event: event == WebKit.LoadEvent.FINISHED and finished.append(True))
+    view.load_html(html, "about:blank")
+    assert wait_until(lambda: finished), "the page did not load"
+    return view
+
+
+@pytest.fixture(scope="module")
+def views():
+    if not Gtk.init_check():
+        pytest.skip("no display")
+    first = Zv.WebView.new_safe(None)
+    second = Zv.WebView.new_safe(first)
+    for view in (first, second):
+        assert view.add_search_scripts()
+    first.set_event_selectors(Zv.DomEvent.CLICK, ["p.note"])
+    box = Gtk.Box(orientation=Gtk.Orientation.VERTICAL)
+    for view in (first, second):
+        view.props.web_view.set_vexpand(True)
+        box.append(view.props.web_view)
+    window = Gtk.Window(default_width=600, default_height=400, child=box)
+    window.present()
+    yield loaded(first, FIRST), loaded(second, SECOND)
+    window.destroy()
+
+
+def test_find_counts_across_views(views):
+    first, second = views
+    assert first.props.safe and first.props.identifier != second.props.identifier
+    controller = Zv.FindController.new(Zv.FindControllerOptions.NONE)
+    bar = Zv.FindBar.new(controller)
+    assert bar.get_controller() is controller
+    controller.set_web_views([first, second])
+    controller.find("noon")
+    # "Noon" and "noon" in the first message (case is ignored by default), one in the second.
+    assert wait_until(lambda: controller.props.match_count == 3), controller.props.match_count
+    counts = []
+    for view in views:
+        view.count_matches_async(None, lambda v, result: counts.append(v.count_matches_finish(result)))
+    assert wait_until(lambda: len(counts) == 2)
+    assert sorted(counts) == [1, 2]
+
+
+def test_click_reaches_the_host(views):
+    first, _ = views
+    events = []
+    first.connect("event", lambda _, kind, info: events.append((kind, info.unpack())))
+    first.props.web_view.evaluate_javascript("document.querySelector('p.note').click()", -1, None, None, None)
+    assert wait_until(lambda: events), "no event arrived"
+    kind, info = events[0]
+    assert kind == Zv.DomEvent.CLICK
+    assert (info["eventType"], info["elementTag"], info["elementClass"]) == ("click", "P", "note")
+    assert info["webView"] == first.props.identifier
+
+
+def test_links_stay_with_the_host(views):
+    first, _ = views
+    clicked = []
+    first.connect("link-clicked", lambda _, uri: clicked.append(uri))
+    loaded(first, '<a id="go" href="https://example.org/">go</a>')
+    first.props.web_view.evaluate_javascript("document.getElementById('go').click()", -1, None, None, None)
+    assert wait_until(lambda: clicked), "the link was not handed over"
+    assert clicked == ["https://example.org/"]
+    assert first.props.web_view.get_uri() == "about:blank"
