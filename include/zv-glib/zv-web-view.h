@@ -58,7 +58,6 @@ ZvWebView     *zv_web_view_new_safe           (ZvWebView *related);
 
 WebKitWebView *zv_web_view_get_web_view       (ZvWebView *self);
 guint64        zv_web_view_get_identifier     (ZvWebView *self);
-gboolean       zv_web_view_get_safe           (ZvWebView *self);
 
 void           zv_web_view_load_html          (ZvWebView  *self,
                                                const char *html,

@@ -28,7 +28,6 @@ struct _ZvWebView {
         std::shared_ptr<zv::ZVWebView> view;
         std::map<ZvDomEvent, std::vector<std::string>> selectors;
         std::shared_ptr<zv::ZVWebViewEventDelegate> delegate;
-        bool safe = false;
     }* p;
 };
 
@@ -53,7 +52,7 @@ static_assert(int(ZV_FIND_STYLE_CONTAINS) == int(zv::SearchContains) && int(ZV_F
               int(ZV_FIND_STYLE_REGULAR_EXPRESSION) == int(zv::SearchRegularExpression) &&
               int(ZV_FIND_STYLE_IGNORE_CASE) == int(zv::SearchIgnoreCase));
 
-enum { PROP_0, PROP_WEB_VIEW, PROP_IDENTIFIER, PROP_SAFE, PROP_CONTENT_WIDTH, PROP_CONTENT_HEIGHT, N_PROPS };
+enum { PROP_0, PROP_WEB_VIEW, PROP_IDENTIFIER, PROP_CONTENT_WIDTH, PROP_CONTENT_HEIGHT, N_PROPS };
 static GParamSpec* properties[N_PROPS];
 enum { SIGNAL_EVENT, SIGNAL_LINK_CLICKED, N_SIGNALS };
 static guint signals[N_SIGNALS];
@@ -87,9 +86,6 @@ static void zv_web_view_get_property(GObject* object, guint id, GValue* value, G
     case PROP_IDENTIFIER:
         g_value_set_uint64(value, zv_web_view_get_identifier(self));
         break;
-    case PROP_SAFE:
-        g_value_set_boolean(value, self->p->safe);
-        break;
     case PROP_CONTENT_WIDTH:
         g_value_set_double(value, zv_web_view_get_content_width(self));
         break;
@@ -122,12 +118,6 @@ static void zv_web_view_class_init(ZvWebViewClass* klass)
      * process and never reused.
      */
     properties[PROP_IDENTIFIER] = g_param_spec_uint64("identifier", nullptr, nullptr, 0, G_MAXUINT64, 0, flags);
-    /**
-     * ZvWebView:safe:
-     *
-     * Whether the view runs no page scripts and follows no links.
-     */
-    properties[PROP_SAFE] = g_param_spec_boolean("safe", nullptr, nullptr, FALSE, flags);
     /**
      * ZvWebView:content-width:
      *
@@ -239,7 +229,6 @@ ZvWebView* zv_web_view_new_safe(ZvWebView* related)
     if (related)
         configuration.relatedView = zv::GObjectRef<WebKitWebView>::ref(zv_web_view_get_web_view(related));
     auto* self = zv::glib::wrapWebView(zv::ZVWebView::create(configuration));
-    self->p->safe = true;
     g_signal_connect_object(zv_web_view_get_web_view(self), "decide-policy", G_CALLBACK(onDecidePolicy), self,
                             GConnectFlags(0));
     return self;
@@ -267,18 +256,6 @@ guint64 zv_web_view_get_identifier(ZvWebView* self)
 {
     g_return_val_if_fail(ZV_IS_WEB_VIEW(self), 0);
     return self->p->view->identifier();
-}
-
-/**
- * zv_web_view_get_safe:
- * @self: a view
- *
- * Returns: whether the view was made by zv_web_view_new_safe()
- */
-gboolean zv_web_view_get_safe(ZvWebView* self)
-{
-    g_return_val_if_fail(ZV_IS_WEB_VIEW(self), FALSE);
-    return self->p->safe;
 }
 
 /**

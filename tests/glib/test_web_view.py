@@ -56,7 +56,7 @@ def views():
 
 def test_find_counts_across_views(views):
     first, second = views
-    assert first.props.safe and first.props.identifier != second.props.identifier
+    assert first.props.identifier != second.props.identifier
     controller = Zv.FindController.new(Zv.FindControllerOptions.NONE)
     bar = Zv.FindBar.new(controller)
     assert bar.get_controller() is controller

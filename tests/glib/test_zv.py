@@ -107,3 +107,15 @@ def test_stream_async():
     GLib.timeout_add_seconds(10, loop.quit)
     loop.run()
     assert results == ["later"]
+
+
+def test_url_cache(tmp_path):
+    cache = Zv.UrlCache.new(str(tmp_path / "cache" / "urls.sqlite"), 0)
+    assert cache.is_on_disk() and cache.lookup("https://a.example/x.png") == (None, None, 0)
+    cache.store("https://a.example/x.png", "image/png", 200, GLib.Bytes.new(b"12345"))
+    body, mime_type, status = cache.lookup("https://a.example/x.png")
+    assert (body.get_data(), mime_type, status, cache.get_current_usage()) == (b"12345", "image/png", 200, 5)
+    reopened = Zv.UrlCache.new(str(tmp_path / "cache" / "urls.sqlite"), 0)
+    assert reopened.lookup("https://a.example/x.png")[0].get_data() == b"12345"
+    reopened.remove("https://a.example/x.png")
+    assert reopened.lookup("https://a.example/x.png")[0] is None
