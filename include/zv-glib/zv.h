@@ -11,10 +11,12 @@
 #include <zv-glib/zv-html-document.h>
 #include <zv-glib/zv-html-element.h>
 #include <zv-glib/zv-message-item.h>
+#include <zv-glib/zv-page-controller.h>
 #include <zv-glib/zv-plain-text.h>
 #include <zv-glib/zv-resource-provider.h>
 #include <zv-glib/zv-scheme-handler.h>
 #include <zv-glib/zv-text-snippet.h>
 #include <zv-glib/zv-url-cache.h>
 #include <zv-glib/zv-web-view.h>
+#include <zv-glib/zv-web-window-controller.h>
 

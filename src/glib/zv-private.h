@@ -50,6 +50,7 @@ html::HTMLDocument& documentOf(ZvHtmlDocument* document);
 ZvHtmlElement* wrapElement(ZvHtmlDocument* document, html::HTMLElement* element);
 std::shared_ptr<ZVWebView> webViewOf(ZvWebView* view);
 GtkWidget* findViewOf(ZvFindController* controller);
+std::shared_ptr<ZVWebPageController> pageControllerOf(ZvPageController* controller);
 // The one wrapper of `view`, made on first request (transfer none).
 ZvWebView* wrapWebView(const std::shared_ptr<ZVWebView>& view);
 

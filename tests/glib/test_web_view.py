@@ -92,3 +92,47 @@ def test_links_stay_with_the_host(views):
     assert wait_until(lambda: clicked), "the link was not handed over"
     assert clicked == ["https://example.org/"]
     assert first.props.web_view.get_uri() == "about:blank"
+
+
+class GreetingPage(Zv.PageController):
+    """A page controller written in Python: its hooks and an action."""
+
+    def __init__(self):
+        super().__init__()
+        self.calls = []
+        self.register_action("greet")
+
+    def do_page_will_load(self):
+        self.calls.append("will-load")
+
+    def do_page_did_load(self):
+        self.calls.append("did-load")
+
+    def do_action(self, name, body):
+        self.calls.append((name, body.unpack() if body else None))
+
+
+def test_page_controller_subclass(tmp_path):
+    if not Gtk.init_check():
+        pytest.skip("no display")
+    (tmp_path / "en.lproj").mkdir()
+    (tmp_path / "en.lproj" / "Greeting.html").write_text(
+        '<html><head><title localizationkey="title">t</title></head><body>'
+        '<h1 id="hello" localizationkey="hello">x</h1>'
+        '<script>PageController.greet({"who": "Ana"})</script></body></html>')
+    (tmp_path / "en.lproj" / "Greeting.html.strings").write_text(
+        '"title" = "Greetings";\n"hello" = "Hello, ${who}";\n')
+    window = Zv.WebWindowController.new()
+    window.set_resource_directory(str(tmp_path))
+    window.set_preferred_localization("en")
+    page = GreetingPage()
+    page.set_strings_directory(str(tmp_path))
+    page.set_variable("who", "Ana", None)
+    window.set_page_controller(page)
+    window.load_file("Greeting", "html")
+    assert wait_until(lambda: ("greet", {"who": "Ana"}) in page.calls), page.calls
+    assert page.calls.index("will-load") < page.calls.index(("greet", {"who": "Ana"}))
+    assert wait_until(lambda: "did-load" in page.calls)
+    assert page.get_element_content("hello") == "Hello, Ana"
+    assert window.get_window().get_title() == "Greetings"
+    window.close()
