@@ -42,6 +42,9 @@ ZvPageController *zv_page_controller_new                   (void);
 void              zv_page_controller_register_action       (ZvPageController *self,
                                                             const char       *name);
 ZvWebView        *zv_page_controller_get_web_view          (ZvPageController *self);
+char             *zv_page_controller_expand_variable       (ZvPageController *self,
+                                                            const char       *name,
+                                                            const char       *key);
 
 void              zv_page_controller_load_uri_async        (ZvPageController    *self,
                                                             const char          *uri,

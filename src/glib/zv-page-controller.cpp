@@ -53,10 +53,7 @@ protected:
     {
         return [this](const std::string& name, const std::string& key) -> std::optional<std::string> {
             g_autoptr(ZvPageController) self = wrapper();
-            auto* klass = self ? ZV_PAGE_CONTROLLER_GET_CLASS(self) : nullptr;
-            if (!klass || !klass->expand_variable)
-                return std::nullopt;
-            g_autofree char* value = klass->expand_variable(self, name.c_str(), key.c_str());
+            g_autofree char* value = self ? zv_page_controller_expand_variable(self, name.c_str(), key.c_str()) : nullptr;
             return value ? std::optional<std::string>(value) : std::nullopt;
         };
     }
@@ -193,6 +190,24 @@ ZvWebView* zv_page_controller_get_web_view(ZvPageController* self)
     g_return_val_if_fail(ZV_IS_PAGE_CONTROLLER(self), nullptr);
     auto* view = zv::glib::wrapWebView(privateOf(self)->controller->webView());
     return view ? ZV_WEB_VIEW(g_object_ref(view)) : nullptr;
+}
+
+/**
+ * zv_page_controller_expand_variable: (virtual expand_variable)
+ * @self: a controller
+ * @name: the variable's name
+ * @key: the key of the string it is in
+ *
+ * Asked for a `${name}` variable of the page's strings that no table holds.
+ *
+ * Returns: (transfer full) (nullable): the value, or %NULL to leave the
+ *   variable empty
+ */
+char* zv_page_controller_expand_variable(ZvPageController* self, const char* name, const char* key)
+{
+    g_return_val_if_fail(ZV_IS_PAGE_CONTROLLER(self), nullptr);
+    auto* klass = ZV_PAGE_CONTROLLER_GET_CLASS(self);
+    return klass->expand_variable ? klass->expand_variable(self, name, key) : nullptr;
 }
 
 /**

@@ -8,7 +8,7 @@ import gi
 gi.require_version("Gtk", "4.0")
 gi.require_version("WebKit", "6.0")
 gi.require_version("Zv", "0.2")
-from gi.repository import GLib, Gtk, WebKit, Zv  # noqa: E402
+from gi.repository import GLib, GObject, Gtk, WebKit, Zv  # noqa: E402
 import pytest  # noqa: E402
 
 FIRST = ('<html><head><title>Lunch</title></head><body><p class="note">Noon suits me.</p>'
@@ -136,3 +136,39 @@ def test_page_controller_subclass(tmp_path):
     assert page.get_element_content("hello") == "Hello, Ana"
     assert window.get_window().get_title() == "Greetings"
     window.close()
+
+
+class StoreParts(GObject.Object, Zv.ResourceProvider):
+    """The host's mail store: parts it reads on demand."""
+
+    def __init__(self, parts):
+        super().__init__()
+        self.parts = parts
+        self.asked = []
+
+    def do_lookup_resource(self, url):
+        self.asked.append(url)
+        return self.parts.get(url, (None, None))
+
+
+def test_message_parts_by_content_id(views):
+    png = Zv.symbol_image_png("paperclip", 24)
+    assert png is not None and png.get_data()[:8] == b"\x89PNG\r\n\x1a\n"
+    assert Zv.symbol_image_png("no.such.symbol", 24) is None
+    view = Zv.WebView.new_safe(views[0])
+    handler = Zv.SchemeHandler.new()
+    handler.add_resource("cid:given@x", png, "image/png", None)
+    store = StoreParts({"cid:stored@x": (png, "image/png")})
+    handler.props.resource_provider = store
+    handler.attach(view)
+    loaded(view, '<img id="a" src="cid:given@x"><img id="b" src="cid:stored@x">')
+    widths = []
+
+    def measured(web_view, result):
+        widths.append(web_view.evaluate_javascript_finish(result).to_string())
+
+    view.props.web_view.evaluate_javascript(
+        "[document.getElementById('a').naturalWidth, document.getElementById('b').naturalWidth].join()",
+        -1, None, None, None, measured)
+    assert wait_until(lambda: widths)
+    assert widths == ["24,24"] and store.asked == ["cid:stored@x"]
