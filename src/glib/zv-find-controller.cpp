@@ -234,6 +234,7 @@ GtkWidget* findViewOf(ZvFindController* controller)
  */
 ZvFindController* zv_find_controller_new(ZvFindControllerOptions options)
 {
+    g_return_val_if_fail(gtk_is_initialized(), nullptr);
     auto* self = ZV_FIND_CONTROLLER(g_object_new(ZV_TYPE_FIND_CONTROLLER, nullptr));
     auto delegate = std::make_shared<zv::ZVWebviewFindDelegate>();
     delegate->loadWebViewIfNeededForItem = [](const zv::ZVWKConversationMessageItemRef& item,

@@ -201,12 +201,14 @@ ZvWebView* wrapWebView(const std::shared_ptr<ZVWebView>& view)
 /**
  * zv_web_view_new:
  *
- * A view with the engine's default settings.
+ * A view with the engine's default settings. GTK must be initialized.
  *
  * Returns: (transfer full): the view
  */
 ZvWebView* zv_web_view_new(void)
 {
+    // Without a display the engine's widgets crash; say so instead.
+    g_return_val_if_fail(gtk_is_initialized(), nullptr);
     return zv::glib::wrapWebView(zv::ZVWebView::create());
 }
 
@@ -222,6 +224,7 @@ ZvWebView* zv_web_view_new(void)
  */
 ZvWebView* zv_web_view_new_safe(ZvWebView* related)
 {
+    g_return_val_if_fail(gtk_is_initialized(), nullptr);
     g_return_val_if_fail(!related || ZV_IS_WEB_VIEW(related), nullptr);
     zv::ZVWebViewConfiguration configuration;
     configuration.settings = zv::GObjectRef<WebKitSettings>::adopt(

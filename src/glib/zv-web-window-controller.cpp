@@ -66,6 +66,7 @@ static void zv_web_window_controller_init(ZvWebWindowController* self)
  */
 ZvWebWindowController* zv_web_window_controller_new(void)
 {
+    g_return_val_if_fail(gtk_is_initialized(), nullptr);
     auto* self = ZV_WEB_WINDOW_CONTROLLER(g_object_new(ZV_TYPE_WEB_WINDOW_CONTROLLER, nullptr));
     self->p->window = zv::ZVWebWindowController::create();
     g_autoptr(ZvPageController) controller = zv_page_controller_new();
