@@ -1,6 +1,7 @@
 // The document a message view loads, made safe and ready to show.
 //
-// An HTML body is parsed with zvhtml, its head CSS inlined and purged
+// An HTML body is parsed once with zvhtml (MessageBody, on any thread): its
+// plain text is taken from that parse, then its head CSS inlined and purged
 // (applyHeadCSSToContentAndPurge), adapted for the dark style when the
 // desktop has it (zv::adaptDocumentForDarkAppearance; a message with dark
 // styles of its own keeps its style sheets instead), given the viewer's page
@@ -11,6 +12,8 @@
 #pragma once
 
 #include "MailMessage.h"
+
+#include <zv/html/HTMLDocument.h>
 
 #include <cstddef>
 #include <string>
@@ -27,6 +30,27 @@ struct BodyOptions {
 struct PreparedBody {
     std::string html;
     std::size_t remoteReferences = 0;  // blocked ones when remote content is not allowed
+};
+
+// A message's body read for showing. The parse happens once, in the
+// constructor (any thread, typically the card's operation queue); every form
+// prepare() makes afterwards works on a copy of the parsed document, so the
+// toggles (remote content, plain text) never parse again.
+class MessageBody {
+public:
+    MessageBody() = default;
+    explicit MessageBody(const MessageContent& content);
+
+    PreparedBody prepare(const BodyOptions& options) const;
+    // zv::plainText of the HTML body, else the plain body.
+    const std::string& plainText() const { return plainText_; }
+
+private:
+    zv::html::Ref<zv::html::HTMLDocument> inlined_;  // head CSS inlined and purged; null without an HTML body
+    // The document as parsed, kept only when it has dark styles of its own:
+    // the dark style shows it so, its style sheets in place.
+    zv::html::Ref<zv::html::HTMLDocument> ownDark_;
+    std::string plainText_;
 };
 
 PreparedBody prepareMessageBody(const MessageContent& content, const BodyOptions& options);
