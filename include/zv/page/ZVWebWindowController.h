@@ -37,8 +37,8 @@
 // that asks for a new window (target=_blank, window.open) is decided the
 // same way; one that may stay opens in this window, which has no second
 // view to give it. On a page loaded over http, a link to one of its own
-// anchors counts as leaving it, since the URLs differ. Every response is
-// shown, never downloaded: what the view cannot show fails to load.
+// anchors counts as leaving it, since the URLs differ. Every response that
+// arrives is given to the view to show, never turned into a download.
 //
 // Sizing: GTK 4 leaves placing a window to the window manager, so a window
 // cannot be centred on its old centre nor moved at all. What is kept: the
