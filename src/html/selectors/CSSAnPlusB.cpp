@@ -1,6 +1,6 @@
 #include "CSSAnPlusB.h"
 
-#include "../ASCIIText.h"
+#include "ASCIIText.h"
 
 #include <climits>
 

@@ -1,6 +1,6 @@
 #include "CSSSelectorMatcher.h"
 
-#include "../ASCIIText.h"
+#include "ASCIIText.h"
 #include "../HTMLElementStates.h"
 
 #include <zv/html/HTMLCharacterData.h>

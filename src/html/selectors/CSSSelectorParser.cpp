@@ -1,6 +1,6 @@
 #include "CSSSelectorParser.h"
 
-#include "../ASCIIText.h"
+#include "ASCIIText.h"
 #include "CSSAnPlusB.h"
 #include "CSSSelectorTokenizer.h"
 

@@ -1,6 +1,6 @@
 #include "CSSSelectorTokenizer.h"
 
-#include "../ASCIIText.h"
+#include "ASCIIText.h"
 #include "../UTF8.h"
 
 #include <climits>
