@@ -5,6 +5,7 @@
 #include <zv/html/HTMLElement.h>
 #include <zv/html/HTMLEntities.h>
 #include <zv/html/HTMLParser.h>
+#include <zv/reading/SafeMessageView.h>
 #include <zv/text/PlainText.h>
 
 #include <sstream>
@@ -14,12 +15,6 @@ namespace zvwk::viewer {
 namespace {
 
 using zv::html::HTMLElement;
-
-std::string contentSecurityPolicy(bool allowRemote) {
-    std::string remote = allowRemote ? " wren-http: wren-https:" : "";
-    return "default-src 'none'; img-src cid: data: wren-symbol:" + remote +
-           "; style-src 'unsafe-inline'; font-src cid: data:; media-src cid: data:" + remote;
-}
 
 // The view is as tall as its content, so the page itself never scrolls.
 const char* kHTMLBodyStyle =
@@ -48,82 +43,6 @@ std::string textBodyStyle(bool dark) {
            ".text{white-space:pre-wrap;overflow-wrap:anywhere;margin:0}";
 }
 
-bool isRemote(std::string_view url) {
-    size_t start = url.find_first_not_of(" \t\r\n");
-    if (start == std::string_view::npos) return false;
-    url.remove_prefix(start);
-    auto prefixed = [&](std::string_view scheme) {
-        return url.size() >= scheme.size() &&
-               std::equal(scheme.begin(), scheme.end(), url.begin(),
-                          [](char a, char b) { return a == std::tolower(static_cast<unsigned char>(b)); });
-    };
-    return prefixed("http://") || prefixed("https://") || prefixed("//");
-}
-
-// Counts (and, when `rewrite`, rewrites) remote URLs inside `text`, found
-// after `marker`s ("url(" in styles, "" for a srcset's list).
-size_t rewriteRemoteURLs(std::string& text, bool rewrite, bool inStyle) {
-    size_t count = 0;
-    std::string out;
-    size_t i = 0;
-    while (i < text.size()) {
-        size_t at = std::string::npos;
-        if (inStyle) {
-            size_t open = text.find("url(", i);
-            if (open != std::string::npos) {
-                at = open + 4;
-                while (at < text.size() && (text[at] == ' ' || text[at] == '"' || text[at] == '\'')) ++at;
-            }
-        } else {
-            // A srcset: URLs start the list and follow each comma.
-            at = i == 0 ? text.find_first_not_of(" \t\r\n") : text.find(',', i);
-            if (at != std::string::npos && i != 0) at = text.find_first_not_of(" \t\r\n", at + 1);
-        }
-        if (at == std::string::npos || at >= text.size()) break;
-        out.append(text, i, at - i);
-        if (isRemote(std::string_view(text).substr(at))) {
-            ++count;
-            if (rewrite) out += text.compare(at, 2, "//") == 0 ? "wren-https:" : "wren-";
-        }
-        i = at;
-        size_t step = text.find_first_of(inStyle ? ")" : ",", at);
-        size_t end = step == std::string::npos ? text.size() : step;
-        out.append(text, i, end - i);
-        i = end;
-    }
-    out.append(text, std::min(i, text.size()), std::string::npos);
-    if (rewrite) text = std::move(out);
-    return count;
-}
-
-size_t rewriteRemoteReferences(HTMLElement& root, bool rewrite) {
-    size_t count = 0;
-    for (HTMLElement* element : root.querySelectorAll("*")) {
-        for (const char* name : {"src", "background", "poster", "data"}) {
-            const std::string* value = element->attribute(name);
-            if (!value || !isRemote(*value)) continue;
-            ++count;
-            if (!rewrite) continue;
-            std::string url = *value;
-            url.erase(0, url.find_first_not_of(" \t\r\n"));
-            element->setAttribute(name, (url.starts_with("//") ? "wren-https:" : "wren-") + url);
-        }
-        for (const char* name : {"srcset", "style"}) {
-            const std::string* value = element->attribute(name);
-            if (!value) continue;
-            std::string text = *value;
-            count += rewriteRemoteURLs(text, rewrite, std::string_view(name) == "style");
-            if (rewrite) element->setAttribute(name, text);
-        }
-    }
-    return count;
-}
-
-void removeAll(HTMLElement& root, const char* selector) {
-    for (HTMLElement* element : root.querySelectorAll(selector))
-        if (auto* parent = element->parentNode()) parent->removeChildNode(element);
-}
-
 void prependHead(zv::html::HTMLDocument& document, const std::string& markup) {
     HTMLElement* head = document.head();
     if (!head) return;
@@ -138,7 +57,7 @@ std::string escaped(std::string_view text) { return zv::html::stringByEncodingHT
 std::string textDocument(const std::string& text, const BodyOptions& options) {
     std::ostringstream out;
     out << "<!DOCTYPE html><html><head><meta http-equiv=\"Content-Security-Policy\" content=\""
-        << contentSecurityPolicy(false) << "\"><meta charset=\"utf-8\"><style>" << textBodyStyle(options.dark)
+        << zv::safeViewContentSecurityPolicy(false) << "\"><meta charset=\"utf-8\"><style>" << textBodyStyle(options.dark)
         << "</style></head><body><div class=\"text\">";
     std::istringstream lines(text);
     std::string line;
@@ -173,13 +92,10 @@ PreparedBody prepareMessageBody(const MessageContent& content, const BodyOptions
     zv::applyHeadCSSToContentAndPurge(*document, true, {}, {});
     HTMLElement* root = document->documentElement();
     if (!root) return {textDocument("", options), 0};
-    removeAll(*root, "link, base, meta[http-equiv]");
-    PreparedBody body;
-    body.remoteReferences = rewriteRemoteReferences(*root, options.allowRemoteContent);
     const char* style = options.dark && !choosesColours(*root) ? kDarkHTMLBodyStyle : kHTMLBodyStyle;
-    prependHead(*document, "<meta http-equiv=\"Content-Security-Policy\" content=\"" +
-                               contentSecurityPolicy(options.allowRemoteContent) + "\"><style>" + style +
-                               "</style>");
+    prependHead(*document, std::string("<style>") + style + "</style>");
+    PreparedBody body;
+    body.remoteReferences = zv::prepareDocumentForSafeView(*document, {options.allowRemoteContent}).remoteReferences();
     body.html = "<!DOCTYPE html>" + root->outerHTML();
     return body;
 }

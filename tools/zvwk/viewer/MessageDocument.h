@@ -1,16 +1,8 @@
 // The document a message view loads, made safe and ready to show.
 //
 // An HTML body is parsed with zvhtml, its head CSS inlined and purged
-// (applyHeadCSSToContentAndPurge), and then:
-// - <link>, <base> and <meta http-equiv> elements go: they would fetch,
-//   redirect or relax what follows;
-// - a content security policy goes first in the head: no scripts, frames,
-//   objects or fetches; images only from "cid", "data" and "wren-symbol",
-//   and from "wren-http"/"wren-https" when remote content is allowed;
-// - every remote reference (src, srcset, background, poster, url() in a
-//   style) is counted, and when remote content is allowed rewritten to the
-//   "wren-" schemes, so it is fetched through the scheme handler and the
-//   URL cache, never by the engine itself.
+// (applyHeadCSSToContentAndPurge), given the viewer's page style and made
+// safe by zv::prepareDocumentForSafeView, which counts its remote references.
 // A plain-text body, or either body shown as text, becomes a document of
 // its own with quoted lines set off.
 #pragma once

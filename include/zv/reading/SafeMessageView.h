@@ -1,0 +1,52 @@
+// Preparing a message's parsed document for a safe message view.
+//
+// A safe view runs none of the message's scripts and lets the engine fetch
+// nothing by itself. This does the document's share of that, in place:
+// - <link>, <base> and <meta http-equiv> elements go: they would fetch,
+//   redirect or relax what follows;
+// - ping attributes go: they report clicks to the sender;
+// - every remote reference (http:, https: and protocol-relative "//" URLs in
+//   src, lowsrc, dynsrc, background, poster, data, SVG href and xlink:href,
+//   each URL of srcset and imagesrcset, url(), image-set() and @import in
+//   style attributes and <style> elements) is counted and rewritten: to the
+//   internal schemes (ZVWebViewInternalHTTPSchemeKey, …HTTPS…) when remote
+//   content is allowed, so it is fetched through the scheme handler and the
+//   URL cache, else to the exclusion schemes, which the handler always
+//   refuses;
+// - a content security policy goes first in the head: no scripts, frames,
+//   objects or fetches; images and media only from "cid", "data" and the
+//   symbol scheme, and from the internal HTTP schemes when remote content is
+//   allowed.
+// Links (<a href>) are left as they are: following one is the host's
+// decision. Work is linear in the document's size, whatever its attributes
+// hold.
+#pragma once
+
+#include <zv/Export.h>
+
+#include <zv/html/HTMLDocument.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace zv {
+
+struct SafeViewOptions {
+    bool allowRemoteContent = false;
+};
+
+struct SafeViewReport {
+    // Remote references found, in document order (attribute values, then
+    // style text), as written in the message with white space trimmed.
+    std::vector<std::string> remoteURLs;
+    std::size_t remoteReferences() const { return remoteURLs.size(); }
+};
+
+ZV_EXPORT SafeViewReport prepareDocumentForSafeView(html::HTMLDocument& document, const SafeViewOptions& options);
+
+// The policy prepareDocumentForSafeView puts in the head, for hosts that build
+// documents of their own (a text body shown as HTML).
+ZV_EXPORT std::string safeViewContentSecurityPolicy(bool allowRemoteContent);
+
+}  // namespace zv

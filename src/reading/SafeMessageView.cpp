@@ -1,0 +1,172 @@
+#include <zv/reading/SafeMessageView.h>
+
+#include "CSSURLLocator.h"
+#include "SrcsetParsing.h"
+
+#include <zv/html/HTMLElement.h>
+#include <zv/scheme/SchemeKeys.h>
+
+#include <optional>
+#include <string_view>
+
+namespace zv {
+
+namespace {
+
+using html::HTMLElement;
+using reading::TextRange;
+
+bool hasPrefixIgnoringCase(std::string_view text, std::string_view lowerPrefix) {
+    if (text.size() < lowerPrefix.size()) return false;
+    for (std::size_t i = 0; i < lowerPrefix.size(); ++i) {
+        char c = text[i];
+        if (c >= 'A' && c <= 'Z') c = char(c - 'A' + 'a');
+        if (c != lowerPrefix[i]) return false;
+    }
+    return true;
+}
+
+// The URL as the engine's URL parser would read it: C0 controls and spaces
+// trimmed at both ends, tabs and line feeds dropped anywhere ("ht\ttps:" is
+// "https:").
+std::string parsedForm(std::string_view url) {
+    std::size_t start = 0, end = url.size();
+    while (start < end && static_cast<unsigned char>(url[start]) <= 0x20) ++start;
+    while (end > start && static_cast<unsigned char>(url[end - 1]) <= 0x20) --end;
+    std::string out;
+    out.reserve(end - start);
+    for (char c : url.substr(start, end - start))
+        if (c != '\t' && c != '\n' && c != '\r') out += c;
+    return out;
+}
+
+class Rewriter {
+public:
+    explicit Rewriter(bool allowRemote) : allowRemote_(allowRemote) {}
+
+    SafeViewReport report;
+
+    // The rewritten form of a remote URL, nothing for any other.
+    std::optional<std::string> rewritten(std::string_view written) {
+        std::string url = parsedForm(written);
+        std::string_view httpKey = allowRemote_ ? ZVWebViewInternalHTTPSchemeKey : ZVWebViewExclusionHTTPSchemeKey;
+        std::string_view httpsKey = allowRemote_ ? ZVWebViewInternalHTTPSSchemeKey : ZVWebViewExclusionHTTPSSchemeKey;
+        std::optional<std::string> out;
+        if (hasPrefixIgnoringCase(url, "https:")) out = std::string(httpsKey) + url.substr(5);
+        else if (hasPrefixIgnoringCase(url, "http:")) out = std::string(httpKey) + url.substr(4);
+        else if (url.starts_with("//")) out = std::string(httpsKey) + ":" + url;
+        if (out) report.remoteURLs.push_back(std::move(url));
+        return out;
+    }
+
+    // `text` with every remote URL among `ranges` rewritten; nothing when none was.
+    std::optional<std::string> rewrittenRanges(std::string_view text, const std::vector<TextRange>& ranges) {
+        std::string out;
+        std::size_t copied = 0;
+        bool changed = false;
+        for (const TextRange& range : ranges) {
+            auto url = rewritten(text.substr(range.start, range.length));
+            if (!url) continue;
+            out.append(text, copied, range.start - copied);
+            out += *url;
+            copied = range.start + range.length;
+            changed = true;
+        }
+        if (!changed) return std::nullopt;
+        out.append(text, copied);
+        return out;
+    }
+
+private:
+    bool allowRemote_;
+};
+
+enum class AttributeKind { Other, URL, Srcset, Style, Ping };
+
+AttributeKind kindOf(const HTMLElement& element, const html::HTMLAttribute& attribute) {
+    std::string_view name = attribute.name;
+    if (attribute.ns == html::AttributeNamespace::XLink)
+        return name == "href" && element.localName() != "a" ? AttributeKind::URL : AttributeKind::Other;
+    if (attribute.ns != html::AttributeNamespace::None) return AttributeKind::Other;
+    if (name == "src" || name == "lowsrc" || name == "dynsrc" || name == "background" || name == "poster" ||
+        name == "data")
+        return AttributeKind::URL;
+    // An SVG image, use or pattern fetches its href; an <a> anywhere only links.
+    if (name == "href" && element.htmlNamespace() == html::Namespace::SVG && element.localName() != "a")
+        return AttributeKind::URL;
+    if (name == "srcset" || name == "imagesrcset") return AttributeKind::Srcset;
+    if (name == "style") return AttributeKind::Style;
+    if (name == "ping") return AttributeKind::Ping;
+    return AttributeKind::Other;
+}
+
+void rewriteAttributes(HTMLElement& element, Rewriter& rewriter) {
+    // Copied: rewriting changes the element's attributes as it goes.
+    std::vector<html::HTMLAttribute> attributes = element.attributes();
+    for (const html::HTMLAttribute& attribute : attributes) {
+        std::optional<std::string> value;
+        switch (kindOf(element, attribute)) {
+        case AttributeKind::Other: continue;
+        case AttributeKind::Ping: element.removeAttribute(attribute.qualifiedName()); continue;
+        case AttributeKind::URL: value = rewriter.rewritten(attribute.value); break;
+        case AttributeKind::Srcset:
+            value = rewriter.rewrittenRanges(attribute.value, reading::srcsetURLRanges(attribute.value));
+            break;
+        case AttributeKind::Style:
+            value = rewriter.rewrittenRanges(attribute.value, reading::cssURLRanges(attribute.value));
+            break;
+        }
+        if (value) element.setAttribute(attribute.qualifiedName(), *value);
+    }
+}
+
+void rewriteStyleSheet(HTMLElement& style, Rewriter& rewriter) {
+    std::string css = style.textContent();
+    if (auto value = rewriter.rewrittenRanges(css, reading::cssURLRanges(css))) style.setTextContent(*value);
+}
+
+bool fetchesOrRedirects(const HTMLElement& element) {
+    if (element.htmlNamespace() != html::Namespace::HTML) return false;
+    std::string_view name = element.localName();
+    return name == "link" || name == "base" || (name == "meta" && element.hasAttribute("http-equiv"));
+}
+
+void insertPolicy(html::HTMLDocument& document, bool allowRemote) {
+    HTMLElement* head = document.head();
+    if (!head) return;
+    auto meta = HTMLElement::create("meta");
+    meta->setAttribute("http-equiv", "Content-Security-Policy");
+    meta->setAttribute("content", safeViewContentSecurityPolicy(allowRemote));
+    head->insertNode(html::Ref<html::HTMLNode>(meta.get()), head->firstChild());
+}
+
+}  // namespace
+
+std::string safeViewContentSecurityPolicy(bool allowRemoteContent) {
+    std::string remote;
+    if (allowRemoteContent)
+        remote = std::string(" ") + ZVWebViewInternalHTTPSchemeKey + ": " + ZVWebViewInternalHTTPSSchemeKey + ":";
+    return std::string("default-src 'none'; img-src ") + ZVWebViewContentIdSchemeKey + ": data: " +
+           ZVWebViewInternalSymbolSchemeKey + ":" + remote + "; style-src 'unsafe-inline'; font-src " +
+           ZVWebViewContentIdSchemeKey + ": data:; media-src " + ZVWebViewContentIdSchemeKey + ": data:" + remote;
+}
+
+SafeViewReport prepareDocumentForSafeView(html::HTMLDocument& document, const SafeViewOptions& options) {
+    HTMLElement* root = document.documentElement();
+    if (!root) return {};
+    Rewriter rewriter(options.allowRemoteContent);
+    std::vector<HTMLElement*> removed;
+    for (HTMLElement* element : root->querySelectorAll("*")) {
+        if (fetchesOrRedirects(*element)) {
+            removed.push_back(element);
+            continue;
+        }
+        rewriteAttributes(*element, rewriter);
+        if (element->localName() == "style") rewriteStyleSheet(*element, rewriter);
+    }
+    for (HTMLElement* element : removed) element->parentNode()->removeChildNode(element);
+    insertPolicy(document, options.allowRemoteContent);
+    return std::move(rewriter.report);
+}
+
+}  // namespace zv

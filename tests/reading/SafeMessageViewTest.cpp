@@ -1,0 +1,120 @@
+#include <zv/html/HTMLParser.h>
+#include <zv/reading/SafeMessageView.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+
+namespace {
+
+using zv::html::HTMLParser;
+
+struct Prepared {
+    std::string html;
+    std::vector<std::string> remoteURLs;
+};
+
+Prepared prepare(const std::string& body, bool allowRemote = false) {
+    auto document = HTMLParser("<!DOCTYPE html><html><head></head><body>" + body).parseDocument();
+    zv::SafeViewReport report = zv::prepareDocumentForSafeView(*document, {allowRemote});
+    return {document->body()->innerHTML(), report.remoteURLs};
+}
+
+using URLs = std::vector<std::string>;
+
+// Each row: a body, the remote URLs found in it (in the parsed form), and the
+// body after rewriting with remote content allowed.
+struct Case {
+    const char* body;
+    URLs remote;
+    const char* allowed;
+};
+
+TEST(SafeMessageView, RemoteReferencesFoundWhereverTheyFetch) {
+    const Case cases[] = {
+        {"<img srcset=\",,,,,https://x.example/a\">", {"https://x.example/a"},
+         "<img srcset=\",,,,,wren-https://x.example/a\">"},
+        {"<img srcset=\"a.png 1x, https://x.example/b.png 2x\">", {"https://x.example/b.png"},
+         "<img srcset=\"a.png 1x, wren-https://x.example/b.png 2x\">"},
+        // No space after the comma: one URL, as browsers read it.
+        {"<img srcset=\"http://x.example/a.png,http://x.example/b.png\">", {"http://x.example/a.png,http://x.example/b.png"},
+         "<img srcset=\"wren-http://x.example/a.png,http://x.example/b.png\">"},
+        {"<img srcset=\"data:image/png;base64,AA 1x,https://x.example/c.png (2x, 3x), //x.example/d.png\">",
+         {"https://x.example/c.png", "//x.example/d.png"},
+         "<img srcset=\"data:image/png;base64,AA 1x,wren-https://x.example/c.png (2x, 3x), wren-https://x.example/d.png\">"},
+        {"<picture><source imagesrcset=\"https://x.example/e.png,,\"></picture>", {"https://x.example/e.png"},
+         "<picture><source imagesrcset=\"wren-https://x.example/e.png,,\"></picture>"},
+        {"<div style=\"background:URL( 'https://x.example/f.png' ); content:'https://x.example/text'\">t</div>",
+         {"https://x.example/f.png"},
+         "<div style=\"background:URL( 'wren-https://x.example/f.png' ); content:'https://x.example/text'\">t</div>"},
+        {"<p style=\"background-image:-webkit-image-set('http://x.example/g.png' 1x, url(//x.example/h.png) 2x)"
+         "/* url(https://x.example/comment) */\">t</p>",
+         {"http://x.example/g.png", "//x.example/h.png"},
+         "<p style=\"background-image:-webkit-image-set('wren-http://x.example/g.png' 1x, "
+         "url(wren-https://x.example/h.png) 2x)/* url(https://x.example/comment) */\">t</p>"},
+        {"<style>@import \"https://x.example/i.css\"; p { background: url(http://x.example/j.png) }</style>",
+         {"https://x.example/i.css", "http://x.example/j.png"},
+         "<style>@import \"wren-https://x.example/i.css\"; p { background: url(wren-http://x.example/j.png) }</style>"},
+        // The URL parser drops tabs and line feeds, so this is https.
+        {"<img src=\" ht&#9;tps://x.example/k.png\">", {"https://x.example/k.png"},
+         "<img src=\"wren-https://x.example/k.png\">"},
+        {"<svg><image href=\"https://x.example/l.png\"></image><use xlink:href=\"HTTP://x.example/m.svg#a\"></use>"
+         "<a href=\"https://x.example/n\">n</a></svg>",
+         {"https://x.example/l.png", "HTTP://x.example/m.svg#a"},
+         "<svg><image href=\"wren-https://x.example/l.png\"></image><use xlink:href=\"wren-http://x.example/m.svg#a\">"
+         "</use><a href=\"https://x.example/n\">n</a></svg>"},
+        {"<table background=\"https://x.example/o.png\"><tbody><tr><td>c</td></tr></tbody></table>"
+         "<video poster=\"http://x.example/p.png\"></video><object data=\"//x.example/q\"></object>",
+         {"https://x.example/o.png", "http://x.example/p.png", "//x.example/q"},
+         "<table background=\"wren-https://x.example/o.png\"><tbody><tr><td>c</td></tr></tbody></table>"
+         "<video poster=\"wren-http://x.example/p.png\"></video><object data=\"wren-https://x.example/q\"></object>"},
+        // Links stay, pings and everything that fetches or redirects by itself go.
+        {"<a href=\"https://x.example/r\" ping=\"https://x.example/track\">r</a><link rel=stylesheet href=\"https://x.example/s.css\">"
+         "<base href=\"https://x.example/\"><meta http-equiv=refresh content=\"0;url=https://x.example/\"><img src=\"cid:t@u\">",
+         {},
+         "<a href=\"https://x.example/r\">r</a><img src=\"cid:t@u\">"},
+    };
+    for (const Case& c : cases) {
+        Prepared allowed = prepare(c.body, true);
+        EXPECT_EQ(allowed.remoteURLs, c.remote) << c.body;
+        EXPECT_EQ(allowed.html, c.allowed) << c.body;
+        Prepared blocked = prepare(c.body, false);
+        EXPECT_EQ(blocked.remoteURLs, c.remote) << c.body;
+        EXPECT_EQ(blocked.html.find("wren-http"), std::string::npos) << c.body;
+        size_t excluded = 0;
+        for (size_t at = blocked.html.find("wren-exclude-http"); at != std::string::npos;
+             at = blocked.html.find("wren-exclude-http", at + 1))
+            ++excluded;
+        EXPECT_EQ(excluded, c.remote.size()) << "blocked ones point at the refused schemes: " << blocked.html;
+    }
+}
+
+TEST(SafeMessageView, PolicyComesFirstAndAllowsRemoteOnlyWhenAsked) {
+    for (bool allow : {false, true}) {
+        auto document = HTMLParser("<head><title>t</title></head><p>x").parseDocument();
+        zv::prepareDocumentForSafeView(*document, {allow});
+        std::string head = document->head()->innerHTML();
+        std::string expected = "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; img-src cid: data: wren-symbol:" +
+                               std::string(allow ? " wren-http: wren-https:" : "") +
+                               "; style-src 'unsafe-inline'; font-src cid: data:; media-src cid: data:" +
+                               std::string(allow ? " wren-http: wren-https:" : "") + "\"><title>t</title>";
+        EXPECT_EQ(head, expected);
+    }
+}
+
+// A stranger writes these attributes: each must cost one pass, so a message
+// of them is ready long before the bound below.
+TEST(SafeMessageView, HostileAttributesFinish) {
+    std::string commas(1 << 20, ',');
+    std::string opens;
+    for (int i = 0; i < 100000; ++i) opens += "url(image-set(\"";
+    std::string parens(1 << 20, '(');
+    std::string body = "<img srcset=\"" + commas + "https://x.example/a\"><img srcset=\"https://x.example/b " + parens +
+                       "\"><p style='" + opens + "'>t</p><style>" + opens + "</style>";
+    auto done = std::async(std::launch::async, [&] { return prepare(body, true).remoteURLs.size(); });
+    ASSERT_EQ(done.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "preparation stalled";
+    EXPECT_EQ(done.get(), 2u);
+}
+
+}  // namespace
