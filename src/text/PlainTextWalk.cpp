@@ -27,7 +27,8 @@
 // serializer leaves out, and characters the parser's input stream changes
 // (NUL, CR, malformed UTF-8).
 #include "ASCIIText.h"
-#include "PlainTextPipeline.h"
+#include "PlainTextPasses.h"
+#include "PlainTextWalk.h"
 
 #include <zv/foundation/Strings.h>
 #include <zv/html/HTMLCharacterData.h>
