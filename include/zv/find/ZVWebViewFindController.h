@@ -38,7 +38,7 @@
 #include <zv/find/FindStepping.h>
 #include <zv/find/ZVWKConversation.h>
 #include <zv/foundation/Value.h>
-#include <zv/webview/GObjectRef.h>
+#include <zv/foundation/GObjectRef.h>
 
 #include <gtk/gtk.h>
 
