@@ -1,7 +1,5 @@
 #include "DarkAdaptationCSS.h"
 
-#include <zv/text/HTMLColorNames.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
