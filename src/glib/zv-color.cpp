@@ -1,6 +1,6 @@
 #include "zv-private.h"
 
-#include <zv/text/HTMLColorNames.h>
+#include <zv/foundation/Color.h>
 
 #include <cmath>
 
