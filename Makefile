@@ -7,7 +7,7 @@ ZVWK = $(BUILD)/zvwk
 # Lets checkouts side by side share ccache's objects (paths become relative).
 export CCACHE_BASEDIR ?= $(abspath $(CURDIR)/..)
 
-.PHONY: run test deps configure build fuzz fuzz-build fuzz-all bench asan clean
+.PHONY: run test deps configure build fuzz fuzz-build fuzz-all reliability bench asan clean
 
 # Only what the demonstration runs: the zvwk target, not the tests and
 # benchmarks a full build adds.
@@ -54,6 +54,12 @@ fuzz: fuzz-build
 
 fuzz-all: fuzz-build
 	@for t in $(FUZZ_TARGETS); do $(MAKE) --no-print-directory fuzz FUZZ_TARGET=$$t || exit 1; done
+
+# What CI runs after the tests: the sanitizer build's tests, then a minute of
+# each fuzz target.
+reliability:
+	$(MAKE) asan
+	$(MAKE) fuzz-all FUZZ_SECONDS=60
 
 bench: build
 	scripts/run-benchmarks $(BUILD)
