@@ -37,7 +37,7 @@ asan:
 # corpus in build-fuzz (e.g. FUZZ_SEEDS="samples /path/to/mail").
 # fuzz-all runs every target in turn.
 FUZZ_TARGETS = fuzz_parser fuzz_plaintext fuzz_snippet fuzz_selector fuzz_headcss fuzz_strings \
-	fuzz_url fuzz_safeview fuzz_script_messages
+	fuzz_url fuzz_safeview fuzz_script_messages fuzz_mail
 FUZZ_SECONDS ?= 600
 FUZZ_TARGET ?= fuzz_parser
 FUZZ_SEEDS ?= samples
