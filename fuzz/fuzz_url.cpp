@@ -5,7 +5,9 @@
 // against a base must not fault. Every input is also handed to a scheme
 // handler with the built-in routines as a load: it must be answered exactly
 // once, within a bound. The remote schemes are served by a routine that
-// answers at once, so no run reaches the network.
+// answers at once, so no run reaches the network. Routing draws symbols
+// (hundreds of milliseconds a load), so only inputs whose last byte has its
+// two low bits set are routed: URL parsing gets the runs it needs.
 #include <zv/foundation/MainThread.h>
 #include <zv/foundation/URL.h>
 #include <zv/scheme/SchemeKeys.h>
@@ -92,6 +94,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     checkURL(text);
-    checkRouting(text);
+    if (size > 0 && (data[size - 1] & 3) == 3) checkRouting(text);
     return 0;
 }
