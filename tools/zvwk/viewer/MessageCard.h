@@ -1,23 +1,19 @@
 // One message of a conversation: a card with the message's headers, its
 // attachments and its body in a safe ZVWebView of its own.
 //
-// The body view:
-// - runs none of the message's scripts (JavaScript markup off) while the
-//   viewer's own user scripts still run; one of them reports the content's
-//   height, and the view is sized to it, so the conversation scrolls as one
-//   page (wheel events over a view scroll the conversation);
-// - navigates nowhere: a clicked link opens in the system's browser;
-// - fetches nothing from the network: remote references are blocked (see
-//   MessageDocument.h) until "Show remote content" on the card's bar loads
-//   them through the "wren-http"/"wren-https" schemes and the URL cache;
-// - shows "cid:" parts from the message through its scheme handler's
-//   message resources.
+// The body view (MessageBodyView.h) is sized to its content's height, so the
+// conversation scrolls as one page (wheel events over a view scroll the
+// conversation). It fetches nothing from the network: remote references are
+// blocked (see MessageDocument.h) until "Show remote content" on the card's
+// bar loads them through the "wren-http"/"wren-https" schemes and the URL
+// cache.
 // A collapsed card shows its preview line and makes no view until it is
 // expanded. A message that cannot be read shows an error card instead.
 //
-// The message is read and its body prepared on an operation queue
-// (readContent), so a large message never holds up the window; the card
-// shows its headers at once and the rest when that is done.
+// The message is read, its body parsed and prepared and its preview made on
+// an operation queue (readContent), so a large message never holds up the
+// window; the card shows its headers at once and the rest when that is done.
+// The toggles re-prepare from that parse (MessageBody) without parsing again.
 #pragma once
 
 #include "MailMessage.h"
@@ -90,7 +86,14 @@ public:
 private:
     MessageCard(const MessageSummary& summary, const CardStyle& style);
     void build();
-    void contentReady(MessageContent content, PreparedBody body);
+    // What readContent hands to the main thread.
+    struct ReadContent {
+        MessageContent content;
+        MessageBody body;
+        PreparedBody prepared;
+        std::string preview;
+    };
+    void contentReady(ReadContent read);
     void finishBodyLoad();
     GtkWidget* buildHeader();
     GtkWidget* buildRemoteBar();
@@ -102,13 +105,12 @@ private:
     void updateExpansion();
 
     static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self);
-    static gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type,
-                                   gpointer self);
     static void onHeightMessage(WebKitUserContentManager*, JSCValue* value, gpointer self);
     static gboolean onScroll(GtkEventControllerScroll* controller, double dx, double dy, gpointer self);
 
     MessageSummary summary_;
     MessageContent content_;
+    MessageBody body_;
     std::string preview_;
     std::string preparedHTML_;
     CardStyle style_;

@@ -1,6 +1,7 @@
 // The document a message view loads, made safe and ready to show.
 //
-// An HTML body is parsed with zvhtml, its head CSS inlined and purged
+// An HTML body is parsed once with zvhtml (MessageBody, on any thread): its
+// plain text is taken from that parse, then its head CSS inlined and purged
 // (applyHeadCSSToContentAndPurge), given the viewer's page style and made
 // safe by zv::prepareDocumentForSafeView, which counts its remote references.
 // A plain-text body, or either body shown as text, becomes a document of
@@ -8,6 +9,8 @@
 #pragma once
 
 #include "MailMessage.h"
+
+#include <zv/html/HTMLDocument.h>
 
 #include <cstddef>
 #include <string>
@@ -23,6 +26,24 @@ struct BodyOptions {
 struct PreparedBody {
     std::string html;
     std::size_t remoteReferences = 0;  // blocked ones when remote content is not allowed
+};
+
+// A message's body read for showing. The parse happens once, in the
+// constructor (any thread, typically the card's operation queue); every form
+// prepare() makes afterwards works on a copy of the parsed document, so the
+// toggles (remote content, plain text) never parse again.
+class MessageBody {
+public:
+    MessageBody() = default;
+    explicit MessageBody(const MessageContent& content);
+
+    PreparedBody prepare(const BodyOptions& options) const;
+    // zv::plainText of the HTML body, else the plain body.
+    const std::string& plainText() const { return plainText_; }
+
+private:
+    zv::html::Ref<zv::html::HTMLDocument> inlined_;  // head CSS inlined and purged; null without an HTML body
+    std::string plainText_;
 };
 
 PreparedBody prepareMessageBody(const MessageContent& content, const BodyOptions& options);
