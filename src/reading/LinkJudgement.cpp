@@ -187,10 +187,63 @@ std::optional<std::string> hostInText(std::string_view text) {
     if (isNumericHost(ascii)) return ascii;
     if (!psl_is_public_suffix2(publicSuffixes(), ascii.substr(lastDot + 1).c_str(), PSL_TYPE_ICANN | PSL_TYPE_NO_STAR_RULE))
         return std::nullopt;
+    // A name needs a letter before its suffix: "1.2.zip" is a file, not a host.
+    std::string name = registrableDomain(ascii);
+    std::string_view label = std::string_view(name).substr(0, name.find('.'));
+    if (std::none_of(label.begin(), label.end(), [](char c) { return std::isalpha(static_cast<unsigned char>(c)); }))
+        return std::nullopt;
     return ascii;
 }
 
 constexpr std::array kExpectedSchemes = {"http", "https", "mailto", "tel"};
+
+std::string percentDecoded(std::string_view text) {
+    char* decoded = g_uri_unescape_string(std::string(text).c_str(), nullptr);
+    std::string out = decoded ? decoded : std::string(text);
+    g_free(decoded);
+    return out;
+}
+
+std::optional<std::string> queryValue(std::string_view href, std::string_view name) {
+    std::size_t query = href.find('?');
+    while (query != std::string_view::npos) {
+        std::size_t start = query + 1;
+        std::size_t end = std::min(href.find_first_of("&#", start), href.size());
+        std::string_view pair = href.substr(start, end - start);
+        if (pair.size() > name.size() && pair.starts_with(name) && pair[name.size()] == '=')
+            return std::string(pair.substr(name.size() + 1));
+        query = end < href.size() && href[end] == '&' ? end : std::string_view::npos;
+    }
+    return std::nullopt;
+}
+
+// The address a mail security gateway wrapped, for links the reader's own
+// organisation rewrote on delivery (Microsoft Safe Links, Proofpoint URL
+// Defense, Symantec Click-time, Barracuda Link Protection); nothing for
+// other links.
+std::optional<std::string> unwrappedGatewayLink(std::string_view href, const std::string& host) {
+    std::optional<std::string> value;
+    if (host.ends_with(".safelinks.protection.outlook.com")) value = queryValue(href, "url");
+    else if (host == "clicktime.symantec.com" || host == "protect2.fireeye.com") value = queryValue(href, "u");
+    else if (host == "linkprotect.cudasvc.com") value = queryValue(href, "a");
+    else if (host == "urldefense.proofpoint.com" && href.find("/v2/url") != std::string_view::npos) {
+        // Version 2 writes "%" as "-" and "/" as "_".
+        value = queryValue(href, "u");
+        if (value) {
+            std::replace(value->begin(), value->end(), '-', '%');
+            std::replace(value->begin(), value->end(), '_', '/');
+        }
+    } else if (host == "urldefense.proofpoint.com") value = queryValue(href, "u");
+    else if (host == "urldefense.com") {
+        std::size_t start = href.find("/v3/__");
+        std::size_t end = start == std::string_view::npos ? start : href.find("__;", start + 6);
+        if (end != std::string_view::npos) return std::string(href.substr(start + 6, end - start - 6));
+    }
+    if (!value) return std::nullopt;
+    return percentDecoded(*value);
+}
+
+std::optional<std::string> judged(std::string_view visibleText, std::string_view href, bool unwrap);
 
 }  // namespace
 
@@ -202,6 +255,12 @@ std::string registrableDomain(std::string_view host) {
 }
 
 std::optional<std::string> linkWarning(std::string_view visibleText, std::string_view href) {
+    return judged(visibleText, href, true);
+}
+
+namespace {
+
+std::optional<std::string> judged(std::string_view visibleText, std::string_view href, bool unwrap) {
     auto address = parsedAddress(trimmed(href));
     if (!address) return std::nullopt;
     if (std::find(kExpectedSchemes.begin(), kExpectedSchemes.end(), address->scheme) == kExpectedSchemes.end())
@@ -209,8 +268,11 @@ std::optional<std::string> linkWarning(std::string_view visibleText, std::string
     if (address->scheme != "http" && address->scheme != "https") return std::nullopt;
     if (!address->userInfo.empty()) return "user name \"" + address->userInfo + "\" before the host " + address->host;
     if (address->host.empty()) return "no host";
-    if (isNumericHost(address->host)) return "numeric host " + address->host;
+    // A numeric host is fine when the text shows that very host.
+    if (isNumericHost(address->host) && hostInText(visibleText) != address->host) return "numeric host " + address->host;
     if (auto reason = spoofingReason(address->host)) return reason;
+    if (unwrap)
+        if (auto wrapped = unwrappedGatewayLink(trimmed(href), address->host)) return judged(visibleText, *wrapped, false);
     if (auto named = hostInText(visibleText)) {
         std::string shown = registrableDomain(*named);
         std::string target = registrableDomain(address->host);
@@ -218,6 +280,8 @@ std::optional<std::string> linkWarning(std::string_view visibleText, std::string
     }
     return std::nullopt;
 }
+
+}  // namespace
 
 std::vector<JudgedLink> judgeLinks(const html::HTMLDocument& document) {
     std::vector<JudgedLink> links;

@@ -12,7 +12,10 @@
 //   by ICU's spoof checker;
 // - its visible text is itself an address whose registrable domain (the
 //   public suffix plus one label, from libpsl) is not the target's: text
-//   "www.bank.example" on a link to "https://login.evil.example/".
+//   "www.bank.example" on a link to "https://login.evil.example/". A link a
+//   mail security gateway rewrote (Microsoft Safe Links, Proofpoint URL
+//   Defense, Symantec Click-time, Barracuda) is judged by the address it
+//   wraps, so the reader's own organisation's rewriting raises no alarm.
 // Relative links and in-page anchors are honest: a message has no base to
 // resolve them against, so they go nowhere.
 #pragma once

@@ -95,7 +95,9 @@ PreparedBody prepareMessageBody(const MessageContent& content, const BodyOptions
     const char* style = options.dark && !choosesColours(*root) ? kDarkHTMLBodyStyle : kHTMLBodyStyle;
     prependHead(*document, std::string("<style>") + style + "</style>");
     PreparedBody body;
-    body.remoteReferences = zv::prepareDocumentForSafeView(*document, {options.allowRemoteContent}).remoteReferences();
+    zv::SafeViewOptions safeView;
+    safeView.allowRemoteContent = options.allowRemoteContent;
+    body.remoteReferences = zv::prepareDocumentForSafeView(*document, safeView).remoteReferences();
     body.html = "<!DOCTYPE html>" + root->outerHTML();
     return body;
 }

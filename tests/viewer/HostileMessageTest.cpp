@@ -1,0 +1,86 @@
+// A message packed with every way HTML, SVG, MathML and CSS can make a
+// request (tests/data/request-vectors), shown in the viewer's safe view while
+// remote content is blocked: the loopback server standing in for the sender
+// hears nothing, the text around every vector shows, and the view finishes
+// loading in bounded time.
+#include "ViewerTestSupport.h"
+
+#include "LoopbackServer.h"
+#include "WebViewHarness.h"
+#include "viewer/ViewerWindow.h"
+
+#include <zv/webview/ScriptEvaluation.h>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+namespace zvwk::viewer {
+namespace {
+
+using namespace std::chrono_literals;
+
+std::string vectorsWithOrigin(const std::string& origin) {
+    std::ifstream in(std::string(ZV_TESTS_SOURCE_DIR) + "/data/request-vectors/vectors.html");
+    std::stringstream text;
+    text << in.rdbuf();
+    return std::regex_replace(text.str(), std::regex("origin\\.invalid"), origin);
+}
+
+std::vector<std::string> vectorNames(const std::string& html) {
+    std::vector<std::string> names;
+    std::regex before("<p>before-([a-z0-9-]+)</p>");
+    for (auto it = std::sregex_iterator(html.begin(), html.end(), before); it != std::sregex_iterator(); ++it)
+        names.push_back((*it)[1]);
+    return names;
+}
+
+std::string visibleText(WebKitWebView* view) {
+    auto text = std::make_shared<std::optional<zv::Value>>();
+    zv::evaluateJavaScript(view, "document.body.innerText",
+                           [text](std::optional<zv::Value> value, std::optional<zv::Error>) { *text = value ? std::move(value) : zv::Value(""); });
+    zv::test::spinUntil([&] { return text->has_value(); }, zv::test::kScriptTimeout);
+    return *text && (*text)->is_string() ? (*text)->get<std::string>() : "";
+}
+
+TEST(HostileMessage, EveryRequestVectorIsRefusedAndTheMessageStillShows) {
+    zv::test::initGtkOnce();
+    zv::test::LoopbackServer server;
+    std::string origin = server.url("");
+    origin = origin.substr(origin.find("//") + 2);
+    std::string html = vectorsWithOrigin(origin);
+    std::vector<std::string> names = vectorNames(html);
+    ASSERT_GT(names.size(), 140u);
+
+    test::ScratchFolder mailbox;
+    mailbox.write("box/cur/1.vectors", test::htmlMessage("vectors@x", "Vectors", html));
+    GtkApplication* application = gtk_application_new("org.zvwebkit.HostileMessageTest", G_APPLICATION_NON_UNIQUE);
+    g_application_register(G_APPLICATION(application), nullptr, nullptr);
+    {
+        ViewerOptions options;
+        options.paths = {(mailbox.path() / "box").string()};
+        ViewerWindow window(application, options);
+        gtk_window_present(window.window());
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
+        window.showConversation(0);
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s))
+            << "the message never finished loading";
+        MessageCard& card = *window.conversationView().cards().at(0);
+        EXPECT_GT(card.blockedRemoteReferences(), 0u);
+        // Lazy loads and timers get their chance to fire.
+        zv::test::spinFor(1500ms);
+        for (const auto& [path, count] : server.allHits()) ADD_FAILURE() << "requested " << path;
+
+        std::string text = visibleText(card.bodyView()->webView());
+        for (const std::string& name : names) {
+            EXPECT_NE(text.find("before-" + name), std::string::npos) << name;
+            EXPECT_NE(text.find("after-" + name), std::string::npos) << name;
+        }
+    }
+    g_object_unref(application);
+}
+
+}  // namespace
+}  // namespace zvwk::viewer
