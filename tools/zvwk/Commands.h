@@ -1,7 +1,33 @@
 // The subcommands of zvwk and what they share.
+//
+// The registry is kCommands in main.cpp: a name, the function below and the
+// synopsis `zvwk --help` lists. Layout of tools/zvwk:
+//   *Command.cpp   one command each; InputLoop.h is how they go through inputs
+//   window/        the commands that open a window, built only with the web
+//                  layer (WithoutWindows.cpp stands in for them otherwise)
+//   viewer/        the mail viewer behind `zvwk view`
+//   mail/          reading stored mail (GMime), shared by commands and viewer
+//   snapshot/      a window drawn to a PNG, for --screenshot
+// Commands depend on viewer/, mail/ and snapshot/; those never on a command.
+//
+// Adding a command that reads FILE...|DIR|- and prints one result per input
+// (`zvwk NAME [--flag] [--json] FILE...|DIR|-`) takes one file, NAMECommand.cpp:
+//
+//   int runName(const Args& args) {
+//       bool flag = false;
+//       InputArguments arguments;
+//       if (auto status = parseInputArguments("name", args, {{"--flag", &flag}}, arguments)) return *status;
+//       return printForEachInput(arguments, "html", [&](const std::string& html) { return ...; });
+//   }
+//
+// printForEachInput reads ".eml" files as their HTML part, reports unreadable
+// inputs as "zvwk: FILE: reason", prints --json lines and returns the exit
+// status; DocumentRewrite.h's rewritten() turns a change to the parsed
+// document into such a result. Then declare runName here and add a line to
+// kCommands. Commands with a window go into window/ and a stand-in into
+// WithoutWindows.cpp.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,26 +49,6 @@ int runInlineCSS(const Args& args);
 int runView(const Args& args);
 int runPage(const Args& args);
 int runFindDemo(const Args& args);
-
-// The bytes of FILE, or of standard input for "-". A folder is refused ("Is a
-// directory"), and so is "-" when standard input is closed. On failure,
-// reports "zvwk: FILE: reason" on standard error and returns nothing.
-std::optional<std::string> readInput(const std::string& path);
-// The same without the report: on failure, `reason` says why ("No such file
-// or directory"), for callers that report in an order of their own.
-std::optional<std::string> readInput(const std::string& path, std::string& reason);
-
-// The inputs that operands name: a FILE or "-" as it is, a DIR as the regular
-// files under it (sorted; hidden files and folders left out). A folder that
-// cannot be walked is reported as "zvwk: DIR: reason" and sets `failed`;
-// `anyDirectory` tells whether any operand was a folder.
-std::vector<std::string> expandInputs(const std::vector<std::string>& operands, bool& failed,
-                                      bool* anyDirectory = nullptr);
-
-// Prints one input's result: the value as it is, or with `json` one JSON
-// line {"file": file, key: value} (invalid UTF-8 replaced, so a line is
-// always written).
-void printResult(const std::string& file, const char* key, std::string value, bool json);
 
 // Reports "zvwk: message" on standard error; returns the usage exit status (2).
 int usageError(const std::string& message);

@@ -1,5 +1,6 @@
 // zvwk parse: the parsed tree in the html5lib tree-construction format.
 #include "Commands.h"
+#include "InputLoop.h"
 
 #include <zv/html/HTMLParser.h>
 #include <zv/html/HTMLTreeDump.h>

@@ -1,5 +1,6 @@
 // zvwk select: the elements a CSS selector matches, in document order.
 #include "Commands.h"
+#include "InputLoop.h"
 
 #include <zv/html/CSSSelector.h>
 #include <zv/html/HTMLParser.h>
@@ -40,18 +41,10 @@ int runSelect(const Args& args) {
     if (!selector.isValid())
         std::cerr << "zvwk: select: selector matches nothing: \"" << text << "\" does not parse\n";
 
-    bool failed = false;
-    const std::vector<std::string> inputs = expandInputs({operands.begin() + 1, operands.end()}, failed);
-    int status = failed ? 1 : 0;
     nlohmann::ordered_json matches = nlohmann::ordered_json::array();
-    for (const std::string& input : inputs) {
-        std::optional<std::string> bytes = readInput(input);
-        if (!bytes) {
-            status = 1;
-            continue;
-        }
+    auto select = [&](const std::string&, const std::string& bytes) {
         // UTF-8 unless a byte order mark or a <meta> charset says otherwise.
-        auto parser = zv::html::HTMLParser::parserForBytes(*bytes, {}, "UTF-8");
+        auto parser = zv::html::HTMLParser::parserForBytes(bytes, {}, "UTF-8");
         auto document = parser->parseDocument();
         for (zv::html::HTMLElement* element : document->elementsMatchingSelector(selector)) {
             if (json)
@@ -59,9 +52,9 @@ int runSelect(const Args& args) {
             else
                 std::cout << element->outerHTML() << "\n";
         }
-    }
+    };
+    int status = forEachInput({operands.begin() + 1, operands.end()}, InputContent::Bytes, select);
     if (json) std::cout << matches.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
-    std::cout.flush();
     return status;
 }
 

@@ -1,6 +1,7 @@
 // zvwk snippet: the preview line of each input, as a message list shows it.
 #include "Commands.h"
-#include "MailInput.h"
+#include "InputLoop.h"
+#include "mail/MailInput.h"
 
 #include <zv/text/TextSnippet.h>
 #include <zv/text/TextSnippetStream.h>

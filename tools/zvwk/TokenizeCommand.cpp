@@ -1,6 +1,7 @@
 // zvwk tokenize: the tokens of a file, as one JSON array in html5lib-tests'
 // tokenizer format, adjacent characters merged, without errors or EOF.
 #include "Commands.h"
+#include "InputLoop.h"
 
 #include <zv/html/HTMLTokenizer.h>
 

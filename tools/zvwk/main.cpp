@@ -4,21 +4,10 @@
 
 #include <zv/foundation/Bundle.h>
 
-#include <nlohmann/json.hpp>
-
 #include <clocale>
 #include <iostream>
 
 namespace zvwk {
-
-void printResult(const std::string& file, const char* key, std::string value, bool json) {
-    if (!json) {
-        std::cout << value << "\n";
-        return;
-    }
-    nlohmann::ordered_json line = {{"file", file}, {key, std::move(value)}};
-    std::cout << line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
-}
 
 int usageError(const std::string& message) {
     std::cerr << "zvwk: " << message << "\n";

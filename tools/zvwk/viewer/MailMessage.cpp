@@ -1,6 +1,6 @@
 #include "MailMessage.h"
 
-#include "MimeSupport.h"
+#include "mail/MimeSupport.h"
 
 #include <zv/text/TextSnippet.h>
 

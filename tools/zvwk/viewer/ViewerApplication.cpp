@@ -4,7 +4,7 @@
 #include "ViewerExtensions.h"
 #include "ViewerStyleSheet.h"
 #include "ViewerWindow.h"
-#include "WindowSnapshot.h"
+#include "snapshot/WindowSnapshot.h"
 
 #include <zv/page/ZVWebPageController.h>
 #include <zv/page/ZVWebWindowController.h>

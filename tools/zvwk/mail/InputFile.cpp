@@ -1,16 +1,11 @@
-// How every command reads its inputs: one reader for files and standard
-// input, one walk for folders.
-#include "Commands.h"
+#include "InputFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <iostream>
 
 namespace zvwk {
 
@@ -60,24 +55,6 @@ std::optional<std::string> readAll(int fd, std::string& reason) {
     }
 }
 
-std::vector<std::string> filesUnder(const std::string& dir, std::string& error) {
-    namespace fs = std::filesystem;
-    std::vector<std::string> files;
-    std::error_code ec;
-    fs::recursive_directory_iterator it(dir, fs::directory_options::skip_permission_denied, ec);
-    for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
-        if (it->path().filename().string().starts_with(".")) {
-            it.disable_recursion_pending();
-            continue;
-        }
-        std::error_code typeError;
-        if (it->is_regular_file(typeError)) files.push_back(it->path().string());
-    }
-    if (ec) error = "zvwk: " + dir + ": " + ec.message();
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
 }  // namespace
 
 std::optional<std::string> readInput(const std::string& path, std::string& reason) {
@@ -94,32 +71,6 @@ std::optional<std::string> readInput(const std::string& path, std::string& reaso
         return std::nullopt;
     }
     return readAll(file.get(), reason);
-}
-
-std::optional<std::string> readInput(const std::string& path) {
-    std::string reason;
-    std::optional<std::string> bytes = readInput(path, reason);
-    if (!bytes) std::cerr << "zvwk: " << path << ": " << reason << "\n";
-    return bytes;
-}
-
-std::vector<std::string> expandInputs(const std::vector<std::string>& operands, bool& failed, bool* anyDirectory) {
-    std::vector<std::string> inputs;
-    for (const std::string& operand : operands) {
-        std::error_code ec;
-        if (operand == "-" || !std::filesystem::is_directory(operand, ec)) {
-            inputs.push_back(operand);
-            continue;
-        }
-        if (anyDirectory) *anyDirectory = true;
-        std::string error;
-        for (std::string& file : filesUnder(operand, error)) inputs.push_back(std::move(file));
-        if (!error.empty()) {
-            std::cerr << error << "\n";
-            failed = true;
-        }
-    }
-    return inputs;
 }
 
 }  // namespace zvwk

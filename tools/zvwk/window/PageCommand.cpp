@@ -5,7 +5,8 @@
 // registered as <page name>Page when there is one ("About.html" gets
 // AboutPage), else the plain one. Stays until the window is closed.
 #include "Commands.h"
-#include "viewer/WindowSnapshot.h"
+#include "mail/InputFile.h"
+#include "snapshot/WindowSnapshot.h"
 
 #include <zv/foundation/Bundle.h>
 #include <zv/foundation/MainThread.h>
@@ -141,7 +142,7 @@ int runPage(const Args& args) {
     int result = state.failed ? 1 : 0;
     std::string snapshotError;
     if (options->screenshot && result == 0 &&
-        !viewer::writeWindowPNG(window->window(), *options->screenshot, snapshotError)) {
+        !writeWindowPNG(window->window(), *options->screenshot, snapshotError)) {
         std::cerr << "zvwk: " << *options->screenshot << ": " << snapshotError << "\n";
         result = 1;
     }

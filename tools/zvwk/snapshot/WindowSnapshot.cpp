@@ -1,6 +1,6 @@
 #include "WindowSnapshot.h"
 
-namespace zvwk::viewer {
+namespace zvwk {
 
 bool writeWindowPNG(GtkWindow* window, const std::string& path, std::string& error) {
     GtkWidget* widget = GTK_WIDGET(window);
@@ -29,4 +29,4 @@ bool writeWindowPNG(GtkWindow* window, const std::string& path, std::string& err
     return written;
 }
 
-}  // namespace zvwk::viewer
+}  // namespace zvwk

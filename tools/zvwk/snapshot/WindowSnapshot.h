@@ -6,10 +6,10 @@
 
 #include <string>
 
-namespace zvwk::viewer {
+namespace zvwk {
 
 // False with `error` set when the window has no size yet or the file cannot
 // be written.
 bool writeWindowPNG(GtkWindow* window, const std::string& path, std::string& error);
 
-}  // namespace zvwk::viewer
+}  // namespace zvwk

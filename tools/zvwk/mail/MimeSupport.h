@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-namespace zvwk::viewer {
+namespace zvwk {
 
 // Call before the first GMime call on any thread: a GMime stream made before
 // g_mime_init registers GMime's types half-way, and the init on another
@@ -36,4 +36,4 @@ std::optional<std::string> partBytes(GMimePart* part);
 // transport's charset, then `defaultEncoding`.
 std::string decodeText(std::string_view bytes, std::string_view transportEncoding, std::string_view defaultEncoding);
 
-}  // namespace zvwk::viewer
+}  // namespace zvwk

@@ -2,7 +2,8 @@
 // way a mail reader hosts the find controller. With --screenshot it searches
 // for --search, steps to the first match, saves the window as PNG and quits.
 #include "Commands.h"
-#include "viewer/WindowSnapshot.h"
+#include "InputLoop.h"
+#include "snapshot/WindowSnapshot.h"
 
 #include <zv/find/ZVWebViewFindController.h>
 #include <zv/html/HTMLDocument.h>
@@ -129,7 +130,7 @@ int runFindDemo(const Args& args) {
     controller->findNext();
     spin(800);
     std::string error;
-    if (!viewer::writeWindowPNG(GTK_WINDOW(window), screenshot, error)) {
+    if (!writeWindowPNG(GTK_WINDOW(window), screenshot, error)) {
         std::cerr << "zvwk: " << screenshot << ": " << error << "\n";
         return 1;
     }

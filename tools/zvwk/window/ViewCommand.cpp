@@ -1,7 +1,7 @@
 // `zvwk view PATH...`: the mail viewer.
-#include "../Commands.h"
-#include "ViewArguments.h"
-#include "ViewerApplication.h"
+#include "Commands.h"
+#include "viewer/ViewArguments.h"
+#include "viewer/ViewerApplication.h"
 
 namespace zvwk {
 

@@ -1,8 +1,7 @@
 #include "MailInput.h"
 
-#include "Commands.h"
-#include "viewer/MimeSupport.h"
-
+#include "InputFile.h"
+#include "MimeSupport.h"
 
 #include <gmime/gmime.h>
 
@@ -18,12 +17,6 @@
 namespace zvwk {
 
 namespace {
-
-using viewer::decodeText;
-using viewer::initialiseGMime;
-using viewer::partBytes;
-using viewer::walkParts;
-using viewer::withoutLeadingBlankLines;
 
 struct GObjectRelease {
     void operator()(gpointer object) const { g_object_unref(object); }

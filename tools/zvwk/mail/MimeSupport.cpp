@@ -5,7 +5,7 @@
 #include <mutex>
 #include <vector>
 
-namespace zvwk::viewer {
+namespace zvwk {
 
 void initialiseGMime() {
     static std::once_flag once;
@@ -56,4 +56,4 @@ std::string decodeText(std::string_view bytes, std::string_view transportEncodin
     return zv::html::decodeToUTF8(bytes.substr(sniffed.bomLength), sniffed.encoding);
 }
 
-}  // namespace zvwk::viewer
+}  // namespace zvwk
