@@ -1,10 +1,13 @@
 #include "MessageCard.h"
 
 #include "DateText.h"
+#include "LinkWarningDialog.h"
 #include "SymbolIcon.h"
 
 #include <zv/foundation/MainThread.h>
 #include <zv/foundation/OperationQueue.h>
+#include <zv/reading/LinkJudgement.h>
+#include <zv/reading/RemoteContentChoices.h>
 
 #include <zv/scheme/WebKitSchemeBinding.h>
 #include <zv/webview/UserScript.h>
@@ -100,11 +103,19 @@ void MessageCard::readContent(zv::OperationQueue& queue) {
         return;
     }
     std::weak_ptr<MessageCard> weak = weak_from_this();
-    queue.addOperation([weak, location = summary_.location, dark = style_.dark] {
+    queue.addOperation([weak, location = summary_.location, sender = summary_.fromAddress, dark = style_.dark] {
+        // A remembered choice applies before the body is first prepared.
+        bool remembered = zv::RemoteContentChoices::shared()->allowsRemoteContent(sender);
         MessageContent content = readMessageContent(location);
-        PreparedBody body = content.error.empty() ? prepareMessageBody(content, {false, false, dark}) : PreparedBody{};
-        zv::dispatchMainAsync([weak, content = std::move(content), body = std::move(body)]() mutable {
-            if (auto self = weak.lock()) self->contentReady(std::move(content), std::move(body));
+        BodyOptions options;
+        options.allowRemoteContent = remembered;
+        options.dark = dark;
+        PreparedBody body = content.error.empty() ? prepareMessageBody(content, options) : PreparedBody{};
+        zv::dispatchMainAsync([weak, remembered, content = std::move(content), body = std::move(body)]() mutable {
+            if (auto self = weak.lock()) {
+                self->remote_ = self->preparedRemote_ = remembered ? Remote::WithoutTrackers : Remote::Blocked;
+                self->contentReady(std::move(content), std::move(body));
+            }
         });
     });
 }
@@ -113,6 +124,7 @@ void MessageCard::contentReady(MessageContent content, PreparedBody body) {
     content_ = std::move(content);
     preparedHTML_ = std::move(body.html);
     remoteReferences_ = body.remoteReferences;
+    trackers_ = body.trackers;
     contentRead_ = true;
     preview_ = isError() ? errorText() : previewOfContent(content_, 160);
     gtk_label_set_text(GTK_LABEL(previewLabel_), preview_.c_str());
@@ -211,19 +223,69 @@ GtkWidget* MessageCard::buildRemoteBar() {
     GtkWidget* bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 10);
     gtk_widget_add_css_class(bar, "remote-bar");
     gtk_box_append(GTK_BOX(bar), symbolImage("exclamationmark.shield", 16, style_.dark ? "#f8e45c" : "#9c6e03"));
-    GtkWidget* label = gtk_label_new("Remote content in this message was blocked to protect your privacy.");
-    gtk_label_set_wrap(GTK_LABEL(label), TRUE);
-    gtk_label_set_xalign(GTK_LABEL(label), 0);
-    gtk_widget_set_hexpand(label, TRUE);
-    gtk_box_append(GTK_BOX(bar), label);
-    GtkWidget* button = gtk_button_new_with_label("Show remote content");
-    gtk_widget_set_valign(button, GTK_ALIGN_CENTER);
-    g_signal_connect(button, "clicked",
-                     G_CALLBACK(+[](GtkButton*, gpointer self) { static_cast<MessageCard*>(self)->showRemoteContent(); }),
-                     this);
-    gtk_box_append(GTK_BOX(bar), button);
+    remoteLabel_ = gtk_label_new("");
+    gtk_label_set_wrap(GTK_LABEL(remoteLabel_), TRUE);
+    gtk_label_set_xalign(GTK_LABEL(remoteLabel_), 0);
+    gtk_widget_set_hexpand(remoteLabel_, TRUE);
+    gtk_box_append(GTK_BOX(bar), remoteLabel_);
+
+    auto button = [&](const char* label, void (*clicked)(GtkButton*, gpointer)) {
+        GtkWidget* widget = gtk_button_new_with_label(label);
+        gtk_widget_set_valign(widget, GTK_ALIGN_CENTER);
+        g_signal_connect(widget, "clicked", G_CALLBACK(clicked), this);
+        gtk_box_append(GTK_BOX(bar), widget);
+        return widget;
+    };
+    showImagesButton_ = button("Show images", +[](GtkButton*, gpointer self) {
+        static_cast<MessageCard*>(self)->showRemoteContent();
+    });
+    showAllButton_ = button("Show everything", +[](GtkButton*, gpointer self) {
+        static_cast<MessageCard*>(self)->showAllRemoteContent();
+    });
+
+    // "Always show…": the sender or the sender's domain, in a popover.
+    GtkWidget* choices = gtk_box_new(GTK_ORIENTATION_VERTICAL, 4);
+    std::string domain = summary_.fromAddress.substr(summary_.fromAddress.rfind('@') + 1);
+    for (bool wholeDomain : {false, true}) {
+        std::string label = wholeDomain ? "Always show remote content from " + domain
+                                        : "Always show remote content from " + summary_.fromAddress;
+        GtkWidget* choice = gtk_button_new_with_label(label.c_str());
+        gtk_widget_add_css_class(choice, "flat");
+        g_object_set_data(G_OBJECT(choice), "whole-domain", GINT_TO_POINTER(wholeDomain));
+        g_signal_connect(choice, "clicked", G_CALLBACK(+[](GtkButton* clicked, gpointer self) {
+                             bool wholeDomain = g_object_get_data(G_OBJECT(clicked), "whole-domain") != nullptr;
+                             gtk_popover_popdown(GTK_POPOVER(gtk_widget_get_ancestor(GTK_WIDGET(clicked), GTK_TYPE_POPOVER)));
+                             static_cast<MessageCard*>(self)->alwaysShowRemoteContent(wholeDomain);
+                         }),
+                         this);
+        gtk_box_append(GTK_BOX(choices), choice);
+    }
+    GtkWidget* popover = gtk_popover_new();
+    gtk_popover_set_child(GTK_POPOVER(popover), choices);
+    alwaysButton_ = gtk_menu_button_new();
+    gtk_menu_button_set_label(GTK_MENU_BUTTON(alwaysButton_), "Always…");
+    gtk_menu_button_set_popover(GTK_MENU_BUTTON(alwaysButton_), popover);
+    gtk_widget_set_valign(alwaysButton_, GTK_ALIGN_CENTER);
+    gtk_widget_set_visible(alwaysButton_, !summary_.fromAddress.empty() && summary_.fromAddress.find('@') != std::string::npos);
+    gtk_box_append(GTK_BOX(bar), alwaysButton_);
     gtk_widget_set_visible(bar, FALSE);
     return bar;
+}
+
+void MessageCard::updateRemoteBar() {
+    bool blocked = blockedRemoteReferences() > 0;
+    std::size_t trackers = blockedTrackers();
+    gtk_widget_set_visible(remoteBar_, (blocked || trackers > 0) && !asPlainText_);
+    if (blocked) {
+        gtk_label_set_text(GTK_LABEL(remoteLabel_), "Remote content in this message was blocked to protect your privacy.");
+    } else if (trackers > 0) {
+        std::string text = "Images are shown. " + std::to_string(trackers) +
+                           (trackers == 1 ? " tracker" : " trackers") + " blocked.";
+        gtk_label_set_text(GTK_LABEL(remoteLabel_), text.c_str());
+    }
+    gtk_widget_set_visible(showImagesButton_, blocked);
+    gtk_widget_set_visible(showAllButton_, !blocked);
+    if (!blocked) gtk_widget_set_visible(alwaysButton_, FALSE);
 }
 
 GtkWidget* MessageCard::buildAttachments() {
@@ -331,6 +393,7 @@ void MessageCard::makeBodyView() {
     webkit_web_view_set_background_color(webView, &transparent);
     g_signal_connect(webView, "decide-policy", G_CALLBACK(onDecidePolicy), this);
     g_signal_connect(webView, "load-changed", G_CALLBACK(onLoadChanged), this);
+    g_signal_connect(webView, "mouse-target-changed", G_CALLBACK(onMouseTargetChanged), this);
 
     GtkEventController* scroll = gtk_event_controller_scroll_new(GTK_EVENT_CONTROLLER_SCROLL_VERTICAL);
     gtk_event_controller_set_propagation_phase(scroll, GTK_PHASE_CAPTURE);
@@ -347,24 +410,44 @@ void MessageCard::makeBodyView() {
 void MessageCard::loadBody() {
     if (!view_) return;
     // readContent prepared the first form; the toggles ask for others.
-    if (preparedRemote_ != allowRemote_ || preparedAsText_ != asPlainText_) {
-        PreparedBody body = prepareMessageBody(content_, {allowRemote_, asPlainText_, style_.dark});
+    if (preparedRemote_ != remote_ || preparedAsText_ != asPlainText_) {
+        BodyOptions options;
+        options.allowRemoteContent = remote_ != Remote::Blocked;
+        options.blockTrackers = remote_ != Remote::All;
+        options.asPlainText = asPlainText_;
+        options.dark = style_.dark;
+        PreparedBody body = prepareMessageBody(content_, options);
         preparedHTML_ = std::move(body.html);
-        if (!asPlainText_) remoteReferences_ = body.remoteReferences;
-        preparedRemote_ = allowRemote_;
+        if (!asPlainText_) {
+            remoteReferences_ = body.remoteReferences;
+            trackers_ = body.trackers;
+        }
+        preparedRemote_ = remote_;
         preparedAsText_ = asPlainText_;
     }
-    gtk_widget_set_visible(remoteBar_, blockedRemoteReferences() > 0 && !asPlainText_);
+    updateRemoteBar();
     bodyLoaded_ = false;
     heightKnown_ = false;
     navigationFinished_ = false;
     webkit_web_view_load_html(view_->webView(), preparedHTML_.c_str(), "about:blank");
 }
 
-void MessageCard::showRemoteContent() {
-    if (allowRemote_) return;
-    allowRemote_ = true;
+void MessageCard::setRemoteContent(Remote remote) {
+    if (remote_ == remote) return;
+    remote_ = remote;
     loadBody();
+}
+
+void MessageCard::showRemoteContent() {
+    if (remote_ == Remote::Blocked) setRemoteContent(Remote::WithoutTrackers);
+}
+
+void MessageCard::showAllRemoteContent() { setRemoteContent(Remote::All); }
+
+void MessageCard::alwaysShowRemoteContent(bool wholeDomain) {
+    using Scope = zv::RemoteContentChoices::Scope;
+    zv::RemoteContentChoices::shared()->alwaysAllow(summary_.fromAddress, wholeDomain ? Scope::Domain : Scope::Sender);
+    showRemoteContent();
 }
 
 void MessageCard::setShowsPlainText(bool plainText) {
@@ -406,7 +489,7 @@ void MessageCard::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer 
 // itself and jumps within it pass; a clicked link goes to the system's
 // browser; every other navigation and every new window is refused.
 gboolean MessageCard::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type,
-                                     gpointer) {
+                                     gpointer self) {
     if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return FALSE;
     WebKitNavigationAction* action =
         webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
@@ -416,7 +499,7 @@ gboolean MessageCard::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decis
         webkit_policy_decision_use(decision);
         return TRUE;
     }
-    if (linkClicked) openExternally(uri);
+    if (linkClicked && uri) static_cast<MessageCard*>(self)->openLink(uri);
     webkit_policy_decision_ignore(decision);
     return TRUE;
 }
@@ -430,6 +513,53 @@ gboolean MessageCard::onScroll(GtkEventControllerScroll* controller, double, dou
         step = dy * std::pow(gtk_adjustment_get_page_size(target), 2.0 / 3.0);
     gtk_adjustment_set_value(target, gtk_adjustment_get_value(target) + step);
     return TRUE;
+}
+
+void MessageCard::onMouseTargetChanged(WebKitWebView*, WebKitHitTestResult* hit, guint, gpointer self) {
+    auto* card = static_cast<MessageCard*>(self);
+    const char* uri = webkit_hit_test_result_context_is_link(hit) ? webkit_hit_test_result_get_link_uri(hit) : nullptr;
+    const char* label = uri ? webkit_hit_test_result_get_link_label(hit) : nullptr;
+    card->hoveredLinkURI_ = uri ? uri : "";
+    card->hoveredLinkText_ = label ? label : "";
+}
+
+// The link's text is what the pointer was over; a link clicked another way
+// (the keyboard) is judged by its address alone.
+void MessageCard::openLink(const std::string& uri) {
+    std::string text = uri == hoveredLinkURI_ ? hoveredLinkText_ : "";
+    std::optional<std::string> warning = zv::linkWarning(text, uri);
+    if (!warning) {
+        openExternally(uri.c_str());
+        return;
+    }
+    GtkWindow* parent = GTK_WINDOW(gtk_widget_get_root(root_));
+    askBeforeOpeningLink(parent, text, uri, "Why: " + *warning + ".", [uri] { openExternally(uri.c_str()); });
+}
+
+bool MessageCard::followLink(std::size_t index) {
+    if (!view_) return false;
+    // The link's text stands in for the pointer's hover, which a script click has not.
+    std::string script = "(function(){var a=document.querySelectorAll('a[href],area[href]')[" + std::to_string(index) +
+                         "];if(!a)return null;return [a.href,a.textContent.replace(/\\s+/g,' ').trim()]})()";
+    std::weak_ptr<MessageCard> weak = weak_from_this();
+    webkit_web_view_evaluate_javascript(
+        view_->webView(), script.c_str(), -1, nullptr, nullptr, nullptr,
+        +[](GObject* object, GAsyncResult* result, gpointer data) {
+            auto* weak = static_cast<std::weak_ptr<MessageCard>*>(data);
+            g_autoptr(JSCValue) value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(object), result, nullptr);
+            auto card = weak->lock();
+            delete weak;
+            if (!card || !value || !jsc_value_is_array(value)) return;
+            g_autoptr(JSCValue) href = jsc_value_object_get_property_at_index(value, 0);
+            g_autoptr(JSCValue) text = jsc_value_object_get_property_at_index(value, 1);
+            g_autofree char* uri = jsc_value_to_string(href);
+            g_autofree char* label = jsc_value_to_string(text);
+            card->hoveredLinkURI_ = uri;
+            card->hoveredLinkText_ = label;
+            card->openLink(uri);
+        },
+        new std::weak_ptr<MessageCard>(weak));
+    return true;
 }
 
 }  // namespace zvwk::viewer

@@ -8,8 +8,14 @@
 //   page (wheel events over a view scroll the conversation);
 // - navigates nowhere: a clicked link opens in the system's browser;
 // - fetches nothing from the network: remote references are blocked (see
-//   MessageDocument.h) until "Show remote content" on the card's bar loads
-//   them through the "wren-http"/"wren-https" schemes and the URL cache;
+//   MessageDocument.h) until "Show images" on the card's bar loads them
+//   through the "wren-http"/"wren-https" schemes and the URL cache, all but
+//   the trackers, which the bar then counts ("Show everything" lets those
+//   through too); the bar can also remember the choice for the sender or
+//   its domain (zv::RemoteContentChoices), which later messages from them
+//   follow before they load;
+// - asks before opening a link the reading library judges deceptive
+//   (zv::linkWarning), showing what the link says and where it goes;
 // - shows "cid:" parts from the message through its scheme handler's
 //   message resources.
 // A collapsed card shows its preview line and makes no view until it is
@@ -82,8 +88,19 @@ public:
     const std::string& preparedHTML() const { return preparedHTML_; }
     int bodyHeight() const { return bodyHeight_; }
 
-    std::size_t blockedRemoteReferences() const { return allowRemote_ ? 0 : remoteReferences_; }
+    // Remote content: blocked, shown without trackers, or all shown.
+    enum class Remote { Blocked, WithoutTrackers, All };
+    Remote remoteContent() const { return remote_; }
+    std::size_t blockedRemoteReferences() const { return remote_ == Remote::Blocked ? remoteReferences_ : 0; }
+    std::size_t blockedTrackers() const { return remote_ == Remote::WithoutTrackers ? trackers_ : 0; }
+    // Shows remote content without trackers; showAllRemoteContent adds those.
     void showRemoteContent();
+    void showAllRemoteContent();
+    // Shows remote content without trackers, now and for every later message
+    // from this sender (or this sender's domain).
+    void alwaysShowRemoteContent(bool wholeDomain);
+    // Clicks the message's `index`th link (from 0), as the reader would.
+    bool followLink(std::size_t index);
     bool showsPlainText() const { return asPlainText_; }
     void setShowsPlainText(bool plainText);
 
@@ -94,6 +111,9 @@ private:
     void finishBodyLoad();
     GtkWidget* buildHeader();
     GtkWidget* buildRemoteBar();
+    void updateRemoteBar();
+    void setRemoteContent(Remote remote);
+    void openLink(const std::string& uri);
     GtkWidget* buildAttachments();
     GtkWidget* buildError();
     void makeBodyView();
@@ -101,6 +121,7 @@ private:
     void updateHeightFromPage(int height);
     void updateExpansion();
 
+    static void onMouseTargetChanged(WebKitWebView*, WebKitHitTestResult* hit, guint, gpointer self);
     static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self);
     static gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type,
                                    gpointer self);
@@ -118,20 +139,27 @@ private:
     GtkWidget* plainTextButton_ = nullptr;
     GtkWidget* bodyBox_ = nullptr;
     GtkWidget* remoteBar_ = nullptr;
+    GtkWidget* remoteLabel_ = nullptr;
+    GtkWidget* showImagesButton_ = nullptr;
+    GtkWidget* alwaysButton_ = nullptr;
+    GtkWidget* showAllButton_ = nullptr;
+    std::string hoveredLinkURI_;  // the link under the pointer and its text, for judging a click
+    std::string hoveredLinkText_;
     std::shared_ptr<zv::ZVWebView> view_;
     std::shared_ptr<zv::ZVWebViewURLSchemeHandler> handler_;
     bool expanded_ = false;
-    bool allowRemote_ = false;
+    Remote remote_ = Remote::Blocked;
     bool asPlainText_ = false;
     bool bodyLoaded_ = false;
     bool contentRead_ = false;
     // What preparedHTML_ was prepared with.
-    bool preparedRemote_ = false;
+    Remote preparedRemote_ = Remote::Blocked;
     bool preparedAsText_ = false;
     bool heightKnown_ = false;
     bool navigationFinished_ = false;
     int bodyHeight_ = 0;
     std::size_t remoteReferences_ = 0;
+    std::size_t trackers_ = 0;
 };
 
 }  // namespace zvwk::viewer

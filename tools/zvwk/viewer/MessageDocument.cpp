@@ -97,7 +97,10 @@ PreparedBody prepareMessageBody(const MessageContent& content, const BodyOptions
     PreparedBody body;
     zv::SafeViewOptions safeView;
     safeView.allowRemoteContent = options.allowRemoteContent;
-    body.remoteReferences = zv::prepareDocumentForSafeView(*document, safeView).remoteReferences();
+    safeView.blockTrackers = options.allowRemoteContent && options.blockTrackers;
+    zv::SafeViewReport report = zv::prepareDocumentForSafeView(*document, safeView);
+    body.remoteReferences = report.remoteReferences();
+    body.trackers = report.trackers.size();
     body.html = "<!DOCTYPE html>" + root->outerHTML();
     return body;
 }
