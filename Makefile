@@ -7,7 +7,7 @@ ZVWK = $(BUILD)/zvwk
 # Lets checkouts side by side share ccache's objects (paths become relative).
 export CCACHE_BASEDIR ?= $(abspath $(CURDIR)/..)
 
-.PHONY: run test deps configure build fuzz bench asan clean
+.PHONY: run test deps configure build fuzz bench asan docs clean
 
 # Only what the demonstration runs: the zvwk target, not the tests and
 # benchmarks a full build adds.
@@ -45,6 +45,11 @@ fuzz: deps
 
 bench: build
 	scripts/run-benchmarks $(BUILD)
+
+# The GObject library's API reference (gi-docgen), in $(BUILD)/docs/Zv-0.2.
+docs: configure
+	@cmake --build $(BUILD) --target zv-docs
+	@echo "docs: $(BUILD)/docs/Zv-0.2/index.html"
 
 # Installs the libraries, headers, zvwk, resources, CMake package and
 # pkg-config files under PREFIX.

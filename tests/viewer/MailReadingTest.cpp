@@ -190,6 +190,13 @@ TEST(MessageDocument, RemoteReferencesAreBlockedUntilAllowed) {
     EXPECT_EQ(prepareMessageBody(ownColours, {.dark = true}).html.find("color-scheme:dark"), std::string::npos);
     EXPECT_EQ(prepareMessageBody(plainColours, {}).html.find("color-scheme:dark"), std::string::npos);
 
+    // The toggles re-prepare from one parse: every form is as a fresh parse
+    // gives it, whichever came before.
+    MessageBody body(content);
+    EXPECT_EQ(body.prepare({.allowRemoteContent = true}).html, allowed.html);
+    EXPECT_EQ(body.prepare({}).html, blocked.html);
+    EXPECT_EQ(body.prepare({}).remoteReferences, 5u);
+
     PreparedBody text = prepareMessageBody(content, {.asPlainText = true});
     EXPECT_EQ(text.html.find("<img"), std::string::npos);
     std::string plain = messagePlainText(content);

@@ -5,7 +5,7 @@
 //   *Command.cpp   one command each; InputLoop.h is how they go through inputs
 //   window/        the commands that open a window, built only with the web
 //                  layer (WithoutWindows.cpp stands in for them otherwise)
-//   viewer/        the mail viewer behind `zvwk view`
+//   viewer/        the mail viewer behind `zvwk view`; ui/ its widget templates
 //   mail/          reading stored mail (GMime), shared by commands and viewer
 //   snapshot/      a window drawn to a PNG, for --screenshot
 // Commands depend on viewer/, mail/ and snapshot/; those never on a command.

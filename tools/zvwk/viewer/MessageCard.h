@@ -1,29 +1,19 @@
 // One message of a conversation: a card with the message's headers, its
 // attachments and its body in a safe ZVWebView of its own.
 //
-// The body view:
-// - runs none of the message's scripts (JavaScript markup off) while the
-//   viewer's own user scripts still run; one of them reports the content's
-//   height, and the view is sized to it, so the conversation scrolls as one
-//   page (wheel events over a view scroll the conversation);
-// - navigates nowhere: a clicked link opens in the system's browser;
-// - fetches nothing from the network: remote references are blocked (see
-//   MessageDocument.h) until "Show images" on the card's bar loads them
-//   through the "wren-http"/"wren-https" schemes and the URL cache, all but
-//   the trackers, which the bar then counts ("Show everything" lets those
-//   through too); the bar can also remember the choice for the sender or
-//   its domain (zv::RemoteContentChoices), which later messages from them
-//   follow before they load;
-// - asks before opening a link the reading library judges deceptive
-//   (zv::linkWarning), showing what the link says and where it goes;
-// - shows "cid:" parts from the message through its scheme handler's
-//   message resources.
+// The body view (MessageBodyView.h) is sized to its content's height, so the
+// conversation scrolls as one page (wheel events over a view scroll the
+// conversation). It fetches nothing from the network: remote references are
+// blocked (see MessageDocument.h) until "Show remote content" on the card's
+// bar loads them through the "wren-http"/"wren-https" schemes and the URL
+// cache.
 // A collapsed card shows its preview line and makes no view until it is
 // expanded. A message that cannot be read shows an error card instead.
 //
-// The message is read and its body prepared on an operation queue
-// (readContent), so a large message never holds up the window; the card
-// shows its headers at once and the rest when that is done.
+// The message is read, its body parsed and prepared and its preview made on
+// an operation queue (readContent), so a large message never holds up the
+// window; the card shows its headers at once and the rest when that is done.
+// The toggles re-prepare from that parse (MessageBody) without parsing again.
 #pragma once
 
 #include "MailMessage.h"
@@ -88,32 +78,25 @@ public:
     const std::string& preparedHTML() const { return preparedHTML_; }
     int bodyHeight() const { return bodyHeight_; }
 
-    // Remote content: blocked, shown without trackers, or all shown.
-    enum class Remote { Blocked, WithoutTrackers, All };
-    Remote remoteContent() const { return remote_; }
-    std::size_t blockedRemoteReferences() const { return remote_ == Remote::Blocked ? remoteReferences_ : 0; }
-    std::size_t blockedTrackers() const { return remote_ == Remote::WithoutTrackers ? trackers_ : 0; }
-    // Shows remote content without trackers; showAllRemoteContent adds those.
+    std::size_t blockedRemoteReferences() const { return allowRemote_ ? 0 : remoteReferences_; }
     void showRemoteContent();
-    void showAllRemoteContent();
-    // Shows remote content without trackers, now and for every later message
-    // from this sender (or this sender's domain).
-    void alwaysShowRemoteContent(bool wholeDomain);
-    // Clicks the message's `index`th link (from 0), as the reader would.
-    bool followLink(std::size_t index);
     bool showsPlainText() const { return asPlainText_; }
     void setShowsPlainText(bool plainText);
 
 private:
     MessageCard(const MessageSummary& summary, const CardStyle& style);
     void build();
-    void contentReady(MessageContent content, PreparedBody body);
+    // What readContent hands to the main thread.
+    struct ReadContent {
+        MessageContent content;
+        MessageBody body;
+        PreparedBody prepared;
+        std::string preview;
+    };
+    void contentReady(ReadContent read);
     void finishBodyLoad();
     GtkWidget* buildHeader();
     GtkWidget* buildRemoteBar();
-    void updateRemoteBar();
-    void setRemoteContent(Remote remote);
-    void openLink(const std::string& uri);
     GtkWidget* buildAttachments();
     GtkWidget* buildError();
     void makeBodyView();
@@ -121,15 +104,13 @@ private:
     void updateHeightFromPage(int height);
     void updateExpansion();
 
-    static void onMouseTargetChanged(WebKitWebView*, WebKitHitTestResult* hit, guint, gpointer self);
     static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self);
-    static gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type,
-                                   gpointer self);
     static void onHeightMessage(WebKitUserContentManager*, JSCValue* value, gpointer self);
     static gboolean onScroll(GtkEventControllerScroll* controller, double dx, double dy, gpointer self);
 
     MessageSummary summary_;
     MessageContent content_;
+    MessageBody body_;
     std::string preview_;
     std::string preparedHTML_;
     CardStyle style_;
@@ -139,27 +120,20 @@ private:
     GtkWidget* plainTextButton_ = nullptr;
     GtkWidget* bodyBox_ = nullptr;
     GtkWidget* remoteBar_ = nullptr;
-    GtkWidget* remoteLabel_ = nullptr;
-    GtkWidget* showImagesButton_ = nullptr;
-    GtkWidget* alwaysButton_ = nullptr;
-    GtkWidget* showAllButton_ = nullptr;
-    std::string hoveredLinkURI_;  // the link under the pointer and its text, for judging a click
-    std::string hoveredLinkText_;
     std::shared_ptr<zv::ZVWebView> view_;
     std::shared_ptr<zv::ZVWebViewURLSchemeHandler> handler_;
     bool expanded_ = false;
-    Remote remote_ = Remote::Blocked;
+    bool allowRemote_ = false;
     bool asPlainText_ = false;
     bool bodyLoaded_ = false;
     bool contentRead_ = false;
     // What preparedHTML_ was prepared with.
-    Remote preparedRemote_ = Remote::Blocked;
+    bool preparedRemote_ = false;
     bool preparedAsText_ = false;
     bool heightKnown_ = false;
     bool navigationFinished_ = false;
     int bodyHeight_ = 0;
     std::size_t remoteReferences_ = 0;
-    std::size_t trackers_ = 0;
 };
 
 }  // namespace zvwk::viewer

@@ -75,21 +75,28 @@ std::string textDocument(const std::string& text, const BodyOptions& options) {
     return out.str();
 }
 
-}  // namespace
-
-std::string messagePlainText(const MessageContent& content) {
-    if (content.html) {
-        auto document = zv::html::HTMLParser(*content.html).parseDocument();
-        if (HTMLElement* root = document->documentElement()) return zv::plainText(*root);
-    }
-    return content.plain.value_or("");
+// The root's plain text; `fallback` for a document without one.
+std::string plainTextOf(const zv::html::HTMLDocument& document, const std::optional<std::string>& fallback) {
+    if (const HTMLElement* root = document.documentElement()) return zv::plainText(*root);
+    return fallback.value_or("");
 }
 
-PreparedBody prepareMessageBody(const MessageContent& content, const BodyOptions& options) {
-    if (options.asPlainText || !content.html) return {textDocument(messagePlainText(content), options), 0};
+}  // namespace
 
-    auto document = zv::html::HTMLParser(*content.html).parseDocument();
-    zv::applyHeadCSSToContentAndPurge(*document, true, {}, {});
+MessageBody::MessageBody(const MessageContent& content) {
+    if (!content.html) {
+        plainText_ = content.plain.value_or("");
+        return;
+    }
+    inlined_ = zv::html::HTMLParser(*content.html).parseDocument();
+    // The text is the message's as written, before its CSS moves inline.
+    plainText_ = plainTextOf(*inlined_, content.plain);
+    zv::applyHeadCSSToContentAndPurge(*inlined_, true, {}, {});
+}
+
+PreparedBody MessageBody::prepare(const BodyOptions& options) const {
+    if (options.asPlainText || !inlined_) return {textDocument(plainText_, options), 0};
+    zv::html::Ref<zv::html::HTMLDocument> document = inlined_->cloneNodeDeep(true);
     HTMLElement* root = document->documentElement();
     if (!root) return {textDocument("", options), 0};
     const char* style = options.dark && !choosesColours(*root) ? kDarkHTMLBodyStyle : kHTMLBodyStyle;
@@ -103,6 +110,15 @@ PreparedBody prepareMessageBody(const MessageContent& content, const BodyOptions
     body.trackers = report.trackers.size();
     body.html = "<!DOCTYPE html>" + root->outerHTML();
     return body;
+}
+
+PreparedBody prepareMessageBody(const MessageContent& content, const BodyOptions& options) {
+    return MessageBody(content).prepare(options);
+}
+
+std::string messagePlainText(const MessageContent& content) {
+    if (!content.html) return content.plain.value_or("");
+    return plainTextOf(*zv::html::HTMLParser(*content.html).parseDocument(), content.plain);
 }
 
 }  // namespace zvwk::viewer

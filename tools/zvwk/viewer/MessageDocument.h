@@ -1,6 +1,7 @@
 // The document a message view loads, made safe and ready to show.
 //
-// An HTML body is parsed with zvhtml, its head CSS inlined and purged
+// An HTML body is parsed once with zvhtml (MessageBody, on any thread): its
+// plain text is taken from that parse, then its head CSS inlined and purged
 // (applyHeadCSSToContentAndPurge), given the viewer's page style and made
 // safe by zv::prepareDocumentForSafeView, which counts its remote references
 // and, when images are shown without trackers, the trackers it kept out.
@@ -10,6 +11,8 @@
 
 #include "MailMessage.h"
 
+#include <zv/html/HTMLDocument.h>
+
 #include <cstddef>
 #include <string>
 
@@ -17,15 +20,33 @@ namespace zvwk::viewer {
 
 struct BodyOptions {
     bool allowRemoteContent = false;
-    bool blockTrackers = true;  // with remote content allowed: everything but trackers
     bool asPlainText = false;
-    bool dark = false;  // a text body follows the desktop's dark style
+    bool dark = false;          // a text body follows the desktop's dark style
+    bool blockTrackers = true;  // with remote content allowed: everything but trackers
 };
 
 struct PreparedBody {
     std::string html;
     std::size_t remoteReferences = 0;  // blocked ones when remote content is not allowed
     std::size_t trackers = 0;          // kept out while remote content is allowed without them
+};
+
+// A message's body read for showing. The parse happens once, in the
+// constructor (any thread, typically the card's operation queue); every form
+// prepare() makes afterwards works on a copy of the parsed document, so the
+// toggles (remote content, plain text) never parse again.
+class MessageBody {
+public:
+    MessageBody() = default;
+    explicit MessageBody(const MessageContent& content);
+
+    PreparedBody prepare(const BodyOptions& options) const;
+    // zv::plainText of the HTML body, else the plain body.
+    const std::string& plainText() const { return plainText_; }
+
+private:
+    zv::html::Ref<zv::html::HTMLDocument> inlined_;  // head CSS inlined and purged; null without an HTML body
+    std::string plainText_;
 };
 
 PreparedBody prepareMessageBody(const MessageContent& content, const BodyOptions& options);

@@ -1,15 +1,11 @@
 // The command line of `zvwk view`.
 //
-//   zvwk view [--screenshot FILE.png] [--select N] [--find TEXT] [--page about|help]
-//             [--show-images] [--follow-link N] PATH...
+//   zvwk view [--screenshot FILE.png] [--select N] [--find TEXT] [--page about|help] PATH...
 //
 // --select N shows the Nth conversation of the list (1 is the newest);
 // --screenshot renders the window without a user, writes the PNG once the
 // conversation has loaded and exits; --find searches the conversation first;
-// --page opens the About or Help window too (and is what --screenshot draws);
-// --show-images presses "Show images" on the conversation's newest card once
-// it has loaded; --follow-link N clicks that card's Nth link (from 1), and a
-// link warning that comes up is what --screenshot draws.
+// --page opens the About or Help window too (and is what --screenshot draws).
 #pragma once
 
 #include <cstddef>
@@ -25,8 +21,6 @@ struct ViewArguments {
     std::optional<std::size_t> select;  // 0-based
     std::optional<std::string> find;
     std::optional<std::string> page;  // "about" or "help"
-    bool showImages = false;
-    std::optional<std::size_t> followLink;  // 0-based
 };
 
 // Nothing, with `error` set, for a command line that cannot be used.

@@ -37,26 +37,11 @@ struct Viewer {
     std::shared_ptr<zv::ZVWebWindowController> page;
     bool pageLoaded = false;
     int settleTicks = 0;
-    bool imagesShown = false;
-    bool linkFollowed = false;
 };
-
-// The question a followed link raised, if one is up.
-GtkWindow* linkWarning() {
-    GListModel* toplevels = gtk_window_get_toplevels();
-    for (guint i = 0; i < g_list_model_get_n_items(toplevels); ++i) {
-        // GTK's list of toplevels keeps the window alive after this reference goes.
-        GObject* window = G_OBJECT(g_list_model_get_item(toplevels, i));
-        g_object_unref(window);
-        if (GTK_IS_MESSAGE_DIALOG(window) && gtk_widget_get_mapped(GTK_WIDGET(window))) return GTK_WINDOW(window);
-    }
-    return nullptr;
-}
 
 void finishScreenshot(Viewer& viewer) {
     std::string error;
     GtkWindow* shown = viewer.page ? viewer.page->window() : viewer.window->window();
-    if (GtkWindow* question = viewer.arguments.followLink ? linkWarning() : nullptr) shown = question;
     if (!writeWindowPNG(shown, *viewer.arguments.screenshot, error)) {
         std::cerr << "zvwk: view: " << error << "\n";
         viewer.status = 1;
@@ -76,22 +61,6 @@ bool readyForScreenshot(Viewer& viewer) {
     }
     if (viewer.extensions->isBusy()) return false;
     if (viewer.page && !viewer.pageLoaded) return false;
-    const auto& cards = window.conversationView().cards();
-    if (viewer.arguments.showImages && !viewer.imagesShown && !cards.empty()) {
-        viewer.imagesShown = true;
-        cards.back()->showRemoteContent();
-        return false;
-    }
-    if (viewer.arguments.followLink && !viewer.linkFollowed && !cards.empty()) {
-        viewer.linkFollowed = true;
-        cards.back()->followLink(*viewer.arguments.followLink);
-        return false;
-    }
-    // A link's question comes up a moment after the click, if at all.
-    if (viewer.arguments.followLink && !linkWarning() && viewer.settleTicks < 20) {
-        ++viewer.settleTicks;
-        return false;
-    }
     // A few more ticks so images and the last layout reach the screen.
     return ++viewer.settleTicks > 6;
 }

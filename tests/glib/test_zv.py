@@ -1,0 +1,121 @@
+# The GObject library through PyGObject: values worked out by hand, and bad
+# input answered with a GError or the documented empty result.
+import gi
+
+gi.require_version("Zv", "0.2")
+from gi.repository import Gio, GLib, Zv  # noqa: E402
+import pytest  # noqa: E402
+
+REPLY = ('<p>Thanks, see you then.</p><blockquote type="cite"><p>Lunch at noon?</p>'
+         '<blockquote type="cite"><p>Are you free?</p></blockquote></blockquote>')
+HIDDEN = '<p>Hello <span style="display:none">secret</span>world</p>'
+STYLED = '<html><head><style>p { color: red }</style></head><body><p>x</p></body></html>'
+
+
+@pytest.mark.parametrize("html, text", [
+    ("<p>Hi</p>", "Hi"),
+    (REPLY, "Thanks, see you then.\n>Lunch at noon?\n>>Are you free?"),
+    ("<p>one<br>two</p><script>x()</script>", "one\ntwo"),
+    (None, ""),
+])
+def test_plain_text(html, text):
+    assert Zv.html_to_plain_text(html) == text
+
+
+@pytest.mark.parametrize("html, length, options, snippet", [
+    (HIDDEN, 100, Zv.SnippetOptions.NONE, "Hello world"),
+    ("<title>T</title><p>a  b</p>", 100, Zv.SnippetOptions.SKIP_TITLE, "a b"),
+    ("<p>alpha beta gamma</p>", 7, Zv.SnippetOptions.KEEP_WHOLE_WORDS, "alpha beta"),
+    ('<p style="visibility:hidden">gone</p>', 100, Zv.SnippetOptions.NONE, None),
+    (None, 100, Zv.SnippetOptions.NONE, None),
+])
+def test_snippet(html, length, options, snippet):
+    assert Zv.text_snippet_for_html(html, length, options) == snippet
+
+
+def test_head_css():
+    assert Zv.apply_head_css(STYLED, True, None, None) == \
+        '<html><head></head><body><p style=" color: red">x</p></body></html>'
+    assert Zv.apply_head_css(STYLED, False, ["^p$"], None) == STYLED
+    kept = '<html><head><style zv-scope="required">b{}</style></head><body></body></html>'
+    assert Zv.purge_head_css(kept.replace("<head>", "<head><style>p{}</style>"), None) == kept
+    with pytest.raises(GLib.Error) as failure:
+        Zv.apply_head_css(STYLED, False, ["(("], None)
+    assert failure.value.matches(Zv.error_quark(), Zv.Error.INVALID_ARGUMENT)
+
+
+def test_colors():
+    assert Zv.color_for_name("Teal") == (True, 0, 128, 128)
+    assert Zv.color_for_name("grey")[0] is False
+    assert Zv.color_for_name(None)[0] is False
+
+
+def test_document():
+    document = Zv.HtmlDocument.new_from_string(
+        '<title> A  note </title><div id="m"><p class="x">one</p><p>two <b>2</b></p></div>')
+    assert document.get_title() == "A note"
+    paragraphs = document.select("#m > p")
+    assert [p.get_text_content() for p in paragraphs] == ["one", "two 2"]
+    assert paragraphs[0].get_attribute("class") == "x" and paragraphs[1].get_attribute("class") is None
+    assert document.select_first("p:nth-child(9)") is None and document.select("p[") == []
+    paragraphs[1].set_inner_html("<i>new</i>")
+    paragraphs[0].set_attribute("lang", "en")
+    del paragraphs  # the elements keep the tree; the document keeps nothing of them
+    body = document.get_body()
+    assert body.get_inner_html() == '<div id="m"><p class="x" lang="en">one</p><p><i>new</i></p></div>'
+    assert body.get_plain_text() == "one\nnew"
+
+
+def test_streams(tmp_path):
+    data = b"\xef\xbb\xbf<p>caf\xc3\xa9 au lait</p>"
+    assert Zv.text_snippet_for_stream(Gio.MemoryInputStream.new_from_data(data), 4, 0, None) == "café"
+    page = tmp_path / "page.html"
+    page.write_bytes(b'<meta charset="windows-1252"><p>caf\xe9</p>')
+    assert Zv.text_snippet_for_file(Gio.File.new_for_path(str(page)), 100, 0, None) == "café"
+
+
+@pytest.mark.parametrize("failure, code", [
+    ("closed", Gio.IOErrorEnum.CLOSED),
+    ("cancelled", Gio.IOErrorEnum.CANCELLED),
+    ("missing", Gio.IOErrorEnum.NOT_FOUND),
+])
+def test_stream_failures(tmp_path, failure, code):
+    stream = Gio.MemoryInputStream.new_from_data(b"<p>text</p>")
+    cancellable = Gio.Cancellable()
+    if failure == "closed":
+        stream.close()
+    if failure == "cancelled":
+        cancellable.cancel()
+    with pytest.raises(GLib.Error) as error:
+        if failure == "missing":
+            Zv.text_snippet_for_file(Gio.File.new_for_path(str(tmp_path / "none.html")), 10, 0, None)
+        else:
+            Zv.text_snippet_for_stream(stream, 10, 0, cancellable)
+    assert error.value.matches(Gio.io_error_quark(), code)
+
+
+def test_stream_async():
+    loop = GLib.MainLoop()
+    results = []
+
+    def done(stream, result):
+        results.append(Zv.text_snippet_for_stream_finish(result))
+        loop.quit()
+
+    stream = Gio.MemoryInputStream.new_from_data(b"<p>later</p>")
+    Zv.text_snippet_for_stream_async(stream, 10, 0, None, done)
+    GLib.timeout_add_seconds(10, loop.quit)
+    loop.run()
+    assert results == ["later"]
+
+
+def test_url_cache(tmp_path):
+    cache = Zv.UrlCache.new(str(tmp_path / "cache" / "urls.sqlite"), 0)
+    assert cache.is_on_disk() and cache.lookup("https://a.example/x.png") == (None, None, 0)
+    cache.store("https://a.example/x.png", "image/png", 200, GLib.Bytes.new(b"12345"))
+    body, mime_type, status = cache.lookup("https://a.example/x.png")
+    assert (body.get_data(), mime_type, status, cache.get_current_usage()) == (b"12345", "image/png", 200, 5)
+    reopened = Zv.UrlCache.new(str(tmp_path / "cache" / "urls.sqlite"), 0)
+    assert reopened.lookup("https://a.example/x.png")[0].get_data() == b"12345"
+    reopened.remove("https://a.example/x.png")
+    assert reopened.lookup("https://a.example/x.png")[0] is None

@@ -1,0 +1,25 @@
+// The header of a message card: the sender's avatar and name, a detail line
+// (address, recipients) and a preview line, the date, and the button that
+// shows the message as plain text. Emits "activated" when the sender's lines
+// are clicked; the card decides which lines and buttons show.
+#pragma once
+
+#include <gtk/gtk.h>
+
+G_BEGIN_DECLS
+
+#define ZVWK_TYPE_MESSAGE_HEADER (zvwk_message_header_get_type())
+G_DECLARE_FINAL_TYPE(ZvwkMessageHeader, zvwk_message_header, ZVWK, MESSAGE_HEADER, GtkBox)
+
+// `avatarColour` (0 to 5) picks the avatar's avatar-N style class; without
+// `plainTextButton` the header has no such button; `dark`: its symbol is
+// drawn for the dark style.
+GtkWidget* zvwk_message_header_new(const char* sender, const char* initials, guint avatarColour, const char* detail,
+                                   const char* preview, const char* date, gboolean plainTextButton, gboolean dark);
+
+GtkWidget* zvwk_message_header_get_detail(ZvwkMessageHeader* self);
+GtkWidget* zvwk_message_header_get_preview(ZvwkMessageHeader* self);
+// Null for a header made without it.
+GtkWidget* zvwk_message_header_get_plain_text_button(ZvwkMessageHeader* self);
+
+G_END_DECLS
