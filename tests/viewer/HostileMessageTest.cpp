@@ -2,7 +2,7 @@
 // request (tests/data/request-vectors), shown in the viewer's safe view while
 // remote content is blocked: the loopback server standing in for the sender
 // hears nothing, the text around every vector shows, and the view finishes
-// loading in bounded time.
+// loading in bounded time. And a deceptive link that asks before it opens.
 #include "ViewerTestSupport.h"
 
 #include "LoopbackServer.h"
@@ -78,6 +78,43 @@ TEST(HostileMessage, EveryRequestVectorIsRefusedAndTheMessageStillShows) {
             EXPECT_NE(text.find("before-" + name), std::string::npos) << name;
             EXPECT_NE(text.find("after-" + name), std::string::npos) << name;
         }
+    }
+    g_object_unref(application);
+}
+
+GtkWindow* shownMessageDialog() {
+    GListModel* toplevels = gtk_window_get_toplevels();
+    for (guint i = 0; i < g_list_model_get_n_items(toplevels); ++i) {
+        GObject* window = G_OBJECT(g_list_model_get_item(toplevels, i));
+        g_object_unref(window);  // the list of toplevels keeps it
+        if (GTK_IS_MESSAGE_DIALOG(window) && gtk_widget_get_visible(GTK_WIDGET(window))) return GTK_WINDOW(window);
+    }
+    return nullptr;
+}
+
+// A link whose user name poses as the host asks before anything opens; the
+// question is answered "Cancel", so nothing does.
+TEST(HostileMessage, ADeceptiveLinkAsksFirst) {
+    zv::test::initGtkOnce();
+    test::ScratchFolder mailbox;
+    mailbox.write("box/cur/1.link", test::htmlMessage("link@x", "Link", "<p><a id=l href=\"https://mybank.com@evil.net/login\">Log in</a></p>"));
+    GtkApplication* application = gtk_application_new("org.zvwebkit.LinkWarningTest", G_APPLICATION_NON_UNIQUE);
+    g_application_register(G_APPLICATION(application), nullptr, nullptr);
+    {
+        ViewerOptions options;
+        options.paths = {(mailbox.path() / "box").string()};
+        ViewerWindow window(application, options);
+        gtk_window_present(window.window());
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
+        window.showConversation(0);
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s));
+        ASSERT_EQ(shownMessageDialog(), nullptr);
+        WebKitWebView* view = window.conversationView().cards().at(0)->bodyView()->webView();
+        zv::evaluateJavaScript(view, "document.getElementById('l').click()", [](std::optional<zv::Value>, std::optional<zv::Error>) {});
+        ASSERT_TRUE(zv::test::spinUntil([] { return shownMessageDialog() != nullptr; }, 10s)) << "no question before the link";
+        GtkWindow* dialog = shownMessageDialog();
+        gtk_dialog_response(GTK_DIALOG(dialog), GTK_RESPONSE_CANCEL);
+        EXPECT_TRUE(zv::test::spinUntil([] { return shownMessageDialog() == nullptr; }, 5s));
     }
     g_object_unref(application);
 }
