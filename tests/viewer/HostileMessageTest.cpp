@@ -82,6 +82,36 @@ TEST(HostileMessage, EveryRequestVectorIsRefusedAndTheMessageStillShows) {
     g_object_unref(application);
 }
 
+// Shown remote content keeps its trackers out: the picture comes, the pixel
+// is never asked for, and the card counts it.
+TEST(HostileMessage, ShownImagesLeaveTheirTrackersOut) {
+    zv::test::initGtkOnce();
+    zv::test::LoopbackServer server;
+    test::ScratchFolder mailbox;
+    mailbox.write("box/cur/1.news",
+                  test::htmlMessage("news@x", "News", "<p>news</p><img src=\"" + server.url("/image-picture") + "\">"
+                                    "<img src=\"" + server.url("/image-pixel") + "\" width=1 height=1>"));
+    GtkApplication* application = gtk_application_new("org.zvwebkit.TrackersTest", G_APPLICATION_NON_UNIQUE);
+    g_application_register(G_APPLICATION(application), nullptr, nullptr);
+    {
+        ViewerOptions options;
+        options.paths = {(mailbox.path() / "box").string()};
+        ViewerWindow window(application, options);
+        gtk_window_present(window.window());
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
+        window.showConversation(0);
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s));
+        MessageCard& card = *window.conversationView().cards().at(0);
+        EXPECT_EQ(card.blockedRemoteReferences(), 2u);
+        card.showRemoteContent();
+        ASSERT_TRUE(zv::test::spinUntil([&] { return server.hits("/image-picture") == 1; }, 10s));
+        zv::test::spinFor(zv::test::kQuietPeriod);
+        EXPECT_EQ(server.hits("/image-pixel"), 0);
+        EXPECT_EQ(card.blockedTrackers(), 1u);
+    }
+    g_object_unref(application);
+}
+
 GtkWindow* shownMessageDialog() {
     GListModel* toplevels = gtk_window_get_toplevels();
     for (guint i = 0; i < g_list_model_get_n_items(toplevels); ++i) {
