@@ -8,7 +8,8 @@
 // on the first div (bit 2). Wherever the walk answers, from the document
 // element, the body or each top-level element of the fragment, its text must
 // be the literal pipeline's.
-#include "PlainTextPipeline.h"
+#include "PlainTextPasses.h"
+#include "PlainTextWalk.h"
 
 #include <zv/html/HTMLDocument.h>
 #include <zv/html/HTMLDocumentFragment.h>

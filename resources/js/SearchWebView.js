@@ -31,6 +31,11 @@
 // - The selection is {"type": "None" | "Caret" | "Range", "text": string}.
 // - Every highlighting, replacement and removal posts "wvCount"; every
 //   step, WKWebView_SetCurrentHighlight and replacement posts "wvIndex".
+// - WKWebView_CountMatchesInText counts in a plain text what highlighting
+//   would find in a page of that text. The native side runs this same file
+//   in a JavaScript context of its own to count messages that are not
+//   loaded, so both use one definition of words, digits, boundaries and
+//   case folding: JavaScript's.
 (function () {
   "use strict";
 
@@ -80,6 +85,16 @@
     } catch (e) {
       return null;
     }
+  }
+
+  // mark.js's own loop: non-overlapping matches, up to the first empty one.
+  function countMatches(text, expression) {
+    let count = 0;
+    let match;
+    expression.lastIndex = 0;
+    while ((match = expression.exec(text)) !== null && match[0] !== "") count++;
+    expression.lastIndex = 0;
+    return count;
   }
 
   function removeMarks() {
@@ -174,6 +189,11 @@
     highlight(String(text), Number(options) || 1);
     post("wvCount", matches.length);
     return matches.length;
+  };
+
+  window.WKWebView_CountMatchesInText = function (text, searchText, options) {
+    const expression = searchText ? expressionFor(String(searchText), Number(options) || 1) : null;
+    return expression ? countMatches(String(text), expression) : 0;
   };
 
   window.WKWebView_CurrentSearchCount = function () {

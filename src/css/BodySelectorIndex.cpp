@@ -1,5 +1,7 @@
 #include "BodySelectorIndex.h"
 
+#include "ASCIIText.h"
+
 #include <zv/html/CSSSelector.h>
 #include <zv/html/HTMLDocument.h>
 
@@ -26,13 +28,6 @@ bool isNameCharacter(char c) {
 
 bool isCombinatorOrSpace(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '>' || c == '+' || c == '~';
-}
-
-std::string asciiLower(std::string_view s) {
-    std::string lower(s);
-    for (char& c : lower)
-        if (c >= 'A' && c <= 'Z') c = char(c + 32);
-    return lower;
 }
 
 // The index just past the "]" closing the bracket at `open`, quoted values
@@ -90,8 +85,8 @@ std::optional<SubjectKey> keyOf(std::string_view compound) {
         if (c == '#' || c == '.') {
             std::string_view name = nameAt(compound, i + 1);
             if (name.empty()) return std::nullopt;
-            if (c == '#') return SubjectKey{KeyKind::Id, asciiLower(name)};
-            if (!firstClass) firstClass = SubjectKey{KeyKind::Class, asciiLower(name)};
+            if (c == '#') return SubjectKey{KeyKind::Id, toASCIILower(name)};
+            if (!firstClass) firstClass = SubjectKey{KeyKind::Class, toASCIILower(name)};
             i += 1 + name.size();
             continue;
         }
@@ -100,7 +95,7 @@ std::optional<SubjectKey> keyOf(std::string_view compound) {
     if (firstClass) return firstClass;
     std::string_view tag = nameAt(compound, 0);
     if (tag.empty()) return std::nullopt;
-    return SubjectKey{KeyKind::Tag, asciiLower(tag)};
+    return SubjectKey{KeyKind::Tag, toASCIILower(tag)};
 }
 
 // Calls fn(element, depth) on each element under `root`, in document order;
@@ -129,8 +124,6 @@ void forEachDescendantElement(html::HTMLNode& root, Fn fn) {
 bool isLoneClass(std::string_view compound, const SubjectKey& key) {
     return key.kind == KeyKind::Class && compound.size() == key.name.size() + 1;
 }
-
-bool isASCIIWhitespace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f'; }
 
 }  // namespace
 
@@ -165,7 +158,7 @@ struct BodySelectorIndex::Buckets {
     }
 
     void add(KeyKind kind, std::string_view name, html::HTMLElement& element) {
-        addExact(byKind[int(kind)][asciiLower(name)], element);
+        addExact(byKind[int(kind)][toASCIILower(name)], element);
     }
 
     // A class named twice on one element lists it once.

@@ -122,13 +122,15 @@ void ZVWebViewFindController::connectView() {
                      G_CALLBACK(+[](GtkSearchEntry*, gpointer d) { controllerFrom(d)->moveTo(1); }), this);
     g_signal_connect(searchField_, "previous-match",
                      G_CALLBACK(+[](GtkSearchEntry*, gpointer d) { controllerFrom(d)->moveTo(0); }), this);
-    // Enter steps forward, Shift+Enter back.
+    // Enter is the entry's action, a search; Shift+Enter steps back, as in
+    // GNOME's find bars (Ctrl+G and Ctrl+Shift+G step too, the entry's own).
     GtkEventController* keys = gtk_event_controller_key_new();
     gtk_event_controller_set_propagation_phase(keys, GTK_PHASE_CAPTURE);
     g_signal_connect(keys, "key-pressed",
                      G_CALLBACK(+[](GtkEventControllerKey*, guint keyval, guint, GdkModifierType state, gpointer d) {
                          if (keyval != GDK_KEY_Return && keyval != GDK_KEY_KP_Enter) return gboolean(FALSE);
-                         controllerFrom(d)->moveTo((state & GDK_SHIFT_MASK) ? 0 : 1);
+                         if (state & GDK_SHIFT_MASK) controllerFrom(d)->moveTo(0);
+                         else controllerFrom(d)->findNow();
                          return gboolean(TRUE);
                      }),
                      this);
@@ -144,6 +146,9 @@ void ZVWebViewFindController::connectView() {
                      G_CALLBACK(+[](GtkButton*, gpointer d) { controllerFrom(d)->replace(0); }), this);
     g_signal_connect(replaceAllButton_, "clicked",
                      G_CALLBACK(+[](GtkButton*, gpointer d) { controllerFrom(d)->replace(1); }), this);
+    // Shown again: settings another bar or the host changed meanwhile show.
+    g_signal_connect(root_, "map", G_CALLBACK(+[](GtkWidget*, gpointer d) { controllerFrom(d)->updateFindMenu(); }),
+                     this);
 }
 
 // The bar may outlive its controller in the host's window: it must not
@@ -152,7 +157,7 @@ void ZVWebViewFindController::disconnectView() {
     for (const char* name : {"style", "ignore-case", "recent", "clear-recents"})
         g_signal_handlers_disconnect_by_data(g_action_map_lookup_action(G_ACTION_MAP(actions_.get()), name), this);
     if (!root_) return;
-    for (GtkWidget* widget : {searchField_, previous_, next_, done_, replaceButton_, replaceAllButton_})
+    for (GtkWidget* widget : {root_, searchField_, previous_, next_, done_, replaceButton_, replaceAllButton_})
         g_signal_handlers_disconnect_by_data(widget, this);
     g_signal_handlers_disconnect_by_data(keyController_, this);
     gtk_widget_insert_action_group(root_, "find", nullptr);
@@ -164,7 +169,8 @@ void ZVWebViewFindController::viewDidLoad() {
     updateVisibleConversationMessageItems();
     if (!root_) return;
     gtk_widget_set_tooltip_text(searchField_, localized("FIND: MULTI VALUE TOOLTIP").c_str());
-    setCurrentCount(currentCount_);
+    gtk_widget_set_sensitive(previous_, currentCount_ > 0);
+    gtk_widget_set_sensitive(next_, currentCount_ > 0);
 }
 
 void ZVWebViewFindController::setCurrentCount(int64_t count) {

@@ -311,11 +311,11 @@ void ZVWebViewFindController::performFindPreservingPosition(bool) {
 void ZVWebViewFindController::findNow() {
     performFindPreservingPosition(false);
     setFindString(searchText());
+    rememberSearch(searchText());
 }
 
 void ZVWebViewFindController::moveTo(int segment) {
     log("moveTo segment selected: " + std::to_string(segment));
-    rememberSearch(searchText());
     if (segment == 1) findNext();
     else findPrevious();
 }

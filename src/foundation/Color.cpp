@@ -1,6 +1,6 @@
 #include <zv/foundation/Color.h>
 
-#include <zv/text/HTMLColorNames.h>
+#include "ASCIIText.h"
 
 #include <algorithm>
 #include <charconv>
@@ -10,21 +10,6 @@
 namespace zv {
 
 namespace {
-
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f'; }
-
-std::string_view trimmed(std::string_view s) {
-    while (!s.empty() && isSpace(s.front())) s.remove_prefix(1);
-    while (!s.empty() && isSpace(s.back())) s.remove_suffix(1);
-    return s;
-}
-
-std::string asciiLower(std::string_view s) {
-    std::string lower(s);
-    for (char& c : lower)
-        if (c >= 'A' && c <= 'Z') c = char(c + ('a' - 'A'));
-    return lower;
-}
 
 int hexDigit(char c) {
     if (c >= '0' && c <= '9') return c - '0';
@@ -68,12 +53,12 @@ std::optional<Color> fromFunction(std::string_view arguments) {
     size_t i = 0;
     while (i < arguments.size()) {
         char c = arguments[i];
-        if (isSpace(c) || c == ',' || c == '/') {
+        if (isASCIIWhitespace(c) || c == ',' || c == '/') {
             ++i;
             continue;
         }
         size_t start = i;
-        while (i < arguments.size() && !isSpace(arguments[i]) && arguments[i] != ',' && arguments[i] != '/') ++i;
+        while (i < arguments.size() && !isASCIIWhitespace(arguments[i]) && arguments[i] != ',' && arguments[i] != '/') ++i;
         parts.push_back(arguments.substr(start, i - start));
     }
     if (parts.size() != 3 && parts.size() != 4) return std::nullopt;
@@ -103,7 +88,7 @@ std::string shortest(double value) {
 }  // namespace
 
 std::optional<Color> colorFromStringRepresentation(std::string_view text) {
-    std::string lower = asciiLower(trimmed(text));
+    std::string lower = toASCIILower(trimASCIIWhitespace(text));
     std::string_view s = lower;
     if (s.empty()) return std::nullopt;
     if (s.front() == '#') return fromHex(s.substr(1));

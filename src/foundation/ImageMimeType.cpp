@@ -1,13 +1,13 @@
 #include <zv/foundation/ImageMimeType.h>
 
+#include "ASCIIText.h"
+
 #include <algorithm>
 #include <cstdint>
 
 namespace zv {
 
 namespace {
-
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f'; }
 
 uint32_t bigEndian32(std::string_view bytes, size_t at) {
     auto b = [&](size_t i) { return uint32_t(uint8_t(bytes[at + i])); };
@@ -53,10 +53,10 @@ bool isSVG(std::string_view bytes) {
     std::string_view text = bytes.substr(0, 4096);
     size_t at = text.starts_with("\xEF\xBB\xBF") ? 3 : 0;
     while (true) {
-        while (at < text.size() && isSpace(text[at])) ++at;
+        while (at < text.size() && isASCIIWhitespace(text[at])) ++at;
         if (text.substr(at).starts_with("<svg")) {
             char after = at + 4 < text.size() ? text[at + 4] : '\0';
-            return after == '>' || after == '/' || isSpace(after);
+            return after == '>' || after == '/' || isASCIIWhitespace(after);
         }
         at = skipPrologItem(text, at);
         if (at == std::string_view::npos) return false;

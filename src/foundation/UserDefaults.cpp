@@ -2,6 +2,8 @@
 
 #include <zv/foundation/Log.h>
 
+#include "Guarded.h"
+
 #include <glib.h>
 
 #include <charconv>
@@ -18,13 +20,8 @@ using KeyFilePtr = std::unique_ptr<GKeyFile, decltype(&g_key_file_free)>;
 
 KeyFilePtr newKeyFile() { return KeyFilePtr(g_key_file_new(), g_key_file_free); }
 
-std::mutex& applicationIdMutex() {
-    static std::mutex mutex;
-    return mutex;
-}
-
-std::string& applicationIdStorage() {
-    static std::string id = "zvwebkit";
+Guarded<std::string>& applicationIdStorage() {
+    static Guarded<std::string> id("zvwebkit");
     return id;
 }
 
@@ -83,16 +80,12 @@ UserDefaults& UserDefaults::standard() {
 }
 
 void UserDefaults::setApplicationId(std::string id) {
-    {
-        std::lock_guard lock(applicationIdMutex());
-        applicationIdStorage() = id;
-    }
+    applicationIdStorage().set(id);
     standard().retarget(filePathFor(id));
 }
 
 std::string UserDefaults::applicationId() {
-    std::lock_guard lock(applicationIdMutex());
-    return applicationIdStorage();
+    return applicationIdStorage().get();
 }
 
 UserDefaults::UserDefaults(std::string filePath) : filePath_(std::move(filePath)) {

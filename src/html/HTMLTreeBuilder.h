@@ -102,7 +102,24 @@ private:
     void inBodyEndTag(HTMLTagToken& token);
     void inBodyEndOfFile(HTMLToken& token);
     void inBodyAnyOtherEndTag(const HTMLTagToken& token);
+    // Its start tags, by group.
+    void inBodyHTMLStartTag(const HTMLTagToken& token);
+    void inBodyBodyStartTag(const HTMLTagToken& token);
+    void inBodyFramesetStartTag(HTMLTagToken& token);
+    void inBodyHeadingStartTag(HTMLTagToken& token);
+    void inBodyPreStartTag(HTMLTagToken& token);
+    void inBodyFormStartTag(HTMLTagToken& token);
     void inBodyListItemStartTag(HTMLTagToken& token);
+    void inBodyButtonStartTag(HTMLTagToken& token);
+    void inBodyAnchorStartTag(HTMLTagToken& token);
+    void inBodyNobrStartTag(HTMLTagToken& token);
+    void inBodyTableStartTag(HTMLTagToken& token);
+    void inBodyVoidStartTag(HTMLTagToken& token);
+    void inBodyHRStartTag(HTMLTagToken& token);
+    void inBodyRawTextStartTag(HTMLTagToken& token);
+    void inBodySelectStartTag(HTMLTagToken& token);
+    void inBodyOptionStartTag(HTMLTagToken& token);
+    void inBodyRubyStartTag(HTMLTagToken& token);
     void foreignContentEndTag(HTMLToken& token);
     void processAsTableAnythingElse(HTMLToken& token);
     void flushPendingTableText();

@@ -77,7 +77,7 @@ std::string PageLocalization::localizedStringForKey(std::string_view key, std::s
         if (found != localizationOverrides_->end()) return found->second;
         bundle = localizationBundle_;
     }
-    if (!bundle) bundle = Bundle::mainBundle();
+    if (!bundle) bundle = defaultBundle();
     std::string table = localizationTable().value_or(std::string());
     return bundle->localizedString(key, defaultValue, table);
 }

@@ -1,5 +1,6 @@
 #include "IncludeMerging.h"
 
+#include "ASCIIText.h"
 #include "HTMLFetch.h"
 
 #include <zv/foundation/OperationQueue.h>
@@ -18,16 +19,9 @@ using html::HTMLElement;
 
 constexpr int kMaxConcurrentIncludes = 3;
 
-std::string asciiLower(std::string_view text) {
-    std::string out(text);
-    for (char& c : out)
-        if (c >= 'A' && c <= 'Z') c = char(c - 'A' + 'a');
-    return out;
-}
-
 void replaceIgnoringCase(std::string& text, const std::string& what, const std::string& with) {
-    std::string lowerWhat = asciiLower(what);
-    std::string lowerText = asciiLower(text);
+    std::string lowerWhat = toASCIILower(what);
+    std::string lowerText = toASCIILower(text);
     std::string out;
     size_t from = 0;
     for (size_t at = lowerText.find(lowerWhat); at != std::string::npos; at = lowerText.find(lowerWhat, from)) {

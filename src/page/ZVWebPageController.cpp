@@ -4,12 +4,15 @@
 #include <zv/foundation/MainThread.h>
 #include <zv/foundation/UserDefaults.h>
 #include <zv/page/ZVWebWindowController.h>
+#include <zv/webview/FrameworkResources.h>
 #include <zv/webview/ScriptEvaluation.h>
 #include <zv/webview/ScriptValue.h>
 #include <zv/webview/UserScript.h>
 
+#include <cassert>
 #include <chrono>
 #include <thread>
+#include <typeinfo>
 
 namespace zv {
 
@@ -70,6 +73,17 @@ std::string escapedValue(std::string_view value) {
     return out;
 }
 
+// The exception's own message: WebKitGTK puts "URI:LINE:COLUMN: " before it.
+std::string exceptionMessage(const std::string& error) {
+    for (size_t colon = error.find(": "); colon != std::string::npos; colon = error.find(": ", colon + 1)) {
+        size_t column = error.find_last_not_of("0123456789", colon - 1);
+        if (column == std::string::npos || column == colon - 1 || error[column] != ':') continue;
+        size_t line = error.find_last_not_of("0123456789", column - 1);
+        if (line != std::string::npos && line != column - 1 && error[line] == ':') return error.substr(colon + 2);
+    }
+    return error;
+}
+
 bool truthy(const std::optional<Value>& value) {
     if (!value) return false;
     if (value->is_boolean()) return value->get<bool>();
@@ -125,6 +139,16 @@ std::shared_ptr<ZVPageDelegate> ZVWebPageController::delegate() const {
 void ZVWebPageController::setDelegate(const std::shared_ptr<ZVPageDelegate>& delegate) {
     std::lock_guard lock(lock_);
     delegate_ = delegate;
+}
+
+std::shared_ptr<const Bundle> ZVWebPageController::classBundle() const {
+    return typeid(*this) == typeid(ZVWebPageController) ? webKitResourceBundle() : Bundle::mainBundle();
+}
+
+std::shared_ptr<const Bundle> ZVWebPageController::defaultBundle() const {
+    if (auto delegate = this->delegate()) return delegate->bundle ? delegate->bundle : Bundle::mainBundle();
+    if (auto window = windowController(); window && window->hasResourceBundle()) return window->resourceBundle();
+    return classBundle();
 }
 
 // --- Script bridge -----------------------------------------------------------
@@ -226,7 +250,7 @@ void ZVWebPageController::_pageFailed() {
         std::lock_guard lock(lock_);
         completion = pageLoadedCompletion_;
     }
-    if (completion) completion(Error{kPageControllerErrorDomain, 1, "The page could not be loaded."});
+    if (completion) completion(Error{kPageControllerErrorDomain, 1, {}});
 }
 
 void ZVWebPageController::setPageLoadedCompletion(Completion completion) {
@@ -318,7 +342,8 @@ void ZVWebPageController::setValueForAttribute(std::string_view value, std::stri
     std::string script = attributeWriteScript(value, propertyPath, elementId);
     auto evaluate = [view, script] {
         evaluateJavaScript(view->webView(), script, [](std::optional<Value>, std::optional<Error> error) {
-            if (error && logsWriteErrors()) log("Error setting attribute value for element: " + error->message);
+            if (error && logsWriteErrors())
+                log("Error setting attribute value for element: " + exceptionMessage(error->message));
         });
     };
     if (isMainThread())
@@ -359,7 +384,8 @@ namespace {
 std::optional<std::pair<std::string, std::string>> splitDOMPath(std::string_view path) {
     size_t dot = path.find('.');
     if (dot == std::string_view::npos) {
-        log(LogLevel::Warning, "Insufficient DOMPath");
+        g_log_structured(kLogDomain, G_LOG_LEVEL_CRITICAL, "MESSAGE", "Insufficient DOMPath");
+        assert(!"Insufficient DOMPath");
         return std::nullopt;
     }
     std::string_view first = path.substr(0, dot);

@@ -10,6 +10,7 @@
 #include <zv/localization/DocumentLocalization.h>
 #include <zv/page/PageControllerRegistry.h>
 #include <zv/scheme/WebKitSchemeBinding.h>
+#include <zv/webview/FrameworkResources.h>
 #include <zv/webview/ScriptEvaluation.h>
 #include <zv/webview/ScriptValue.h>
 #include <zv/webview/UserScript.h>
@@ -77,6 +78,14 @@ std::optional<int> monitorHeight(GtkWindow* window) {
     return geometry.height;
 }
 
+// The window as a log line names it: its type, address and title.
+std::string windowDescription(GtkWindow* window) {
+    const char* title = gtk_window_get_title(window);
+    g_autofree char* text = g_strdup_printf("<%s: %p> \"%s\"", G_OBJECT_TYPE_NAME(window), static_cast<void*>(window),
+                                            title ? title : "");
+    return text;
+}
+
 }  // namespace
 
 std::shared_ptr<ZVWebWindowController> ZVWebWindowController::create() {
@@ -118,10 +127,12 @@ ZVWebWindowController::~ZVWebWindowController() {
 void ZVWebWindowController::setupWebView() {
     g_signal_connect(webView_->webView(), "decide-policy", G_CALLBACK(onDecidePolicy), this);
     g_signal_connect(webView_->webView(), "load-changed", G_CALLBACK(onLoadChanged), this);
+    g_signal_connect(webView_->webView(), "load-failed", G_CALLBACK(onLoadFailed), this);
 }
 
 std::shared_ptr<const Bundle> ZVWebWindowController::resourceBundle() const {
-    return resourceBundle_ ? resourceBundle_ : Bundle::mainBundle();
+    if (resourceBundle_) return resourceBundle_;
+    return pageController_ ? pageController_->classBundle() : webKitResourceBundle();
 }
 
 // --- Page controller ---------------------------------------------------------
@@ -183,6 +194,7 @@ void ZVWebWindowController::finishLoad(html::HTMLDocument& document, const URL& 
     if (!strings) {
         strings = std::make_shared<PageLocalization>();
         strings->setURL(url);
+        strings->setLocalizationBundle(resourceBundle());
     }
     Size size = strings->pageSize();
     std::optional<std::string> title;
@@ -295,19 +307,34 @@ std::string ZVWebWindowController::localizeHTML(std::string_view html, const std
 
 gboolean ZVWebWindowController::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
                                                WebKitPolicyDecisionType type, gpointer data) {
-    if (type != WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION) return FALSE;
-    return static_cast<ZVWebWindowController*>(data)->decideNavigation(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
+    auto* self = static_cast<ZVWebWindowController*>(data);
+    switch (type) {
+    case WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION:
+    case WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION:
+        return self->decideNavigation(WEBKIT_NAVIGATION_POLICY_DECISION(decision),
+                                      type == WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION);
+    case WEBKIT_POLICY_DECISION_TYPE_RESPONSE:
+        // WebKit would download what it cannot show.
+        webkit_policy_decision_use(decision);
+        return TRUE;
+    }
+    return FALSE;
 }
 
-bool ZVWebWindowController::decideNavigation(WebKitNavigationPolicyDecision* decision) {
+bool ZVWebWindowController::decideNavigation(WebKitNavigationPolicyDecision* decision, bool newWindow) {
     WebKitNavigationAction* action = webkit_navigation_policy_decision_get_navigation_action(decision);
-    const char* uri = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+    WebKitURIRequest* request = webkit_navigation_action_get_request(action);
+    const char* uri = webkit_uri_request_get_uri(request);
     std::optional<URL> url = URL::parse(uri ? uri : "");
     std::optional<URL> page = pageController_ ? pageController_->url() : std::nullopt;
     bool allowed = !url || url->isFileURL() || url->scheme() == "about" || (page && *page == *url);
-    if (allowed) return false;  // WebKit's default: go ahead
+    if (allowed && !newWindow) return false;  // WebKit's default: go ahead
+    // A new window allowed would go to WebKit's "create", which a page window has no view for.
     webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
-    openExternally(*url);
+    if (allowed)
+        webkit_web_view_load_request(webView_->webView(), request);
+    else
+        openExternally(*url);
     return true;
 }
 
@@ -323,8 +350,17 @@ void ZVWebWindowController::openExternally(const URL& url) {
     }
 }
 
+// WebKit reports "finished" after a failure too; only a real finish counts.
 void ZVWebWindowController::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data) {
-    if (event == WEBKIT_LOAD_FINISHED) static_cast<ZVWebWindowController*>(data)->didFinishNavigation();
+    auto* self = static_cast<ZVWebWindowController*>(data);
+    if (event == WEBKIT_LOAD_STARTED) self->navigationFailed_ = false;
+    if (event == WEBKIT_LOAD_FINISHED && !std::exchange(self->navigationFailed_, false)) self->didFinishNavigation();
+}
+
+// Handled, so that WebKit shows no error page of its own: the page stays.
+gboolean ZVWebWindowController::onLoadFailed(WebKitWebView*, WebKitLoadEvent, char*, GError*, gpointer data) {
+    static_cast<ZVWebWindowController*>(data)->navigationFailed_ = true;
+    return TRUE;
 }
 
 void ZVWebWindowController::didFinishNavigation() {
@@ -334,8 +370,8 @@ void ZVWebWindowController::didFinishNavigation() {
                                 " inMain " + (isMainThread() ? "YES" : "NO"));
     evaluateJavaScript(webView_->webView(), kNoContextMenuScript);
     if (pageController_) pageController_->_pageDidLoad();
+    zv::log(LogLevel::Info, "WebView showing window " + windowDescription(window_.get()) + " ");
     gtk_window_present(window_.get());
-    zv::log(LogLevel::Info, "WebView showing window " + std::string(gtk_window_get_title(window_.get()) ? gtk_window_get_title(window_.get()) : "") + " ");
 }
 
 // --- Script-visible window methods --------------------------------------------

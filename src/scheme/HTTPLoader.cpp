@@ -1,5 +1,6 @@
 #include "HTTPLoader.h"
 
+#include <zv/foundation/GObjectRef.h>
 #include <zv/foundation/MainThread.h>
 
 #include <libsoup/soup.h>
@@ -71,14 +72,9 @@ URLResponse responseOf(SoupMessage* message) {
 
 // What one load owns until libsoup answers.
 struct Load {
-    SoupSession* session;  // a reference of its own
-    SoupMessage* message;
+    GObjectRef<SoupSession> session;
+    GObjectRef<SoupMessage> message;
     HTTPCompletion completion;
-
-    ~Load() {
-        g_object_unref(message);
-        g_object_unref(session);
-    }
 };
 
 void loaded(GObject* source, GAsyncResult* result, gpointer data) {
@@ -95,7 +91,7 @@ void loaded(GObject* source, GAsyncResult* result, gpointer data) {
     const auto* bytes = static_cast<const std::uint8_t*>(g_bytes_get_data(body, &size));
     Data payload(bytes, bytes + size);
     g_bytes_unref(body);
-    load->completion(responseOf(load->message), std::move(payload), std::nullopt);
+    load->completion(responseOf(load->message.get()), std::move(payload), std::nullopt);
 }
 
 void start(const URLRequest& request, HTTPCompletion completion) {
@@ -125,7 +121,8 @@ void start(const URLRequest& request, HTTPCompletion completion) {
         double seconds = std::ceil(std::max(request.timeoutInterval, 1.0));
         session = newSession(unsigned(std::min(seconds, 86400.0)));
     }
-    auto* load = new Load{session, message, std::move(completion)};
+    auto* load = new Load{GObjectRef<SoupSession>::adopt(session), GObjectRef<SoupMessage>::adopt(message),
+                          std::move(completion)};
     soup_session_send_and_read_async(session, message, G_PRIORITY_DEFAULT, nullptr, loaded, load);
 }
 

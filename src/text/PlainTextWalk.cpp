@@ -26,7 +26,9 @@
 // comments that do not read back as they were written, children the
 // serializer leaves out, and characters the parser's input stream changes
 // (NUL, CR, malformed UTF-8).
-#include "PlainTextPipeline.h"
+#include "ASCIIText.h"
+#include "PlainTextPasses.h"
+#include "PlainTextWalk.h"
 
 #include <zv/foundation/Strings.h>
 #include <zv/html/HTMLCharacterData.h>
@@ -82,8 +84,6 @@ std::string_view trimmed(std::string_view s) {
 // White space as the rewrite of the markup sees it: U+00A0 is written "&nbsp;".
 bool isMarkupSpace(char32_t c) { return c != 0xA0 && isUnicodeSpace(c); }
 
-bool isASCIIWhitespace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\f' || c == '\r'; }
-
 bool onlyASCIIWhitespace(std::string_view s) {
     for (char c : s)
         if (!isASCIIWhitespace(c)) return false;
@@ -99,12 +99,10 @@ bool onlyNoBreakSpaces(std::string_view s) {
     return true;
 }
 
-char lowerASCII(char c) { return c >= 'A' && c <= 'Z' ? char(c + ('a' - 'A')) : c; }
-
 bool equalsIgnoringASCIICase(std::string_view s, std::string_view lower) {
     if (s.size() != lower.size()) return false;
     for (size_t i = 0; i < s.size(); ++i)
-        if (lowerASCII(s[i]) != lower[i]) return false;
+        if (toASCIILower(s[i]) != lower[i]) return false;
     return true;
 }
 
@@ -131,12 +129,6 @@ bool hasASCIIUpper(std::string_view s) {
     return false;
 }
 
-std::string lowerASCII(std::string_view s) {
-    std::string lower(s);
-    for (char& c : lower) c = lowerASCII(c);
-    return lower;
-}
-
 // A name the parser reads back as written: nothing that ends or splits a tag,
 // and nothing a rewrite pattern matches ("<div..." would). HTML names must be
 // lower case: the parser lowers them, and the pipeline's selectors would
@@ -154,7 +146,7 @@ bool isPlainName(std::string_view name, Namespace ns) {
 // MathML element, so such an element would not be read back where it is.
 bool breaksOutOfForeignContent(const HTMLElement& e) {
     Tag tag = e.tag();
-    if (tag == Tag::Unknown && hasASCIIUpper(e.localName())) tag = html::tagFromName(lowerASCII(e.localName()));
+    if (tag == Tag::Unknown && hasASCIIUpper(e.localName())) tag = html::tagFromName(toASCIILower(e.localName()));
     switch (tag) {
     case Tag::b: case Tag::big: case Tag::blockquote: case Tag::body: case Tag::br: case Tag::center:
     case Tag::code: case Tag::dd: case Tag::div: case Tag::dl: case Tag::dt: case Tag::em: case Tag::embed:

@@ -1,7 +1,7 @@
 #include <zv/webview/ScriptEvaluation.h>
 
 #include <zv/foundation/MainThread.h>
-#include <zv/webview/GObjectRef.h>
+#include <zv/foundation/GObjectRef.h>
 #include <zv/webview/ScriptValue.h>
 
 #include <webkit/webkit.h>

@@ -6,6 +6,7 @@
 
 #include <glib.h>
 
+#include <cassert>
 #include <cmath>
 #include <iostream>
 #include <optional>
@@ -49,7 +50,10 @@ void handleSearchResultCount(WebKitWebView* webView, std::function<void(int64_t 
                            if (value->is_number_integer()) return completion(value->get<int64_t>());
                            if (value->is_number_float() && std::isfinite(value->get<double>()))
                                return completion(static_cast<int64_t>(value->get<double>()));
-                           log(LogLevel::Warning, "WKWebView_SearchResultCount is not a number: " + value->dump());
+                           // The script's count is a number by contract: anything else is a programming error.
+                           g_log_structured(kLogDomain, G_LOG_LEVEL_CRITICAL, "MESSAGE",
+                                            "WKWebView_SearchResultCount is not a number: %s", value->dump().c_str());
+                           assert(!"WKWebView_SearchResultCount is not a number");
                        });
 }
 

@@ -177,6 +177,9 @@ TEST_F(FindControllerTest, SingleViewStepsReportWrapping) {
     ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 4; }, kScriptTimeout));
     for (bool looped : {false, false, false, false, true}) EXPECT_EQ(step(*controller, true).looped, looped);
     EXPECT_TRUE(step(*controller, false).looped) << "back from the first match";
+    auto scrollY = m->window->evaluate("window.scrollY").value;
+    EXPECT_EQ(controller->lastOffset(), float(found.back().y + (scrollY ? scrollY->get<double>() : 0)))
+        << "the match's place in the whole page";
     controller.reset();
     EXPECT_FALSE(m->view->scriptsLoaded());
     auto again = ZVWebViewFindController::create(delegate);
@@ -251,10 +254,26 @@ bool has(const std::vector<std::string>& labels, const std::string& label) {
     return std::ranges::find(labels, label) != labels.end();
 }
 
+std::string label(const ZVWebViewFindController& c) { return gtk_label_get_text(GTK_LABEL(c.countLabel())); }
+
+bool actionState(ZVWebViewFindController& c, const char* action, GVariant* expected) {
+    GVariant* state = g_action_group_get_action_state(c.actionGroup(), action);
+    bool same = g_variant_equal(state, g_variant_ref_sink(expected));
+    g_variant_unref(state);
+    g_variant_unref(expected);
+    return same;
+}
+
 TEST_F(FindControllerTest, MenuCountLabelAndRecents) {
     auto plain = ZVWebViewFindController::create(delegate);
     auto noRegex = ZVWebViewFindController::create(delegate, ZVWebViewFindController::NoRegularExpressions);
-    EXPECT_TRUE(has(menuLabels(plain->findMenu()), "Regular Expression"));
+    EXPECT_EQ(menuLabels(plain->findMenu()), (std::vector<std::string>{"Contains", "Starts With", "Exactly",
+                                                                      "Regular Expression", "Ignore Case",
+                                                                      "No Recent Searches"}));
+    EXPECT_TRUE(actionState(*plain, "style", g_variant_new_int32(1)));
+    EXPECT_TRUE(actionState(*plain, "ignore-case", g_variant_new_boolean(TRUE)));
+    EXPECT_EQ(label(*plain), "") << "the label is filled by the first count";
+    EXPECT_FALSE(gtk_widget_get_sensitive(plain->nextButton()));
     EXPECT_FALSE(has(menuLabels(noRegex->findMenu()), "Regular Expression"));
     EXPECT_FALSE(gtk_widget_get_visible(plain->replaceContainer()));
     noRegex->toggleSearchItem(ZVWebViewFindController::TagExactly);
@@ -268,32 +287,147 @@ TEST_F(FindControllerTest, MenuCountLabelAndRecents) {
 
     plain->setCount("A", 3);
     plain->setCount("B", 2);
-    EXPECT_NE(std::string(gtk_label_get_text(GTK_LABEL(plain->countLabel()))).find('5'), std::string::npos);
+    EXPECT_EQ(label(*plain), "5 matches");
     EXPECT_TRUE(gtk_widget_get_sensitive(plain->previousButton()));
     EXPECT_TRUE(gtk_widget_get_sensitive(plain->nextButton()));
     plain->setCount("A", 0);
     plain->setCount("B", 0);
-    EXPECT_NE(std::string(gtk_label_get_text(GTK_LABEL(plain->countLabel()))).find('0'), std::string::npos);
+    EXPECT_EQ(label(*plain), "0 matches");
     EXPECT_FALSE(gtk_widget_get_sensitive(plain->previousButton()));
     EXPECT_FALSE(gtk_widget_get_sensitive(plain->nextButton()));
 
     plain->clearRecentSearches();
-    for (const char* text : {"older", "newer", "older"}) {
-        gtk_editable_set_text(GTK_EDITABLE(plain->searchField()), text);
-        plain->moveTo(1);
-    }
+    for (const char* text : {"older", "newer", "older"}) search(*plain, text);
+    plain->moveTo(1);
     plain.reset();
     auto restarted = ZVWebViewFindController::create(delegate);
     EXPECT_EQ(restarted->recentSearches(), (std::vector<std::string>{"older", "newer"}));
     EXPECT_TRUE(has(menuLabels(restarted->findMenu()), "newer"));
-    for (int i = 0; i < 12; ++i) {
-        gtk_editable_set_text(GTK_EDITABLE(restarted->searchField()), std::to_string(i).c_str());
-        restarted->moveTo(0);
-    }
+    g_action_group_activate_action(restarted->actionGroup(), "recent", g_variant_new_string("newer"));
+    EXPECT_EQ(restarted->recentSearches(), (std::vector<std::string>{"newer", "older"})) << "a chosen one goes to the top";
+    EXPECT_STREQ(gtk_editable_get_text(GTK_EDITABLE(restarted->searchField())), "newer");
+    for (int i = 0; i < 12; ++i) search(*restarted, std::to_string(i));
     EXPECT_EQ(restarted->recentSearches().size(), zv::kZVFindRecentsLimit);
     EXPECT_EQ(restarted->recentSearches().front(), "11");
     g_action_group_activate_action(restarted->actionGroup(), "clear-recents", nullptr);
     EXPECT_TRUE(restarted->recentSearches().empty());
+}
+
+TEST_F(FindControllerTest, TheMenuFollowsSettingsChangedElsewhereWhenShownAndTogglingSearchesAgain) {
+    auto m = message("", 1, true);  // "Invoice 0 invoice"
+    auto controller = ZVWebViewFindController::create(delegate);
+    controller->setWebviews({m->view});
+    search(*controller, "invoice");
+    ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 2; }, kScriptTimeout));
+    for (auto [stored, count] : {std::pair{false, 1}, std::pair{true, 2}}) {
+        controller->toggleSearchItem(ZVWebViewFindController::TagIgnoreCase);
+        EXPECT_EQ(zv::storedIgnoreCase(), stored);
+        EXPECT_TRUE(spinUntil([&] { return controller->currentCount() == count; }, kScriptTimeout)) << "searched again";
+    }
+
+    zv::UserDefaults::standard().setInteger(zv::ZVSearchStyleKey, 4);
+    zv::UserDefaults::standard().setBool(zv::ZVSearchIgnoreCaseKey, false);
+    BarWindow shown(controller->findView(), "zv-find-menu");
+    EXPECT_TRUE(actionState(*controller, "style", g_variant_new_int32(4)));
+    EXPECT_TRUE(actionState(*controller, "ignore-case", g_variant_new_boolean(FALSE)));
+
+    gtk_widget_set_visible(controller->replaceContainer(), TRUE);
+    controller->setCurrentFindType(1);
+    EXPECT_FALSE(gtk_widget_get_visible(controller->replaceContainer())) << "the options decide, again";
+}
+
+TEST_F(FindControllerTest, EnterSearchesAndKeepsTheFindStringShiftEnterStepsBack) {
+    if (!g_find_program_in_path("xdotool")) GTEST_SKIP() << "xdotool is not installed (scripts/install-deps)";
+    auto m = message("", 2, true);
+    auto controller = ZVWebViewFindController::create(delegate);
+    controller->setWebviews({m->view});
+    BarWindow shown(controller->findView(), "zv-find-keys");
+    gtk_widget_grab_focus(controller->searchField());
+    gtk_editable_set_text(GTK_EDITABLE(controller->searchField()), "invoice");
+    ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 4; }, kScriptTimeout)) << "typing searches";
+    zv::setFindString("elsewhere");
+    controller->clearRecentSearches();
+
+    ASSERT_TRUE(pressKeys("zv-find-keys", "Return"));
+    EXPECT_TRUE(spinUntil([] { return zv::findString() == "invoice"; }, kScriptTimeout));
+    EXPECT_EQ(controller->recentSearches(), std::vector<std::string>{"invoice"});
+    spinFor(kQuietPeriod);
+    EXPECT_TRUE(found.empty()) << "Enter searches; it does not step";
+
+    ASSERT_TRUE(pressKeys("zv-find-keys", "shift+Return"));
+    ASSERT_TRUE(spinUntil([&] { return !found.empty(); }, kScriptTimeout));
+    EXPECT_TRUE(spinUntil([&] { return controller->indexForKey(m->view->scriptIdent()) == 3; }, kScriptTimeout))
+        << "back from no current match is the last";
+}
+
+TEST_F(FindControllerTest, FocusingTheFieldTakesTheValueOrElseTheFindString) {
+    auto m = message("", 1, true);
+    auto controller = ZVWebViewFindController::create(delegate);
+    controller->setWebviews({m->view});
+    const struct {
+        std::optional<std::string> value;
+        const char* findString;
+        const char* field;
+        int64_t count;
+    } cases[] = {{"invoice", "", "invoice", 2}, {std::nullopt, "Invoice 0", "Invoice 0", 1}, {std::nullopt, "", "", 0}};
+    for (const auto& c : cases) {
+        zv::setFindString(c.findString);
+        controller->focusFindFieldWithValue(c.value);
+        EXPECT_STREQ(gtk_editable_get_text(GTK_EDITABLE(controller->searchField())), c.field);
+        EXPECT_EQ(zv::findString(), c.field);
+        EXPECT_TRUE(spinUntil([&] { return controller->currentCount() == c.count; }, kScriptTimeout))
+            << "searched for '" << c.field << "'";
+    }
+}
+
+TEST_F(FindControllerTest, SearchingAgainKeepsTheCurrentMatchNumber) {
+    auto m = message("", 2, true);
+    auto controller = ZVWebViewFindController::create(delegate);
+    controller->setWebviews({m->view});
+    search(*controller, "invoice");
+    ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 4; }, kScriptTimeout));
+    for (int i = 0; i < 3; ++i) step(*controller, true);
+    const std::string key = m->view->scriptIdent();
+    ASSERT_TRUE(spinUntil([&] { return controller->indexForKey(key) == 2; }, kScriptTimeout));
+    controller->setCurrentWebview(m->view);
+    const double before = controller->lastOffset();
+    gtk_editable_set_text(GTK_EDITABLE(controller->searchField()), "Invoice");
+    controller->performFindPreservingPosition(true);
+    // Marks: "Invoice", "in" and "voice" (one match), "Invoice": the third match is the fourth mark.
+    const char* currentMark = "[...document.querySelectorAll('mark')].findIndex(m => m.classList.contains('zv-find-current'))";
+    EXPECT_TRUE(spinUntil([&] { return m->window->evaluate(currentMark).value == zv::Value(3); }, kScriptTimeout));
+    EXPECT_EQ(controller->indexForKey(key), 2);
+    spinFor(kQuietPeriod);
+    EXPECT_DOUBLE_EQ(controller->lastOffset(), before) << "the same match, in the same place";
+}
+
+TEST_F(FindControllerTest, VisibleMessagesAreSearchedAgainOnlyWhileTheBarShows) {
+    auto thread = std::make_shared<Thread>();
+    thread->messages = {message("m1", 1, true), message("m2", 3, false)};
+    thread->messages[0]->view->setScriptIdent("");
+    std::vector<std::string> scrolled;
+    auto hostOnly = std::make_shared<zv::ZVWebviewFindDelegate>();
+    hostOnly->scrollToConversationMessage = [&](const zv::ZVWKConversationMessageItemRef& item, zv::Point) {
+        scrolled.push_back(*item->scriptIdentifier());
+    };
+    auto controller = ZVWebViewFindController::create(thread, hostOnly);
+    EXPECT_EQ(thread->messages[0]->view->scriptIdent(), "m1") << "a loaded message's view gets its key";
+    int calls = 0;
+    controller->getFindResultCount([&](int64_t) { ++calls; });
+    controller->updateVisibleConversationMessageItems();
+    spinFor(kQuietPeriod);
+    EXPECT_EQ(calls, 0) << "no web views, no answers";
+    EXPECT_EQ(controller->currentCount(), 0) << "the bar is not shown";
+
+    BarWindow shown(controller->findView(), "zv-find-visible");
+    controller->updateVisibleConversationMessageItems();
+    // The host's counts (2 and 6, whatever the text), then the page's 0 for the empty text.
+    EXPECT_TRUE(spinUntil([&] { return controller->currentCount() == 6; }, kScriptTimeout));
+    gtk_editable_set_text(GTK_EDITABLE(controller->searchField()), "invoice");
+    ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 2 + 6; }, kScriptTimeout));
+    controller->findNext();
+    EXPECT_TRUE(spinUntil([&] { return !scrolled.empty(); }, kScriptTimeout));
+    EXPECT_EQ(scrolled, std::vector<std::string>{"m1"}) << "without foundResultInMessageItem the host scrolls";
 }
 
 }  // namespace

@@ -77,6 +77,45 @@ TEST_F(FindInPageTest, EachStyleWithAndWithoutCase) {
         << "the split match is highlighted in three pieces, and old highlights are gone";
 }
 
+// JavaScript's rules on both sides, counted by hand: \w, \d and \b are ASCII (written
+// with doubled backslashes: the call hands the text over as a template literal); ignoring
+// case never makes "ß" match "ss"; "ſ" folds to "s" only in the word styles (which
+// need Unicode mode), and "ß" to nothing but itself.
+TEST(FindInPageAndHost, CountTheSameWordsDigitsBoundariesAndFolding) {
+    constexpr char kFolding[] = "Straße STRASSE ſtraße 42 ٤٢ naïve café_1";
+    auto view = makeMessageView(std::string("<p>") + kFolding + "</p>");
+    const struct {
+        const char* text;
+        int64_t options;
+        int64_t expected;
+    } cases[] = {
+        {"ss", 257, 1},     {"s", 257, 4},    {"s", 258, 3},   {"straße", 260, 2},
+        {"strasse", 260, 1}, {"\\\\w+", 264, 10}, {"\\\\d", 8, 3}, {"a\\\\b", 8, 3},
+        {"\\d", 8, 0},  // the call's template literal makes it "d"
+    };
+    for (const auto& c : cases) {
+        view.view->highlightOccurrencesOfString(c.text, c.options);
+        std::optional<int64_t> page;
+        view.view->getFindResultCount([&](int64_t n) { page = n; });
+        ASSERT_TRUE(spinUntil([&] { return page.has_value(); }, kScriptTimeout));
+        EXPECT_EQ(*page, c.expected) << "page: " << c.text << " with options " << c.options;
+        EXPECT_EQ(zv::countMatchesInText(kFolding, {c.text}, c.options), c.expected)
+            << "host: " << c.text << " with options " << c.options;
+    }
+}
+
+TEST_F(FindInPageTest, TheCallCarriesTheTextUnescapedBetweenBackquotes) {
+    page->view->setScriptIdent("msg-3");
+    ASSERT_TRUE(page->window->evaluate("var seen; var real = WKWebView_HighlightOccurencesOfStrings;"
+                                       "WKWebView_HighlightOccurencesOfStrings = function() { seen = [...arguments]; }; true")
+                    .ok());
+    page->view->highlightOccurrencesOfString("in${1+1}voice", 257);
+    EXPECT_TRUE(spinUntil([&] { return page->window->evaluate("JSON.stringify(seen)").value == zv::Value("[\"msg-3\",\"in2voice\",257]"); },
+                          kScriptTimeout))
+        << "a template literal: ${...} in the text is evaluated";
+    page->window->evaluate("WKWebView_HighlightOccurencesOfStrings = real");
+}
+
 TEST_F(FindInPageTest, AnInvalidExpressionRaisesNothingInThePage) {
     auto outcome = page->window->evaluate("WKWebView_HighlightOccurencesOfStrings('k', '(((', 8)");
     EXPECT_TRUE(outcome.ok()) << outcome.error;

@@ -6,7 +6,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <mutex>
 
 namespace zv::test {
 
@@ -28,23 +27,6 @@ struct PrivateDefaults {
     }
 } gPrivateDefaults;
 
-std::mutex gLogMutex;
-std::vector<std::string> gLogLines;
-
-GLogWriterOutput captureLine(GLogLevelFlags level, const GLogField* fields, gsize count, gpointer data) {
-    std::string domain, message;
-    for (gsize i = 0; i < count; ++i) {
-        const char* value = static_cast<const char*>(fields[i].value);
-        std::string text = fields[i].length < 0 ? std::string(value) : std::string(value, fields[i].length);
-        if (std::string_view(fields[i].key) == "GLIB_DOMAIN") domain = text;
-        if (std::string_view(fields[i].key) == "MESSAGE") message = text;
-    }
-    if (domain != kLogDomain) return g_log_writer_default(level, fields, count, data);
-    std::lock_guard lock(gLogMutex);
-    gLogLines.push_back(message);
-    return G_LOG_WRITER_HANDLED;
-}
-
 }  // namespace
 
 std::string searchablePage(std::string_view body) {
@@ -65,15 +47,25 @@ MessageView makeMessageView(std::string_view body, WebKitWebView* related) {
     return message;
 }
 
-void captureLogLines() {
-    static std::once_flag once;
-    std::call_once(once, [] { g_log_set_writer_func(captureLine, nullptr, nullptr); });
-    takeLogLines();
+BarWindow::BarWindow(GtkWidget* child, const char* title) : window(GTK_WINDOW(gtk_window_new())) {
+    gtk_window_set_title(window, title);
+    gtk_window_set_child(window, child);
+    gtk_window_present(window);
+    EXPECT_TRUE(spinUntil([&] { return gtk_widget_get_mapped(child); }, kLoadTimeout));
 }
 
-std::vector<std::string> takeLogLines() {
-    std::lock_guard lock(gLogMutex);
-    return std::exchange(gLogLines, {});
+BarWindow::~BarWindow() { gtk_window_destroy(window); }
+
+bool pressKeys(const char* title, const char* keys) {
+    const char* argv[] = {"xdotool", "search", "--name", title, "windowfocus", "--sync", "key", keys, nullptr};
+    GPid pid = 0;
+    if (!g_spawn_async(nullptr, const_cast<char**>(argv), nullptr,
+                       GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD), nullptr, nullptr, &pid, nullptr))
+        return false;
+    std::optional<int> status;
+    g_child_watch_add(pid, [](GPid, int s, gpointer out) { *static_cast<std::optional<int>*>(out) = s; }, &status);
+    bool exited = spinUntil([&] { return status.has_value(); }, kScriptTimeout);
+    return exited && g_spawn_check_wait_status(*status, nullptr);
 }
 
 }  // namespace zv::test

@@ -1,7 +1,7 @@
-// Shared by the find tests: message views with the search scripts, and the
-// lines the library logs.
+// Shared by the find tests: message views with the search scripts.
 #pragma once
 
+#include <LogCapture.h>
 #include <WebViewHarness.h>
 
 #include <zv/webview/ZVWebView.h>
@@ -25,8 +25,15 @@ struct MessageView {
 // `related` shares its web process (null: a new one).
 MessageView makeMessageView(std::string_view body, WebKitWebView* related = nullptr);
 
-// The ZVWebKit log lines since the last call.
-void captureLogLines();
-std::vector<std::string> takeLogLines();
+// A window showing `child`, titled `title` (for xdotool to find).
+struct BarWindow {
+    BarWindow(GtkWidget* child, const char* title);
+    ~BarWindow();
+    GtkWindow* window;
+};
+
+// Types `keys` (xdotool's names: "Return", "shift+Return") into the window
+// titled `title`; true when xdotool did so within the bound.
+bool pressKeys(const char* title, const char* keys);
 
 }  // namespace zv::test

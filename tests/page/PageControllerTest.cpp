@@ -3,7 +3,10 @@
 #include "PageTestSupport.h"
 
 #include <zv/foundation/NotificationCenter.h>
+#include <zv/foundation/UserDefaults.h>
 #include <zv/page/PageControllerRegistry.h>
+
+#include <LogCapture.h>
 
 #include <gtest/gtest.h>
 
@@ -122,6 +125,7 @@ TEST_F(PageControllerTest, CompletionHearsTheFailureAndEveryLaterLoad) {
     ASSERT_TRUE(record.outcomes[0].has_value());
     EXPECT_EQ(record.outcomes[0]->domain, "com.quillmere.PageController");
     EXPECT_EQ(record.outcomes[0]->code, 1);
+    EXPECT_EQ(record.outcomes[0]->message, "") << "the error carries nothing more";
     EXPECT_FALSE(record.outcomes[1].has_value());
     EXPECT_EQ(finished, std::vector<std::string>{folder.url("p.html").string()});
     EXPECT_EQ(page->didLoadHooks, 1);
@@ -232,6 +236,57 @@ TEST_F(PageControllerTest, DomAccessWritesQuotedStringsAndReadsFromAnyThread) {
     EXPECT_TRUE(spinUntil([&] { return done.load(); }, kScriptTimeout));
     reader.join();
     EXPECT_EQ(fromThread, Value("say \"hi\"<br>then go"));
+}
+
+TEST_F(PageControllerTest, WriteScriptsAndTheirErrorsOnlyWhenAskedAndShortPathsAreProgrammingErrors) {
+    // Line ends and quotes escaped, a backslash left as it is.
+    EXPECT_EQ(ZVWebPageController::attributeWriteScript("a\nb\r\"c\\", "style.color", "x"),
+              "var elmnt =document.getElementById(\"x\");\n if (elmnt){ elmnt.style.color = \"a\\nb\\r\\\"c\\\";}\n"
+              " else {throw new Error(\"element 'x' not found\");}");
+
+    auto page = ZVWebPageController::create();
+    window->setPageController(page);
+    LoadRecord record;
+    loadPage(page, record);
+    captureLogLines();
+    const struct {
+        std::vector<const char*> arguments;
+        bool logged;
+    } cases[] = {{{"zvpage_tests"}, false}, {{"zvpage_tests", "-logZVWebKitErrors", "YES"}, true}};
+    for (const auto& c : cases) {
+        UserDefaults::standard().setLaunchArguments(int(c.arguments.size()), c.arguments.data());
+        page->setContentOfElementId("missing", "x");
+        spinFor(kQuietPeriod);
+        std::vector<std::string> lines = takeLogLines();
+        ASSERT_EQ(lines.size(), c.logged ? 1u : 0u);
+        if (c.logged) {
+            EXPECT_EQ(lines[0], "Error setting attribute value for element: Error: element 'missing' not found");
+        }
+    }
+    const char* none[] = {"zvpage_tests"};
+    UserDefaults::standard().setLaunchArguments(1, none);
+
+#ifdef NDEBUG
+    page->setValueForDOMPath("x", "#a");
+    EXPECT_EQ(page->valueForDOMPath("#a"), std::nullopt);
+    EXPECT_EQ(takeLogLines(), std::vector<std::string>(2, "CRITICAL: Insufficient DOMPath"));
+#else
+    EXPECT_DEATH(page->valueForDOMPath("#a"), "Insufficient DOMPath");
+#endif
+}
+
+TEST_F(PageControllerTest, SubframesGetTheFunctionsButNoObjectToHoldThem) {
+    auto page = ZVWebPageController::create();
+    window->setPageController(page);
+    page->registerJavascriptFunctionName("f", [](const Notification&) {});
+    folder.write("framed.html", "<iframe srcdoc='<p>inner</p>'></iframe>");
+    LoadRecord record;
+    page->loadURL(folder.url("framed.html"), record.completion());
+    ASSERT_TRUE(record.waitFor(1));
+    ASSERT_TRUE(spinUntil([&] { return evaluateIn(*window, "frames[0].document.readyState") == Value("complete"); },
+                          kScriptTimeout));
+    EXPECT_EQ(evaluateIn(*window, "[typeof PageController.f, typeof frames[0].PageController].join()"),
+              Value("function,undefined"));
 }
 
 }  // namespace

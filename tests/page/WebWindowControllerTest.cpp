@@ -2,6 +2,9 @@
 // and titling from the strings table, finding pages by language, links.
 #include "PageTestSupport.h"
 
+#include <zv/webview/FrameworkResources.h>
+
+#include <LogCapture.h>
 #include <gtest/gtest.h>
 
 namespace {
@@ -143,6 +146,82 @@ TEST_F(WebWindowControllerTest, FileSchemeServesImagesAndUTF8StyleSheetsBesideTh
                         "document.head.appendChild(l); true");
     spinFor(kQuietPeriod);
     EXPECT_EQ(script("getComputedStyle(document.querySelector('p')).color"), "\"rgb(1, 2, 3)\"");
+}
+
+TEST_F(WebWindowControllerTest, NewWindowLinksAreDecidedAlikeAndFailedLoadsRunNoLoadedSteps) {
+    std::vector<std::string> opened;
+    window->setURLOpener([&](const URL& url) { opened.push_back(url.string()); });
+    int downloads = 0;
+    WebKitNetworkSession* session = webkit_web_view_get_network_session(window->webView()->webView());
+    gulong downloadWatch = g_signal_connect(session, "download-started", G_CALLBACK(+[](WebKitNetworkSession*, WebKitDownload* d, int* n) {
+                                                ++*n;
+                                                webkit_download_cancel(d);
+                                            }),
+                                            &downloads);
+    folder.write("first.html", "<a id=web target=_blank href='https://example.invalid/new'>w</a>"
+                               "<a id=file target=_blank href='second.html'>f</a>");
+    folder.write("second.html", "<a id=missing href='missing.html'>m</a><a id=binary href='data.bin'>b</a>");
+    folder.write("data.bin", std::string("\x7f\x01\x02\x03" "binary", 10));
+    captureLogLines();
+    page->loadURL(folder.url("first.html"));
+    ASSERT_TRUE(record.waitFor(1));
+    EXPECT_TRUE(std::ranges::any_of(takeLogLines(), [](const std::string& line) {
+        return line.starts_with("WebView showing window <GtkWindow: 0x") && line.ends_with("\" ");
+    })) << "the window is named before it is shown";
+
+    evaluateIn(*window, "document.getElementById('web').click(); true");
+    ASSERT_TRUE(spinUntil([&] { return !opened.empty(); }, kScriptTimeout));
+    EXPECT_EQ(opened, std::vector<std::string>{"https://example.invalid/new"});
+    evaluateIn(*window, "document.getElementById('file').click(); true");
+    ASSERT_TRUE(record.waitFor(2)) << "a page of its own opens in this window";
+    EXPECT_EQ(script("location.href"), "\"" + folder.url("second.html").string() + "\"");
+
+    evaluateIn(*window, "document.getElementById('missing').click(); true");
+    spinFor(kQuietPeriod);
+    EXPECT_EQ(record.outcomes.size(), 2u) << "a failed navigation is no loaded page";
+    evaluateIn(*window, "document.getElementById('binary').click(); true");
+    EXPECT_TRUE(record.waitFor(3)) << "every response is shown";
+    EXPECT_EQ(script("location.href"), "\"" + folder.url("data.bin").string() + "\"");
+    EXPECT_EQ(downloads, 0);
+    g_signal_handler_disconnect(session, downloadWatch);
+}
+
+class HostPage : public ZVWebPageController {};
+
+TEST_F(WebWindowControllerTest, StringsAndPagesComeFromTheBundleThatHoldsTheClass) {
+    PageFolder own, delegated;
+    auto bundleWith = [](const PageFolder& f, const std::string& value) {
+        f.write("en.lproj/p.html.strings", "\"k\" = \"" + value + "\";");
+        return std::make_shared<Bundle>(f.path(), std::vector<std::string>{"en"});
+    };
+    auto ownBundle = bundleWith(own, "own"), delegateBundle = bundleWith(delegated, "delegate"),
+         windowBundle = bundleWith(folder, "window");
+    auto delegate = std::make_shared<ZVPageDelegate>();
+    page->setURL(folder.url("p.html"));
+    const struct {
+        std::shared_ptr<const Bundle> localization, delegate, window;
+        bool hasDelegate;
+        const char* expected;
+    } cases[] = {
+        {ownBundle, delegateBundle, windowBundle, true, "own"},
+        {nullptr, delegateBundle, windowBundle, true, "delegate"},
+        {nullptr, nullptr, windowBundle, true, "k"},  // the host's main bundle, which has no such table
+        {nullptr, nullptr, windowBundle, false, "window"},
+    };
+    for (const auto& c : cases) {
+        page->setLocalizationBundle(c.localization);
+        delegate->bundle = c.delegate;
+        page->setDelegate(c.hasDelegate ? delegate : nullptr);
+        window->setResourceBundle(c.window);
+        EXPECT_EQ(page->localizedStringForKey("k"), c.expected);
+    }
+
+    window->setResourceBundle(nullptr);
+    EXPECT_EQ(page->classBundle()->resourcePath(), webKitResourceBundle()->resourcePath());
+    EXPECT_EQ(window->resourceBundle()->resourcePath(), webKitResourceBundle()->resourcePath());
+    window->setPageController(std::make_shared<HostPage>());
+    EXPECT_EQ(window->pageController()->classBundle()->resourcePath(), Bundle::mainBundle()->resourcePath());
+    EXPECT_EQ(window->resourceBundle()->resourcePath(), Bundle::mainBundle()->resourcePath());
 }
 
 }  // namespace

@@ -21,7 +21,7 @@
 //   EXPECT_EQ(window->evaluate("document.getElementById('x').textContent").value, "hi");
 #pragma once
 
-#include <zv/webview/GObjectRef.h>
+#include <zv/foundation/GObjectRef.h>
 
 #include <gtk/gtk.h>
 #include <nlohmann/json.hpp>

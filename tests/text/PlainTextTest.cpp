@@ -1,6 +1,9 @@
-// Mail HTML to plain text, through the public functions. Expected texts are
-// worked out from the pipeline's rules: citations, separator, removal, break
-// cleaning, the rewrites of the serialized markup, then the text content.
+// Mail HTML to plain text: plainText, and the passes of its pipeline one at a
+// time. Expected texts are worked out from the pipeline's rules: citations,
+// separator, removal, break cleaning, the rewrites of the serialized
+// markup, then the text content.
+#include "PlainTextPasses.h"
+
 #include <zv/html/HTMLDocument.h>
 #include <zv/html/HTMLParser.h>
 #include <zv/text/PlainText.h>

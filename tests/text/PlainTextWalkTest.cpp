@@ -4,7 +4,8 @@
 // every input of html5lib's tree-construction tests (ZV_HTML5LIB_TESTS),
 // each also with its blockquotes made citations, a reply separator and a
 // note-body marker added, so that every variant of the pipeline is compared.
-#include "PlainTextPipeline.h"
+#include "PlainTextPasses.h"
+#include "PlainTextWalk.h"
 
 #include <zv/html/HTMLCharacterData.h>
 #include <zv/html/HTMLDocument.h>

@@ -1,4 +1,4 @@
-#include <zv/webview/GObjectRef.h>
+#include <zv/foundation/GObjectRef.h>
 
 #include <gtest/gtest.h>
 

@@ -2,6 +2,8 @@
 // host's.
 #include "WebViewHarness.h"
 
+#include <LogCapture.h>
+
 #include <zv/foundation/Bundle.h>
 #include <zv/foundation/Value.h>
 #include <zv/webview/WebViewSearch.h>
@@ -94,7 +96,13 @@ TEST_F(WebViewSearchTest, AnApostropheBreaksTheCallQuietly) {
 
 TEST_F(WebViewSearchTest, TheCountMustBeANumber) {
     ASSERT_TRUE(window->evaluate("var WKWebView_SearchResultCount = 'three'").ok());
+#ifdef NDEBUG
+    captureLogLines();
     EXPECT_EQ(count(), std::nullopt);
+    EXPECT_EQ(takeLogLines(), std::vector<std::string>{"CRITICAL: WKWebView_SearchResultCount is not a number: \"three\""});
+#else
+    EXPECT_DEATH(count(), "not a number");
+#endif
     ASSERT_TRUE(window->evaluate("WKWebView_SearchResultCount = 3").ok());
     EXPECT_EQ(count(), 3);
 }

@@ -2,6 +2,8 @@
 // log, the content size and the context menu.
 #include "WebViewTestSupport.h"
 
+#include <LogCapture.h>
+
 #include <zv/foundation/Bundle.h>
 #include <zv/foundation/Log.h>
 #include <zv/foundation/NotificationCenter.h>
@@ -12,7 +14,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <mutex>
+#include <algorithm>
 
 namespace {
 
@@ -189,38 +191,12 @@ TEST_F(ZVWebViewDelegateTest, TheDelegateIsHeldWeakly) {
     EXPECT_TRUE(recorder.keyDowns.empty());
 }
 
-std::mutex gLogMutex;
-std::vector<std::string> gLogLines;
-
-GLogWriterOutput captureLines(GLogLevelFlags level, const GLogField* fields, gsize count, gpointer data) {
-    std::string domain, message;
-    for (gsize i = 0; i < count; ++i) {
-        std::string key = fields[i].key;
-        const char* value = static_cast<const char*>(fields[i].value);
-        std::string text = fields[i].length < 0 ? std::string(value) : std::string(value, fields[i].length);
-        if (key == "GLIB_DOMAIN") domain = text;
-        if (key == "MESSAGE") message = text;
-    }
-    if (domain != kLogDomain) return g_log_writer_default(level, fields, count, data);
-    std::lock_guard lock(gLogMutex);
-    gLogLines.push_back(message);
-    return G_LOG_WRITER_HANDLED;
-}
-
-std::vector<std::string> takeLogLines() {
-    std::lock_guard lock(gLogMutex);
-    return std::exchange(gLogLines, {});
-}
-
 bool anyStartsWith(const std::vector<std::string>& lines, std::string_view prefix) {
-    for (const std::string& line : lines)
-        if (line.starts_with(prefix)) return true;
-    return false;
+    return std::ranges::any_of(lines, [&](const std::string& line) { return line.starts_with(prefix); });
 }
 
 TEST_F(ZVWebViewDelegateTest, TheLaunchArgumentSwitchesDebugLinesOn) {
-    static std::once_flag once;
-    std::call_once(once, [] { g_log_set_writer_func(captureLines, nullptr, nullptr); });
+    captureLogLines();
     auto delegate = recorder.make({{EventType::LeftMouseUp, {"#one"}}});
     view->setEventDelegate(delegate);
 
@@ -236,10 +212,7 @@ TEST_F(ZVWebViewDelegateTest, TheLaunchArgumentSwitchesDebugLinesOn) {
     UserDefaults::standard().setLaunchArguments(3, on);
     ASSERT_TRUE(window->loadHTML(kPage));
     ASSERT_TRUE(clickAndWait("#one", 2));
-    ASSERT_TRUE(spinUntil([] {
-        std::lock_guard lock(gLogMutex);
-        return anyStartsWith(gLogLines, "[ZVWebViewLog] handling event: click");
-    }, kScriptTimeout));
+    ASSERT_TRUE(spinUntil([] { return anyLineStartsWith("[ZVWebViewLog] handling event: click"); }, kScriptTimeout));
     std::vector<std::string> lines = takeLogLines();
     UserDefaults::standard().setLaunchArguments(1, off);
     EXPECT_TRUE(anyStartsWith(lines, "[ZVWebViewLog] DOMContentLoaded"));

@@ -43,6 +43,14 @@ TEST_F(ZvwkCommand, UnreadableInputIsReportedAndTheRestStillProcessed) {
     EXPECT_NE(run.out.find("<b>ok</b>"), std::string::npos) << run.out;
 }
 
+TEST_F(ZvwkCommand, LaunchArgumentsAreTakenAnywhereAndHiddenFromTheCommand) {
+    for (const char* args : {"-logZVWebKitErrors YES serialize -", "serialize - -logZVWebKitErrors YES"}) {
+        Outcome run = zvwk(args, "<b>ok</b>");
+        EXPECT_EQ(run.status, 0) << args << ": " << run.err;
+        EXPECT_EQ(run.out, "<html><head></head><body><b>ok</b></body></html>\n") << args;
+    }
+}
+
 TEST_F(ZvwkCommand, EncodingComesFromTheBytes) {
     // windows-1252 declared by <meta>; 0x80 is the euro sign there.
     Outcome run = zvwk("serialize -", "<meta charset=windows-1252><p>\xE9\x80</p>");

@@ -1,7 +1,7 @@
 // zvwk color: the value of an HTML colour keyword.
 #include "Commands.h"
 
-#include <zv/text/HTMLColorNames.h>
+#include <zv/foundation/Color.h>
 
 #include <cmath>
 #include <iostream>

@@ -3,6 +3,7 @@
 #include "Resources.h"
 
 #include <zv/foundation/Bundle.h>
+#include <zv/foundation/UserDefaults.h>
 
 #include <clocale>
 #include <iostream>
@@ -86,18 +87,27 @@ int main(int argc, char** argv) {
     // zvwk's own resources (the search script, its strings) are the host's
     // main bundle for the framework.
     zv::Bundle::setMainBundlePath(resourcesPath());
-    if (argc < 2) {
+    // "-Key value" pairs are launch arguments ("-logZVWebKitErrors YES"),
+    // read before stored defaults; the commands do not see them.
+    zv::UserDefaults::standard().setLaunchArguments(argc, argv);
+    Args words;
+    for (int i = 1; i < argc; ++i) {
+        std::string_view word = argv[i];
+        if (i + 1 < argc && word.size() > 2 && word[0] == '-' && word[1] != '-') ++i;
+        else words.emplace_back(word);
+    }
+    if (words.empty()) {
         std::cerr << "zvwk: no command given\n";
         return usage(std::cerr, 2);
     }
-    std::string name = argv[1];
+    std::string name = words[0];
     if (name == "-h" || name == "--help" || name == "help") return usage(std::cout, 0);
     if (name == "--version") {
         std::cout << "zvwk " << ZVWK_VERSION << "\n";
         return 0;
     }
     for (const auto& c : kCommands)
-        if (name == c.name) return runCommand(c, Args(argv + 2, argv + argc));
+        if (name == c.name) return runCommand(c, Args(words.begin() + 1, words.end()));
     std::cerr << "zvwk: unknown command " << quotedForMessage(name) << "\n";
     return usage(std::cerr, 2);
 }

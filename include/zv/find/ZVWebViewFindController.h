@@ -21,10 +21,14 @@
 // Case" and the recent searches (user defaults, newest first, at most 10,
 // with an item that clears them); the count label; previous and next
 // (enabled exactly when there is at least one match); done; and, with the
-// ShowReplace option, a replace row. Typing searches, Enter and Shift+Enter
-// step, Escape closes (through the delegate's shouldHideFindView). The text
-// searched last becomes the process's find string (FindOptions.h), offered
-// by focusFindFieldWithValue to the next bar.
+// ShowReplace option, a replace row. The menu is rebuilt whenever the bar is
+// shown (mapped), so settings changed elsewhere show. Enter is the entry's
+// action (findNow): it searches, makes the text the process's find string
+// (FindOptions.h, offered by focusFindFieldWithValue to the next bar) and
+// records it among the recent searches; typing does the same once the entry
+// settles. Stepping keeps GNOME's habits: Shift+Enter and Ctrl+Shift+G step
+// back, Ctrl+G forward, and the previous/next buttons. Escape closes
+// (through the delegate's shouldHideFindView).
 //
 // Main thread only; the per-message table has its own lock all the same.
 #pragma once
@@ -34,7 +38,7 @@
 #include <zv/find/FindStepping.h>
 #include <zv/find/ZVWKConversation.h>
 #include <zv/foundation/Value.h>
-#include <zv/webview/GObjectRef.h>
+#include <zv/foundation/GObjectRef.h>
 
 #include <gtk/gtk.h>
 
@@ -123,12 +127,13 @@ public:
     // The host calls this when the visible messages change: searches again
     // while the bar is on screen.
     void updateVisibleConversationMessageItems();
-    // Searches the entry's text; the current message keeps its match number.
+    // Searches the entry's text, and the current message keeps its match
+    // number, whatever `preserve` says: every search keeps the position.
     void performFindPreservingPosition(bool preserve);
-    // The entry's action: searches and makes the text the find string.
+    // The entry's action: searches, makes the text the find string and the
+    // newest recent search.
     void findNow();
-    // 1: next, anything else: previous. The entry's text becomes the newest
-    // recent search.
+    // 1: next, anything else: previous.
     void moveTo(int segment);
 
     // The bar.
@@ -144,7 +149,8 @@ public:
     // The search entry's menu (rebuilt by updateFindMenu) and the actions
     // its items call: "find.style" (a stateful int32, the style items being
     // one radio group), "find.ignore-case" (a stateful bool), "find.recent"
-    // (a string: searches it again) and "find.clear-recents".
+    // (a string: searches it again, which makes it the newest) and
+    // "find.clear-recents".
     GMenuModel* findMenu() const { return G_MENU_MODEL(menu_.get()); }
     GActionGroup* actionGroup() const { return G_ACTION_GROUP(actions_.get()); }
 

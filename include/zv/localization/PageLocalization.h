@@ -61,7 +61,7 @@ public:
     std::optional<URL> url() const;
     void setURL(std::optional<URL> url);
 
-    // Where the strings tables live; none means the host's main bundle.
+    // Where the strings tables live; none means defaultBundle().
     std::shared_ptr<const Bundle> localizationBundle() const;
     void setLocalizationBundle(std::shared_ptr<const Bundle> bundle);
 
@@ -94,6 +94,9 @@ protected:
     // Asked for variables no table holds; the page controller forwards it to
     // its delegate.
     virtual VariableResolver variableResolver() const { return {}; }
+    // The bundle looked in when no localization bundle is set: the host's
+    // main bundle here; the page controller names its own.
+    virtual std::shared_ptr<const Bundle> defaultBundle() const { return Bundle::mainBundle(); }
 
     mutable std::recursive_mutex lock_;
 

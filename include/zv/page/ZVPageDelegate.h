@@ -4,10 +4,12 @@
 #pragma once
 
 #include <zv/Export.h>
+#include <zv/foundation/Bundle.h>
 #include <zv/foundation/NotificationCenter.h>
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -27,6 +29,10 @@ struct ZV_EXPORT ZVPageDelegate {
         expandVariable;
     // Script messages the controller has no action of its own for, by name.
     std::map<std::string, Action, std::less<>> actions;
+    // The bundle that holds the delegate's class, where the controller looks
+    // its strings up when it has no localization bundle; none means the
+    // host's main bundle (a delegate is always the host's own code).
+    std::shared_ptr<const Bundle> bundle;
 };
 
 }  // namespace zv

@@ -18,6 +18,10 @@
 //   pageLoadedCompletion, which runs after every later load too until it is
 //   replaced (on failure with an error of kPageControllerErrorDomain, code 1);
 // - answers the page's localized strings (PageLocalization, its base);
+//   with no localization bundle set, from the delegate's bundle when there
+//   is a delegate, else from its window's bundle when the host set one
+//   (ZVWebWindowController::setResourceBundle: the pages and their strings
+//   live together), else from classBundle();
 // - reads and writes the live page by element id (DOM access below).
 //
 // The bridge's scripts are added at every load and never removed: the object
@@ -25,6 +29,15 @@
 // frames (in a subframe the functions have no object to join, so only the
 // main frame has them). Handlers are removed and added again at each load,
 // so a name has exactly one handler per web view.
+//
+// The bundle that holds a class. A class belongs to the binary that defines
+// it, so ZVWebPageController itself (like ZVWebWindowController, which hosts
+// do not subclass) holds the framework's resources (webKitResourceBundle(),
+// FrameworkResources.h), and a subclass, which
+// only a host writes, holds the host's Bundle::mainBundle(); a subclass
+// whose resources live elsewhere overrides classBundle(). A delegate names
+// its own in ZVPageDelegate::bundle. The window finds pages in the same way
+// (ZVWebWindowController::resourceBundle).
 //
 // Everything that touches the web view runs on the main thread; the load
 // calls and the DOM reads may be called from any thread.
@@ -80,6 +93,9 @@ public:
     std::shared_ptr<ZVPageDelegate> delegate() const;
     void setDelegate(const std::shared_ptr<ZVPageDelegate>& delegate);
 
+    // The bundle that holds this object's class (above).
+    virtual std::shared_ptr<const Bundle> classBundle() const;
+
     // --- Script bridge ------------------------------------------------------
     // Installed at the next load; a later registration of a name replaces it.
     void registerJavascriptFunctionName(const std::string& name, Handler handler);
@@ -122,9 +138,11 @@ public:
     // thread, blocking elsewhere) and give nothing when the element is missing.
     void setValueForAttribute(std::string_view value, std::string_view propertyPath, std::string_view elementId);
     std::optional<Value> valueForAttribute(std::string_view propertyPath, std::string_view elementId);
-    // "#id.property.path"; a path not starting with "#" is ignored, one of
-    // fewer than two components is a programming error, logged as
-    // "Insufficient DOMPath" and ignored.
+    // "#id.property.path"; a path not starting with "#" is ignored. One of
+    // fewer than two components is a programming error, "Insufficient
+    // DOMPath": a build with assertions aborts; a release build logs it as a
+    // GLib critical (fatal under G_DEBUG=fatal-criticals) and goes on
+    // without the access, since a page window is not worth a crash.
     void setValueForDOMPath(std::string_view value, std::string_view path);
     std::optional<Value> valueForDOMPath(std::string_view path);
 
@@ -165,6 +183,7 @@ protected:
     }
 
     VariableResolver variableResolver() const override;
+    std::shared_ptr<const Bundle> defaultBundle() const override;
 
 private:
     void installHandler(const std::string& name);

@@ -15,20 +15,30 @@
 //   _pageWillLoad) and hand the document to the web view → when navigation
 //   finishes: switch the page's context menu off, _pageDidLoad, show the
 //   window. A page that cannot be fetched ends in _pageFailed and the window
-//   stays as it was. Includes must be written with an end tag: HTML has no
+//   stays as it was; a navigation that fails in the web view (a link to a
+//   file that is not there) does nothing at all: neither _pageDidLoad nor
+//   _pageFailed, and the window is not shown. Includes must be written with an end tag: HTML has no
 //   self-closing elements, so `<include/>` would swallow what follows it.
 //
-// Pages are found by loadFile in resourceBundle() (the host's main bundle
-// unless set): in <lang>.lproj for the preferred localization (or the first
+// Pages are found by loadFile in resourceBundle(): the bundle the host set,
+// else the one that holds the page controller's class (hosts subclass the
+// page controller, not the window, so its class says whose pages these are:
+// the framework's for ZVWebPageController itself, the host's main bundle for
+// a host's subclass; see ZVWebPageController.h). A bundle the host set is
+// also where the page controller finds its strings unless it has a
+// localization bundle or a delegate. Within the bundle: in <lang>.lproj for the preferred localization (or the first
 // of the bundle's languages that has the file, else "en"), else at the
 // bundle's top. A page's strings are the table named after its file name,
 // extension included (About.html.strings).
 //
 // Navigation: the page's own URL, file URLs and about: stay in the view;
 // every other link is cancelled and handed to the URL opener (by default the
-// desktop's handler for the URL, g_app_info_launch_default_for_uri). On a
-// page loaded over http, a link to one of its own anchors counts as leaving
-// it, since the URLs differ.
+// desktop's handler for the URL, g_app_info_launch_default_for_uri). A link
+// that asks for a new window (target=_blank, window.open) is decided the
+// same way; one that may stay opens in this window, which has no second
+// view to give it. On a page loaded over http, a link to one of its own
+// anchors counts as leaving it, since the URLs differ. Every response that
+// arrives is given to the view to show, never turned into a download.
 //
 // Sizing: GTK 4 leaves placing a window to the window manager, so a window
 // cannot be centred on its old centre nor moved at all. What is kept: the
@@ -94,6 +104,7 @@ public:
     void setPreferredLocalization(std::optional<std::string> language) { preferredLocalization_ = std::move(language); }
     std::shared_ptr<const Bundle> resourceBundle() const;
     void setResourceBundle(std::shared_ptr<const Bundle> bundle) { resourceBundle_ = std::move(bundle); }
+    bool hasResourceBundle() const { return resourceBundle_ != nullptr; }
     // The page file loadFile found last; empty when it found none.
     const std::string& filePath() const { return filePath_; }
 
@@ -133,12 +144,13 @@ private:
     void setupWebView();
     void finishLoad(html::HTMLDocument& document, const URL& url);
     void didFinishNavigation();
-    bool decideNavigation(WebKitNavigationPolicyDecision* decision);
+    bool decideNavigation(WebKitNavigationPolicyDecision* decision, bool newWindow);
     void openExternally(const URL& url);
 
     static gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type,
                                    gpointer self);
     static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self);
+    static gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, char*, GError*, gpointer self);
     static gboolean onCloseRequest(GtkWindow*, gpointer self);
 
     GObjectRef<GtkWindow> window_;
@@ -150,6 +162,7 @@ private:
     std::string filePath_;
     URLOpener urlOpener_;
     bool windowMethodsExposed_ = false;
+    bool navigationFailed_ = false;
 };
 
 }  // namespace zv

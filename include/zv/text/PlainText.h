@@ -8,12 +8,12 @@
 //
 //   1. each <blockquote type="cite"> (outer ones first) prefixes its
 //      paragraphs with "> " or, where the text already starts with ">", with
-//      ">" (preprocessBlockquoteCitations);
+//      ">";
 //   2. a `br` and the text "----" go right after the reply separator;
 //   3. `head`, `script` and `style` elements are removed;
 //   4. trailing breaks of paragraphs are dropped and their text trimmed, then
 //      the markup is rewritten by regular expressions so that line ends become
-//      line feeds, and parsed again (finalPreprocess);
+//      line feeds, and parsed again;
 //   5. its text content, without tabs, through squireCleanup, trimmed.
 //
 // Quirks kept on purpose, since mail already sent was written with them:
@@ -55,37 +55,5 @@ ZV_EXPORT std::string plainText(const html::HTMLElement& element);
 // gives its plainText (even when empty), a text node its text through
 // squireCleanup and zvTrim when that is not empty, other nodes nothing.
 ZV_EXPORT std::string plainText(const html::HTMLDocumentFragment& fragment);
-
-// The passes, public so that a host can run a part of the pipeline. Each one
-// changes the subtree of its argument in place.
-
-// Prefixes each `p` descendant of the citation with a text node "> " (">"
-// when its text already starts with ">"), and each empty-break `div`
-// descendant likewise, after its `br`.
-ZV_EXPORT void preprocessBlockquoteCitations(html::HTMLElement& citation);
-// Drops the trailing `br` children of a `p` or `div` and trims its text nodes
-// up to the first child element that is not a `br`; a `br` that is the very
-// last child goes in any case.
-ZV_EXPORT void cleanBreaks(html::HTMLElement& block);
-// cleanBreaks on every `p` / every `div` descendant, in document order.
-ZV_EXPORT void preprocessBreaksInPs(html::HTMLElement& element);
-ZV_EXPORT void preprocessBreaksInDIVs(html::HTMLElement& element);
-
-// True when the element has exactly one child node and exactly one `br`
-// descendant: <div><br></div>, <div><span><br></span></div>.
-ZV_EXPORT bool isEmptyBreakDIV(const html::HTMLElement& element);
-
-// preprocessBreaksInPs on `element` (which it changes), then plainTextForDivs
-// when a div[zv-note] is among its descendants, else plainTextForParagraphs.
-ZV_EXPORT html::Ref<html::HTMLElement> finalPreprocess(html::HTMLElement& element);
-// A new `div` holding `element`'s markup rewritten for a note-style body:
-// empty `div` lines (nothing or only no-break spaces) get a `br`, and every
-// closing `div` tag one line feed after it. `element` is not changed.
-ZV_EXPORT html::Ref<html::HTMLElement> plainTextForDivs(const html::HTMLElement& element);
-// A new `div` holding `element`'s markup rewritten for a paragraph body: a
-// `br` right before a paragraph's end goes, every closing `p` and `div` tag is
-// followed by one line feed and every `br` preceded by one. `element` is not
-// changed.
-ZV_EXPORT html::Ref<html::HTMLElement> plainTextForParagraphs(const html::HTMLElement& element);
 
 }  // namespace zv

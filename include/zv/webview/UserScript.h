@@ -6,7 +6,7 @@
 
 #include <zv/Export.h>
 
-#include <zv/webview/GObjectRef.h>
+#include <zv/foundation/GObjectRef.h>
 
 #include <webkit/webkit.h>
 

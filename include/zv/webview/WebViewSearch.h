@@ -33,8 +33,10 @@ ZV_EXPORT void highlightAllOccurencesOfString(WebKitWebView* webView, std::strin
 
 // Reads WKWebView_SearchResultCount and, later on the main thread, calls
 // `completion` with it. When the page reports an error or no value the
-// completion is never called; a value that is not a number is logged as a
-// programming error of the search script and the completion is not called.
+// completion is never called. A value that is not a number is a
+// programming error of the search script: a build with assertions aborts; a
+// release build logs it as a GLib critical (fatal under
+// G_DEBUG=fatal-criticals) and does not call the completion.
 ZV_EXPORT void handleSearchResultCount(WebKitWebView* webView, std::function<void(int64_t count)> completion);
 
 ZV_EXPORT void removeAllHighlights(WebKitWebView* webView);

@@ -44,7 +44,7 @@
 #include <zv/html/HTMLElement.h>
 #include <zv/foundation/Value.h>
 #include <zv/webview/Event.h>
-#include <zv/webview/GObjectRef.h>
+#include <zv/foundation/GObjectRef.h>
 #include <zv/webview/UserScript.h>
 #include <zv/webview/ZVWebViewEventDelegate.h>
 

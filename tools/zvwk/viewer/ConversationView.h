@@ -7,7 +7,7 @@
 
 #include "MessageCard.h"
 
-#include <zv/webview/GObjectRef.h>
+#include <zv/foundation/GObjectRef.h>
 
 #include <gtk/gtk.h>
 

@@ -37,7 +37,7 @@ ViewerExtensions::~ViewerExtensions() {
 void ViewerExtensions::find(const std::string& text) {
     findStarted_ = g_get_monotonic_time();
     find_->open(text);
-    // Then to the first match, as Enter would, once the pages have counted.
+    // Then to the first match, as the next-match button would, once the pages have counted.
     auto* held = new std::weak_ptr<ConversationFind>(find_);
     g_timeout_add_full(
         G_PRIORITY_DEFAULT, 600,

@@ -1,4 +1,4 @@
-#include <zv/text/HTMLColorNames.h>
+#include <zv/foundation/Color.h>
 
 #include <unicode/locid.h>
 #include <unicode/unistr.h>

@@ -1,11 +1,16 @@
 // ASCII character classes and case folding as the HTML standard uses them.
-// Markup names and keywords are ASCII; these never look at other characters.
+// Markup names, keywords, MIME types and CSS colour syntax are ASCII; these
+// never look at other characters.
+//
+// src/common/ holds the private helpers every library shares: header-only, on
+// the include path of zvhtml, zvcore and zvwebkit alike but installed with
+// none, so no library reaches up into another's folder for them.
 #pragma once
 
 #include <string>
 #include <string_view>
 
-namespace zv::html {
+namespace zv {
 
 // Tab, LF, FF, CR and space: the standard's "ASCII whitespace".
 inline bool isASCIIWhitespace(int c) noexcept { return c == ' ' || c == '\t' || c == '\n' || c == '\f' || c == '\r'; }
@@ -42,4 +47,4 @@ inline std::string_view trimASCIIWhitespace(std::string_view s) noexcept {
     return s;
 }
 
-}  // namespace zv::html
+}  // namespace zv

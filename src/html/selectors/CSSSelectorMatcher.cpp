@@ -1,7 +1,7 @@
 #include "CSSSelectorMatcher.h"
 
 #include "ASCIIText.h"
-#include "HTMLElementStates.h"
+#include "../HTMLElementStates.h"
 
 #include <zv/html/HTMLCharacterData.h>
 #include <zv/html/HTMLDocument.h>

@@ -1,7 +1,7 @@
 #include "CSSSelectorTokenizer.h"
 
 #include "ASCIIText.h"
-#include "UTF8.h"
+#include "../UTF8.h"
 
 #include <climits>
 
