@@ -5,7 +5,7 @@
 #include <zv/html/HTMLElement.h>
 #include <zv/html/HTMLParser.h>
 #include <zv/webview/FrameworkResources.h>
-#include <zv/webview/GObjectRef.h>
+#include <zv/foundation/GObjectRef.h>
 
 #include <jsc/jsc.h>
 

@@ -5,7 +5,7 @@
 #include <zv/scheme/SymbolImage.h>
 #include <zv/scheme/WebKitSchemeBinding.h>
 #include <zv/scheme/ZVWebViewURLSchemeHandler.h>
-#include <zv/webview/GObjectRef.h>
+#include <zv/foundation/GObjectRef.h>
 #include <zv/webview/ZVWebView.h>
 
 /**
