@@ -3,7 +3,8 @@
 // An HTML body is parsed once with zvhtml (MessageBody, on any thread): its
 // plain text is taken from that parse, then its head CSS inlined and purged
 // (applyHeadCSSToContentAndPurge), given the viewer's page style and made
-// safe by zv::prepareDocumentForSafeView, which counts its remote references.
+// safe by zv::prepareDocumentForSafeView, which counts its remote references
+// and, when images are shown without trackers, the trackers it kept out.
 // A plain-text body, or either body shown as text, becomes a document of
 // its own with quoted lines set off.
 #pragma once
@@ -20,12 +21,14 @@ namespace zvwk::viewer {
 struct BodyOptions {
     bool allowRemoteContent = false;
     bool asPlainText = false;
-    bool dark = false;  // a text body follows the desktop's dark style
+    bool dark = false;          // a text body follows the desktop's dark style
+    bool blockTrackers = true;  // with remote content allowed: everything but trackers
 };
 
 struct PreparedBody {
     std::string html;
     std::size_t remoteReferences = 0;  // blocked ones when remote content is not allowed
+    std::size_t trackers = 0;          // kept out while remote content is allowed without them
 };
 
 // A message's body read for showing. The parse happens once, in the
