@@ -7,7 +7,7 @@ ZVWK = $(BUILD)/zvwk
 # Lets checkouts side by side share ccache's objects (paths become relative).
 export CCACHE_BASEDIR ?= $(abspath $(CURDIR)/..)
 
-.PHONY: run test deps configure build fuzz bench asan docs clean
+.PHONY: run test deps configure build fuzz fuzz-build fuzz-all reliability bench asan docs clean
 
 # Only what the demonstration runs: the zvwk target, not the tests and
 # benchmarks a full build adds.
@@ -31,17 +31,35 @@ build: configure
 asan:
 	$(MAKE) test BUILD=build-asan CMAKE_FLAGS="-DZV_SANITIZE=ON -DZV_BENCH=OFF"
 
-# libFuzzer over the parser (FUZZ_TARGET=fuzz_plaintext: plainText's walk
-# against its literal pipeline; FUZZ_TARGET=fuzz_snippet: streamed snippets
-# against whole-input ones); FUZZ_SECONDS bounds the run.
+# libFuzzer, one target at a time: FUZZ_TARGET names it (fuzz/*.cpp say
+# what each checks), FUZZ_SECONDS bounds the run, FUZZ_SEEDS adds seed
+# folders to the target's committed seeds (fuzz/seeds/<target>) and its
+# corpus in build-fuzz (e.g. FUZZ_SEEDS="samples /path/to/mail").
+# fuzz-all runs every target in turn.
+FUZZ_TARGETS = fuzz_parser fuzz_plaintext fuzz_snippet fuzz_selector fuzz_headcss fuzz_strings \
+	fuzz_url fuzz_safeview fuzz_script_messages fuzz_mail
 FUZZ_SECONDS ?= 600
 FUZZ_TARGET ?= fuzz_parser
+FUZZ_SEEDS ?= samples
 FUZZ_CORPUS = build-fuzz/corpus$(if $(filter-out fuzz_parser,$(FUZZ_TARGET)),-$(FUZZ_TARGET))
-fuzz: deps
-	@CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZV_FUZZ=ON -DZV_BENCH=OFF > /dev/null
-	@cmake --build build-fuzz --target $(FUZZ_TARGET)
+FUZZ_DICT = $(wildcard fuzz/$(FUZZ_TARGET:fuzz_%=%).dict)
+fuzz-build: deps
+	@CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZV_FUZZ=ON -DZV_BENCH=OFF -DZV_TESTS=OFF > /dev/null
+	@cmake --build build-fuzz --target $(FUZZ_TARGETS)
+
+fuzz: fuzz-build
 	mkdir -p $(FUZZ_CORPUS)
-	build-fuzz/fuzz/$(FUZZ_TARGET) -max_total_time=$(FUZZ_SECONDS) -max_len=65536 -timeout=10 $(FUZZ_CORPUS) samples
+	build-fuzz/fuzz/$(FUZZ_TARGET) -max_total_time=$(FUZZ_SECONDS) -max_len=65536 -timeout=10 \
+		$(if $(FUZZ_DICT),-dict=$(FUZZ_DICT)) $(FUZZ_CORPUS) $(wildcard fuzz/seeds/$(FUZZ_TARGET)) $(FUZZ_SEEDS)
+
+fuzz-all: fuzz-build
+	@for t in $(FUZZ_TARGETS); do $(MAKE) --no-print-directory fuzz FUZZ_TARGET=$$t || exit 1; done
+
+# What CI runs after the tests: the sanitizer build's tests, then a minute of
+# each fuzz target.
+reliability:
+	$(MAKE) asan
+	$(MAKE) fuzz-all FUZZ_SECONDS=60
 
 bench: build
 	scripts/run-benchmarks $(BUILD)

@@ -1,5 +1,7 @@
 #include <zv/find/FindResults.h>
 
+#include <limits>
+
 namespace zv {
 
 int64_t FindResults::countForKey(std::string_view key) const {
@@ -34,7 +36,11 @@ void FindResults::setIndex(std::string_view key, int64_t index) {
 int64_t FindResults::totalCount() const {
     std::lock_guard lock(mutex_);
     int64_t total = 0;
-    for (const auto& [key, entry] : entries_) total += entry.count;
+    // Counts come from pages, which may report any number: the sum holds at
+    // the ends of the range rather than overflow.
+    for (const auto& [key, entry] : entries_)
+        if (__builtin_add_overflow(total, entry.count, &total))
+            return entry.count > 0 ? std::numeric_limits<int64_t>::max() : std::numeric_limits<int64_t>::min();
     return total;
 }
 

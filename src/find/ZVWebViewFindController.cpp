@@ -2,6 +2,8 @@
 // bookkeeping fed by the pages, and stepping through the matches.
 #include <zv/find/ZVWebViewFindController.h>
 
+#include "SearchValuesMessage.h"
+
 #include <zv/find/FindOptions.h>
 #include <zv/foundation/Log.h>
 #include <zv/webview/ScriptEvaluation.h>
@@ -150,18 +152,20 @@ void ZVWebViewFindController::setCurrentFindType(unsigned type) {
 }
 
 void ZVWebViewFindController::didReceiveScriptMessage(const Value& body) {
-    if (!body.is_object() || body.size() != 3) {
+    const SearchValuesMessage message = readSearchValuesMessage(body);
+    switch (message.kind) {
+    case SearchValuesMessage::Kind::Malformed:
         log("Body not correct in call from JS:searchValues: " + body.dump());
         return;
+    case SearchValuesMessage::Kind::Ignored:
+        return;
+    case SearchValuesMessage::Kind::Count:
+        setCount(message.webviewIdentifier, message.value);
+        return;
+    case SearchValuesMessage::Kind::Index:
+        setIndex(message.webviewIdentifier, message.value);
+        return;
     }
-    auto key = body.find("webviewIdentifier");
-    auto type = body.find("type");
-    auto count = body.find("count");
-    if (key == body.end() || !key->is_string() || type == body.end() || !type->is_string()) return;
-    if (count == body.end() || !count->is_number()) return;
-    int64_t value = static_cast<int64_t>(count->get<double>());
-    if (*type == "wvCount") setCount(key->get<std::string>(), value);
-    else if (*type == "wvIndex") setIndex(key->get<std::string>(), value);
 }
 
 void ZVWebViewFindController::highlightOccurrencesOfString(const std::string& text) {

@@ -75,7 +75,10 @@ std::optional<URL> URL::fromGUri(void* opaque) {
     auto* uri = static_cast<GUri*>(opaque);
     if (!uri) return std::nullopt;
     URL url;
+    // GLib parses some text it then cannot write out again (a user part
+    // before a host of invalid UTF-8, once cleaned): no text, no URL.
     GString_ text(g_uri_to_string(uri));
+    if (!text) return std::nullopt;
     url.string_ = text.get();
     url.scheme_ = g_uri_get_scheme(uri);
     url.user_ = optionalString(g_uri_get_user(uri));

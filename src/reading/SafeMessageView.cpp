@@ -40,32 +40,58 @@ std::string parsedForm(std::string_view url) {
     return out;
 }
 
+// The message may name the internal schemes itself: "wren-https://x" is read
+// as "https://x".
+std::string withoutInternalScheme(std::string url) {
+    for (auto [key, scheme] : {std::pair<std::string_view, std::string_view>{ZVWebViewInternalHTTPSSchemeKey, "https:"},
+                               {ZVWebViewInternalHTTPSchemeKey, "http:"}})
+        if (hasPrefixIgnoringCase(url, std::string(key) + ":")) return std::string(scheme) + url.substr(key.size() + 1);
+    return url;
+}
+
 class Rewriter {
 public:
-    explicit Rewriter(bool allowRemote) : allowRemote_(allowRemote) {}
+    explicit Rewriter(const SafeViewOptions& options) : options_(options) {}
 
     SafeViewReport report;
 
-    // The rewritten form of a remote URL, nothing for any other.
-    std::optional<std::string> rewritten(std::string_view written) {
-        std::string url = parsedForm(written);
-        std::string_view httpKey = allowRemote_ ? ZVWebViewInternalHTTPSchemeKey : ZVWebViewExclusionHTTPSchemeKey;
-        std::string_view httpsKey = allowRemote_ ? ZVWebViewInternalHTTPSSchemeKey : ZVWebViewExclusionHTTPSSchemeKey;
-        std::optional<std::string> out;
+    // The rewritten form of a remote URL, nothing for any other. A tracker
+    // (of `imageKind` when the element is one) is never let through.
+    std::optional<std::string> rewritten(std::string_view written, std::optional<TrackerKind> imageKind = {}) {
+        std::string url = withoutInternalScheme(parsedForm(written));
+        bool remote = hasPrefixIgnoringCase(url, "https:") || hasPrefixIgnoringCase(url, "http:") || url.starts_with("//");
+        if (!remote) return std::nullopt;
+        if (options_.blockTrackers && !imageKind && imageURLNamesReader(url, options_.readerAddresses))
+            imageKind = TrackerKind::Pixel;
+        if (!options_.blockTrackers) imageKind.reset();
+        bool allowed = options_.allowRemoteContent && !imageKind;
+        std::string_view httpKey = allowed ? ZVWebViewInternalHTTPSchemeKey : ZVWebViewExclusionHTTPSchemeKey;
+        std::string_view httpsKey = allowed ? ZVWebViewInternalHTTPSSchemeKey : ZVWebViewExclusionHTTPSSchemeKey;
+        std::string out;
         if (hasPrefixIgnoringCase(url, "https:")) out = std::string(httpsKey) + url.substr(5);
         else if (hasPrefixIgnoringCase(url, "http:")) out = std::string(httpKey) + url.substr(4);
-        else if (url.starts_with("//")) out = std::string(httpsKey) + ":" + url;
-        if (out) report.remoteURLs.push_back(std::move(url));
+        else out = std::string(httpsKey) + ":" + url;
+        if (imageKind) report.trackers.push_back({url, *imageKind});
+        report.remoteURLs.push_back(std::move(url));
         return out;
     }
 
+    // A link's href without tracking parameters, nothing when it keeps them all.
+    std::optional<std::string> cleanedLink(std::string_view href) {
+        if (!options_.blockTrackers) return std::nullopt;
+        auto cleaned = withoutTrackingParameters(href);
+        if (cleaned) report.trackers.push_back({std::string(trimmed(href)), TrackerKind::Parameter});
+        return cleaned;
+    }
+
     // `text` with every remote URL among `ranges` rewritten; nothing when none was.
-    std::optional<std::string> rewrittenRanges(std::string_view text, const std::vector<TextRange>& ranges) {
+    std::optional<std::string> rewrittenRanges(std::string_view text, const std::vector<TextRange>& ranges,
+                                               std::optional<TrackerKind> imageKind = {}) {
         std::string out;
         std::size_t copied = 0;
         bool changed = false;
         for (const TextRange& range : ranges) {
-            auto url = rewritten(text.substr(range.start, range.length));
+            auto url = rewritten(text.substr(range.start, range.length), imageKind);
             if (!url) continue;
             out.append(text, copied, range.start - copied);
             out += *url;
@@ -78,15 +104,23 @@ public:
     }
 
 private:
-    bool allowRemote_;
+    static std::string_view trimmed(std::string_view text) {
+        while (!text.empty() && static_cast<unsigned char>(text.front()) <= 0x20) text.remove_prefix(1);
+        while (!text.empty() && static_cast<unsigned char>(text.back()) <= 0x20) text.remove_suffix(1);
+        return text;
+    }
+
+    const SafeViewOptions& options_;
 };
 
-enum class AttributeKind { Other, URL, Srcset, Style, Ping };
+enum class AttributeKind { Other, URL, Srcset, Style, Ping, Link };
 
 AttributeKind kindOf(const HTMLElement& element, const html::HTMLAttribute& attribute) {
     std::string_view name = attribute.name;
-    if (attribute.ns == html::AttributeNamespace::XLink)
-        return name == "href" && element.localName() != "a" ? AttributeKind::URL : AttributeKind::Other;
+    if (attribute.ns == html::AttributeNamespace::XLink) {
+        if (name != "href") return AttributeKind::Other;
+        return element.localName() == "a" ? AttributeKind::Link : AttributeKind::URL;
+    }
     if (attribute.ns != html::AttributeNamespace::None) return AttributeKind::Other;
     if (name == "src" || name == "lowsrc" || name == "dynsrc" || name == "background" || name == "poster" ||
         name == "data")
@@ -97,21 +131,35 @@ AttributeKind kindOf(const HTMLElement& element, const html::HTMLAttribute& attr
     if (name == "srcset" || name == "imagesrcset") return AttributeKind::Srcset;
     if (name == "style") return AttributeKind::Style;
     if (name == "ping") return AttributeKind::Ping;
+    if (name == "href") return AttributeKind::Link;
     return AttributeKind::Other;
 }
 
-void rewriteAttributes(HTMLElement& element, Rewriter& rewriter) {
+bool showsAnImage(const HTMLElement& element) {
+    std::string_view name = element.localName();
+    if (element.htmlNamespace() == html::Namespace::SVG) return name == "image";
+    if (name == "input") {
+        const std::string* type = element.attribute("type");
+        return type && (*type == "image" || *type == "IMAGE" || *type == "Image");
+    }
+    return name == "img" || name == "image";
+}
+
+void rewriteAttributes(HTMLElement& element, Rewriter& rewriter, bool blockTrackers) {
     // Copied: rewriting changes the element's attributes as it goes.
     std::vector<html::HTMLAttribute> attributes = element.attributes();
+    std::optional<TrackerKind> imageKind;
+    if (blockTrackers && showsAnImage(element)) imageKind = trackingImageKind(element);
     for (const html::HTMLAttribute& attribute : attributes) {
         std::optional<std::string> value;
         switch (kindOf(element, attribute)) {
         case AttributeKind::Other: continue;
         case AttributeKind::Ping: element.removeAttribute(attribute.qualifiedName()); continue;
-        case AttributeKind::URL: value = rewriter.rewritten(attribute.value); break;
+        case AttributeKind::URL: value = rewriter.rewritten(attribute.value, imageKind); break;
         case AttributeKind::Srcset:
-            value = rewriter.rewrittenRanges(attribute.value, reading::srcsetURLRanges(attribute.value));
+            value = rewriter.rewrittenRanges(attribute.value, reading::srcsetURLRanges(attribute.value), imageKind);
             break;
+        case AttributeKind::Link: value = rewriter.cleanedLink(attribute.value); break;
         case AttributeKind::Style:
             value = rewriter.rewrittenRanges(attribute.value, reading::cssURLRanges(attribute.value));
             break;
@@ -154,14 +202,14 @@ std::string safeViewContentSecurityPolicy(bool allowRemoteContent) {
 SafeViewReport prepareDocumentForSafeView(html::HTMLDocument& document, const SafeViewOptions& options) {
     HTMLElement* root = document.documentElement();
     if (!root) return {};
-    Rewriter rewriter(options.allowRemoteContent);
+    Rewriter rewriter(options);
     std::vector<HTMLElement*> removed;
     for (HTMLElement* element : root->querySelectorAll("*")) {
         if (fetchesOrRedirects(*element)) {
             removed.push_back(element);
             continue;
         }
-        rewriteAttributes(*element, rewriter);
+        rewriteAttributes(*element, rewriter, options.blockTrackers);
         if (element->localName() == "style") rewriteStyleSheet(*element, rewriter);
     }
     for (HTMLElement* element : removed) element->parentNode()->removeChildNode(element);

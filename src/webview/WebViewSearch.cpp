@@ -1,6 +1,7 @@
 #include <zv/webview/WebViewSearch.h>
 
 #include <zv/foundation/Bundle.h>
+#include <zv/foundation/WholeNumber.h>
 #include <zv/foundation/Log.h>
 #include <zv/webview/ScriptEvaluation.h>
 
@@ -47,9 +48,8 @@ void handleSearchResultCount(WebKitWebView* webView, std::function<void(int64_t 
     evaluateJavaScript(webView, "WKWebView_SearchResultCount",
                        [completion = std::move(completion)](std::optional<Value> value, std::optional<Error> error) {
                            if (error || !value || !completion) return;
-                           if (value->is_number_integer()) return completion(value->get<int64_t>());
-                           if (value->is_number_float() && std::isfinite(value->get<double>()))
-                               return completion(static_cast<int64_t>(value->get<double>()));
+                           if (value->is_number_integer() || (value->is_number_float() && std::isfinite(value->get<double>())))
+                               return completion(wholeNumber(*value));
                            // The script's count is a number by contract: anything else is a programming error.
                            g_log_structured(kLogDomain, G_LOG_LEVEL_CRITICAL, "MESSAGE",
                                             "WKWebView_SearchResultCount is not a number: %s", value->dump().c_str());

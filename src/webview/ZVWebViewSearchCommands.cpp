@@ -3,6 +3,7 @@
 #include <zv/webview/ZVWebView.h>
 
 #include <zv/foundation/Log.h>
+#include <zv/foundation/WholeNumber.h>
 #include <zv/webview/FrameworkResources.h>
 #include <zv/webview/ScriptEvaluation.h>
 #include <zv/webview/UserScript.h>
@@ -84,7 +85,7 @@ void ZVWebView::getFindResultCount(std::function<void(int64_t count)> completion
     evaluateJavaScript(webView(), "WKWebView_CurrentSearchCount()",
                        [completion = std::move(completion)](std::optional<Value> value, std::optional<Error> error) {
                            int64_t count = (!error && value && value->is_number())
-                                               ? static_cast<int64_t>(value->get<double>())
+                                               ? wholeNumber(*value)
                                                : -1;
                            if (completion) completion(count);
                        });

@@ -226,6 +226,19 @@ TEST_F(FindControllerTest, BadSearchValuesAreDroppedWithTheLogLine) {
     EXPECT_EQ(controller->currentCount(), 0);
 }
 
+// Page numbers are doubles of any size: held at the ends of the range, in
+// each view's count and index and in the total over the views.
+TEST_F(FindControllerTest, CountsPastTheRangeAreHeldAtItsEnds) {
+    auto controller = ZVWebViewFindController::create(delegate);
+    controller->didReceiveScriptMessage({{"webviewIdentifier", "A"}, {"type", "wvCount"}, {"count", 1e300}});
+    controller->didReceiveScriptMessage({{"webviewIdentifier", "B"}, {"type", "wvCount"}, {"count", 18446744073709551615u}});
+    controller->didReceiveScriptMessage({{"webviewIdentifier", "A"}, {"type", "wvIndex"}, {"count", -1e300}});
+    EXPECT_EQ(controller->countForKey("A"), INT64_MAX);
+    EXPECT_EQ(controller->countForKey("B"), INT64_MAX);
+    EXPECT_EQ(controller->indexForKey("A"), INT64_MIN);
+    EXPECT_EQ(controller->currentCount(), INT64_MAX);
+}
+
 TEST_F(FindControllerTest, EscapeAndDoneAskTheHostToHideTheBar) {
     int hides = 0;
     delegate->shouldHideFindView = [&](ZVWebViewFindController&) { ++hides; };

@@ -17,7 +17,9 @@ struct Prepared {
 
 Prepared prepare(const std::string& body, bool allowRemote = false) {
     auto document = HTMLParser("<!DOCTYPE html><html><head></head><body>" + body).parseDocument();
-    zv::SafeViewReport report = zv::prepareDocumentForSafeView(*document, {allowRemote});
+    zv::SafeViewOptions options;
+    options.allowRemoteContent = allowRemote;
+    zv::SafeViewReport report = zv::prepareDocumentForSafeView(*document, options);
     return {document->body()->innerHTML(), report.remoteURLs};
 }
 
@@ -69,6 +71,10 @@ TEST(SafeMessageView, RemoteReferencesFoundWhereverTheyFetch) {
          {"https://x.example/o.png", "http://x.example/p.png", "//x.example/q"},
          "<table background=\"wren-https://x.example/o.png\"><tbody><tr><td>c</td></tr></tbody></table>"
          "<video poster=\"wren-http://x.example/p.png\"></video><object data=\"wren-https://x.example/q\"></object>"},
+        // The internal schemes named by the message itself are remote references too.
+        {"<img src=\"WREN-HTTPS://x.example/u.png\"><img src=\"wren-http://x.example/v.png\">",
+         {"https://x.example/u.png", "http://x.example/v.png"},
+         "<img src=\"wren-https://x.example/u.png\"><img src=\"wren-http://x.example/v.png\">"},
         // Links stay, pings and everything that fetches or redirects by itself go.
         {"<a href=\"https://x.example/r\" ping=\"https://x.example/track\">r</a><link rel=stylesheet href=\"https://x.example/s.css\">"
          "<base href=\"https://x.example/\"><meta http-equiv=refresh content=\"0;url=https://x.example/\"><img src=\"cid:t@u\">",
@@ -93,7 +99,9 @@ TEST(SafeMessageView, RemoteReferencesFoundWhereverTheyFetch) {
 TEST(SafeMessageView, PolicyComesFirstAndAllowsRemoteOnlyWhenAsked) {
     for (bool allow : {false, true}) {
         auto document = HTMLParser("<head><title>t</title></head><p>x").parseDocument();
-        zv::prepareDocumentForSafeView(*document, {allow});
+        zv::SafeViewOptions options;
+        options.allowRemoteContent = allow;
+        zv::prepareDocumentForSafeView(*document, options);
         std::string head = document->head()->innerHTML();
         std::string expected = "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; img-src cid: data: wren-symbol:" +
                                std::string(allow ? " wren-http: wren-https:" : "") +

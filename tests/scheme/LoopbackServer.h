@@ -39,6 +39,8 @@ public:
     std::string wrenURL(std::string_view path) const { return "wren-" + url(path); }
 
     int hits(const std::string& path) const;
+    // Every path asked for so far, with its count.
+    const std::map<std::string, int>& allHits() const { return hits_; }
     size_t stalledCount() const { return stalled_.size(); }
     // Answers every stalled request with the PNG.
     void releaseStalled();

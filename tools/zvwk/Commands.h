@@ -42,6 +42,8 @@ int runTokenize(const Args& args);
 int runSerialize(const Args& args);
 int runSelect(const Args& args);
 int runText(const Args& args);
+int runTrackers(const Args& args);
+int runLinks(const Args& args);
 int runColor(const Args& args);
 int runSnippet(const Args& args);
 int runPurgeCSS(const Args& args);

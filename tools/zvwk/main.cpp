@@ -31,6 +31,10 @@ const Command kCommands[] = {
     {"select", runSelect,
      "select [--json] SELECTOR FILE...|DIR|-   print the elements the CSS selector matches, one per line"},
     {"text", runText, "text [--fragment] [--json] FILE...|DIR|-   print the plain text of each input (.eml: its HTML part)"},
+    {"trackers", runTrackers,
+     "trackers [--reader ADDRESS]... [--json] FILE...|DIR|-   print each input's trackers: pixels, hidden images, "
+     "tracking link parameters"},
+    {"links", runLinks, "links [--json] FILE...|DIR|-   print each link of each input and why it may deceive (or ok)"},
     {"color", runColor, "color NAME   print the HTML colour keyword's value as r,g,b (0-255)"},
     {"snippet", runSnippet,
      "snippet [--max N] [--whole-words] [--invisible-spaces] [--skip-title] [--skip-head] [--preserve-breaks]\n"

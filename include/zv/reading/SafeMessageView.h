@@ -17,14 +17,22 @@
 //   objects or fetches; images and media only from "cid", "data" and the
 //   symbol scheme, and from the internal HTTP schemes when remote content is
 //   allowed.
-// Links (<a href>) are left as they are: following one is the host's
-// decision. Work is linear in the document's size, whatever its attributes
-// hold.
+// The internal HTTP schemes written in the message itself count as remote
+// references too, so a message cannot name them to slip past the blocking.
+// Links (<a href>) are left as they are (following one is the host's
+// decision), except that tracking parameters go when trackers are blocked.
+// Work is linear in the document's size, whatever its attributes hold.
+//
+// With blockTrackers, what TrackerDetection.h recognises is never fetched,
+// even with remote content allowed: the references of pixels, hidden images
+// and image URLs naming the reader go to the exclusion schemes, and links
+// lose their tracking parameters. Each is reported.
 #pragma once
 
 #include <zv/Export.h>
 
 #include <zv/html/HTMLDocument.h>
+#include <zv/reading/TrackerDetection.h>
 
 #include <cstddef>
 #include <string>
@@ -34,6 +42,9 @@ namespace zv {
 
 struct SafeViewOptions {
     bool allowRemoteContent = false;
+    bool blockTrackers = false;
+    // The reader's own mail addresses, for spotting them in image URLs.
+    std::vector<std::string> readerAddresses;
 };
 
 struct SafeViewReport {
@@ -41,6 +52,9 @@ struct SafeViewReport {
     // style text), as written in the message with white space trimmed.
     std::vector<std::string> remoteURLs;
     std::size_t remoteReferences() const { return remoteURLs.size(); }
+    // With blockTrackers: each tracker found, in document order; a link
+    // counts once however many parameters it lost.
+    std::vector<Tracker> trackers;
 };
 
 ZV_EXPORT SafeViewReport prepareDocumentForSafeView(html::HTMLDocument& document, const SafeViewOptions& options);

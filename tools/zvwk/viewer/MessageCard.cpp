@@ -248,14 +248,20 @@ void MessageCard::loadBody() {
     if (!view_) return;
     // readContent prepared the first form; the toggles ask for others.
     if (preparedRemote_ != allowRemote_ || preparedAsText_ != asPlainText_ || preparedOriginal_ != originalColours_) {
-        PreparedBody body = body_.prepare({allowRemote_, asPlainText_, style_.dark, originalColours_});
+        PreparedBody body = body_.prepare({.allowRemoteContent = allowRemote_, .asPlainText = asPlainText_,
+                                           .dark = style_.dark, .originalColours = originalColours_});
         preparedHTML_ = std::move(body.html);
-        if (!asPlainText_) remoteReferences_ = body.remoteReferences;
+        if (!asPlainText_) {
+            remoteReferences_ = body.remoteReferences;
+            trackers_ = body.trackers;
+        }
         preparedRemote_ = allowRemote_;
         preparedAsText_ = asPlainText_;
         preparedOriginal_ = originalColours_;
     }
-    gtk_widget_set_visible(remoteBar_, blockedRemoteReferences() > 0 && !asPlainText_);
+    // Shown, remote content keeps its trackers out; the bar then counts them.
+    if (allowRemote_ && trackers_ > 0) zvwk_remote_content_bar_show_trackers(ZVWK_REMOTE_CONTENT_BAR(remoteBar_), guint(trackers_));
+    gtk_widget_set_visible(remoteBar_, (blockedRemoteReferences() > 0 || (allowRemote_ && trackers_ > 0)) && !asPlainText_);
     bodyLoaded_ = false;
     heightKnown_ = false;
     navigationFinished_ = false;

@@ -79,6 +79,8 @@ public:
     int bodyHeight() const { return bodyHeight_; }
 
     std::size_t blockedRemoteReferences() const { return allowRemote_ ? 0 : remoteReferences_; }
+    // Trackers kept out of the shown remote content.
+    std::size_t blockedTrackers() const { return allowRemote_ ? trackers_ : 0; }
     void showRemoteContent();
     bool showsPlainText() const { return asPlainText_; }
     void setShowsPlainText(bool plainText);
@@ -141,6 +143,7 @@ private:
     bool navigationFinished_ = false;
     int bodyHeight_ = 0;
     std::size_t remoteReferences_ = 0;
+    std::size_t trackers_ = 0;
 };
 
 }  // namespace zvwk::viewer

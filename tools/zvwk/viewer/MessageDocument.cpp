@@ -102,7 +102,12 @@ PreparedBody MessageBody::prepare(const BodyOptions& options) const {
     if (dark && !ownDark_) zv::adaptDocumentForDarkAppearance(*document);
     prependHead(*document, std::string("<style>") + (dark ? kDarkHTMLBodyStyle : kHTMLBodyStyle) + "</style>");
     PreparedBody body;
-    body.remoteReferences = zv::prepareDocumentForSafeView(*document, {options.allowRemoteContent}).remoteReferences();
+    zv::SafeViewOptions safeView;
+    safeView.allowRemoteContent = options.allowRemoteContent;
+    safeView.blockTrackers = options.allowRemoteContent && options.blockTrackers;
+    zv::SafeViewReport report = zv::prepareDocumentForSafeView(*document, safeView);
+    body.remoteReferences = report.remoteReferences();
+    body.trackers = report.trackers.size();
     body.html = "<!DOCTYPE html>" + root->outerHTML();
     return body;
 }

@@ -6,7 +6,8 @@
 // desktop has it (zv::adaptDocumentForDarkAppearance; a message with dark
 // styles of its own keeps its style sheets instead), given the viewer's page
 // style and made safe by zv::prepareDocumentForSafeView, which counts its
-// remote references.
+// remote references and, when images are shown without trackers, the
+// trackers it kept out.
 // A plain-text body, or either body shown as text, becomes a document of
 // its own with quoted lines set off.
 #pragma once
@@ -24,12 +25,14 @@ struct BodyOptions {
     bool allowRemoteContent = false;
     bool asPlainText = false;
     bool dark = false;  // the desktop's dark style: text bodies follow it, HTML bodies are adapted
+    bool blockTrackers = true;  // with remote content allowed: everything but trackers
     bool originalColours = false;  // in the dark style, an HTML body keeps its sender's colours
 };
 
 struct PreparedBody {
     std::string html;
     std::size_t remoteReferences = 0;  // blocked ones when remote content is not allowed
+    std::size_t trackers = 0;          // kept out while remote content is allowed without them
 };
 
 // A message's body read for showing. The parse happens once, in the

@@ -1,6 +1,11 @@
 #include "MessageNavigationPolicy.h"
 
+#include "LinkWarningDialog.h"
+
+#include <zv/reading/LinkJudgement.h>
+
 #include <initializer_list>
+#include <string>
 
 namespace zvwk::viewer {
 
@@ -15,7 +20,36 @@ void openExternally(const char* uri) {
         }
 }
 
-gboolean decidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type, gpointer) {
+// The link under the pointer and its text, kept on the view: a click is
+// judged with the text the reader saw.
+struct HoveredLink {
+    std::string uri;
+    std::string text;
+};
+
+void mouseTargetChanged(WebKitWebView* view, WebKitHitTestResult* hit, guint, gpointer) {
+    const char* uri = webkit_hit_test_result_context_is_link(hit) ? webkit_hit_test_result_get_link_uri(hit) : nullptr;
+    const char* label = uri ? webkit_hit_test_result_get_link_label(hit) : nullptr;
+    auto* hovered = new HoveredLink{uri ? uri : "", label ? label : ""};
+    g_object_set_data_full(G_OBJECT(view), "zvwk-hovered-link", hovered,
+                           +[](gpointer data) { delete static_cast<HoveredLink*>(data); });
+}
+
+// A link the reading library judges deceptive opens only when the reader,
+// shown both what it says and where it goes, still wants it.
+void openLink(WebKitWebView* view, const std::string& uri) {
+    auto* hovered = static_cast<HoveredLink*>(g_object_get_data(G_OBJECT(view), "zvwk-hovered-link"));
+    std::string text = hovered && hovered->uri == uri ? hovered->text : "";
+    std::optional<std::string> warning = zv::linkWarning(text, uri);
+    if (!warning) {
+        openExternally(uri.c_str());
+        return;
+    }
+    GtkWindow* parent = GTK_WINDOW(gtk_widget_get_root(GTK_WIDGET(view)));
+    askBeforeOpeningLink(parent, text, uri, "Why: " + *warning + ".", [uri] { openExternally(uri.c_str()); });
+}
+
+gboolean decidePolicy(WebKitWebView* view, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type, gpointer) {
     if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return FALSE;
     WebKitNavigationAction* action =
         webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
@@ -25,7 +59,7 @@ gboolean decidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, WebKitPoli
         webkit_policy_decision_use(decision);
         return TRUE;
     }
-    if (linkClicked) openExternally(uri);
+    if (linkClicked && uri) openLink(view, uri);
     webkit_policy_decision_ignore(decision);
     return TRUE;
 }
@@ -34,6 +68,7 @@ gboolean decidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, WebKitPoli
 
 void keepViewOnMessage(WebKitWebView* view) {
     g_signal_connect(view, "decide-policy", G_CALLBACK(decidePolicy), nullptr);
+    g_signal_connect(view, "mouse-target-changed", G_CALLBACK(mouseTargetChanged), nullptr);
 }
 
 }  // namespace zvwk::viewer

@@ -23,6 +23,8 @@ std::optional<ViewArguments> parseViewArguments(const std::vector<std::string>& 
                 error = "--page is about or help, not '" + *parsed.page + "'";
                 return std::nullopt;
             }
+        } else if (arg == "--show-images") {
+            parsed.showImages = true;
         } else if (arg == "--select") {
             const std::string& value = args[++i];
             std::size_t n = 0;

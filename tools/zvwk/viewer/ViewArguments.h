@@ -1,11 +1,12 @@
 // The command line of `zvwk view`.
 //
-//   zvwk view [--screenshot FILE.png] [--select N] [--find TEXT] [--page about|help] PATH...
+//   zvwk view [--screenshot FILE.png] [--select N] [--find TEXT] [--page about|help] [--show-images] PATH...
 //
 // --select N shows the Nth conversation of the list (1 is the newest);
 // --screenshot renders the window without a user, writes the PNG once the
 // conversation has loaded and exits; --find searches the conversation first;
-// --page opens the About or Help window too (and is what --screenshot draws).
+// --page opens the About or Help window too (and is what --screenshot draws);
+// --show-images presses "Show remote content" on the newest card once loaded.
 #pragma once
 
 #include <cstddef>
@@ -21,6 +22,7 @@ struct ViewArguments {
     std::optional<std::size_t> select;  // 0-based
     std::optional<std::string> find;
     std::optional<std::string> page;  // "about" or "help"
+    bool showImages = false;  // presses "Show remote content" on the newest card once loaded
 };
 
 // Nothing, with `error` set, for a command line that cannot be used.

@@ -37,6 +37,7 @@ struct Viewer {
     std::shared_ptr<zv::ZVWebWindowController> page;
     bool pageLoaded = false;
     int settleTicks = 0;
+    bool imagesShown = false;
 };
 
 void finishScreenshot(Viewer& viewer) {
@@ -61,6 +62,12 @@ bool readyForScreenshot(Viewer& viewer) {
     }
     if (viewer.extensions->isBusy()) return false;
     if (viewer.page && !viewer.pageLoaded) return false;
+    const auto& cards = window.conversationView().cards();
+    if (viewer.arguments.showImages && !viewer.imagesShown && !cards.empty()) {
+        viewer.imagesShown = true;
+        cards.back()->showRemoteContent();
+        return false;
+    }
     // A few more ticks so images and the last layout reach the screen.
     return ++viewer.settleTicks > 6;
 }

@@ -1,0 +1,173 @@
+#include <zv/reading/RemoteContentChoices.h>
+
+#include <zv/foundation/Log.h>
+
+#include <glib.h>
+#include <glib/gstdio.h>
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <cctype>
+#include <optional>
+
+namespace zv {
+
+namespace {
+
+std::mutex gSharedMutex;
+std::shared_ptr<RemoteContentChoices> gShared;
+
+std::string defaultPath() {
+    const char* program = g_get_prgname();
+    std::string folder = program && *program ? program : "ZVWebKit";
+    char* path = g_build_filename(g_get_user_config_dir(), folder.c_str(), "RemoteContentChoices.sqlite", nullptr);
+    std::string result = path;
+    g_free(path);
+    return result;
+}
+
+// The bare address of "Name <a@b>" or "a@b", in lower case; nothing without a domain.
+std::optional<std::string> bareAddress(std::string_view sender) {
+    std::size_t open = sender.rfind('<');
+    if (open != std::string_view::npos) {
+        std::size_t close = sender.find('>', open);
+        sender = sender.substr(open + 1, close == std::string_view::npos ? std::string_view::npos : close - open - 1);
+    }
+    while (!sender.empty() && std::isspace(static_cast<unsigned char>(sender.front()))) sender.remove_prefix(1);
+    while (!sender.empty() && std::isspace(static_cast<unsigned char>(sender.back()))) sender.remove_suffix(1);
+    std::size_t at = sender.rfind('@');
+    if (at == std::string_view::npos || at == 0 || at + 1 == sender.size()) return std::nullopt;
+    std::string address(sender);
+    std::transform(address.begin(), address.end(), address.begin(),
+                   [](unsigned char c) { return char(std::tolower(c)); });
+    return address;
+}
+
+std::string valueFor(const std::string& address, RemoteContentChoices::Scope scope) {
+    return scope == RemoteContentChoices::Scope::Sender ? address : address.substr(address.rfind('@') + 1);
+}
+
+const char* scopeName(RemoteContentChoices::Scope scope) {
+    return scope == RemoteContentChoices::Scope::Sender ? "sender" : "domain";
+}
+
+}  // namespace
+
+std::shared_ptr<RemoteContentChoices> RemoteContentChoices::shared() {
+    std::lock_guard lock(gSharedMutex);
+    if (!gShared) gShared = open(defaultPath());
+    return gShared;
+}
+
+std::shared_ptr<RemoteContentChoices> RemoteContentChoices::open(const std::string& path) {
+    return std::shared_ptr<RemoteContentChoices>(new RemoteContentChoices(path));
+}
+
+RemoteContentChoices::RemoteContentChoices(std::string path) {
+    char* folder = g_path_get_dirname(path.c_str());
+    g_mkdir_with_parents(folder, 0700);
+    g_free(folder);
+    if (openDatabase(path)) {
+        onDisk_ = true;
+        return;
+    }
+    // Set aside rather than deleted: the reader may want the old file back.
+    std::string aside = path + ".damaged";
+    log(LogLevel::Warning, "remote content choices at " + path + " are unreadable; starting afresh, old file kept as " + aside);
+    g_rename(path.c_str(), aside.c_str());
+    for (const char* suffix : {"-wal", "-shm"}) g_remove((path + suffix).c_str());
+    if (openDatabase(path)) {
+        onDisk_ = true;
+        return;
+    }
+    log(LogLevel::Warning, "remote content choices cannot be stored at " + path + "; kept in memory until the program ends");
+    openDatabase(":memory:");
+}
+
+RemoteContentChoices::~RemoteContentChoices() { sqlite3_close(db_); }
+
+bool RemoteContentChoices::openDatabase(const std::string& path) {
+    sqlite3_close(db_);
+    db_ = nullptr;
+    if (sqlite3_open(path.c_str(), &db_) != SQLITE_OK) return false;
+    sqlite3_busy_timeout(db_, 2000);
+    // synchronous=FULL: a choice is on disk before alwaysAllow returns.
+    return sqlite3_exec(db_,
+                        "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;"
+                        "CREATE TABLE IF NOT EXISTS choices(scope TEXT NOT NULL, value TEXT NOT NULL,"
+                        " PRIMARY KEY(scope, value)) WITHOUT ROWID;"
+                        "SELECT count(*) FROM choices;",
+                        nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+bool RemoteContentChoices::change(const char* sql, Scope scope, const std::string& value) {
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v2(db_, sql, -1, &statement, nullptr) != SQLITE_OK) return false;
+    sqlite3_bind_text(statement, 1, scopeName(scope), -1, SQLITE_STATIC);
+    sqlite3_bind_text(statement, 2, value.c_str(), -1, SQLITE_TRANSIENT);
+    bool done = sqlite3_step(statement) == SQLITE_DONE;
+    sqlite3_finalize(statement);
+    if (!done) log(LogLevel::Warning, std::string("remote content choice not changed: ") + sqlite3_errmsg(db_));
+    return done;
+}
+
+bool RemoteContentChoices::allowsRemoteContent(std::string_view senderAddress) {
+    auto address = bareAddress(senderAddress);
+    if (!address) return false;
+    std::lock_guard lock(mutex_);
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v2(db_,
+                           "SELECT 1 FROM choices WHERE (scope='sender' AND value=?1) OR (scope='domain' AND value=?2)",
+                           -1, &statement, nullptr) != SQLITE_OK)
+        return false;
+    std::string domain = valueFor(*address, Scope::Domain);
+    sqlite3_bind_text(statement, 1, address->c_str(), -1, SQLITE_TRANSIENT);
+    sqlite3_bind_text(statement, 2, domain.c_str(), -1, SQLITE_TRANSIENT);
+    bool found = sqlite3_step(statement) == SQLITE_ROW;
+    sqlite3_finalize(statement);
+    return found;
+}
+
+bool RemoteContentChoices::alwaysAllow(std::string_view senderAddress, Scope scope) {
+    auto address = bareAddress(senderAddress);
+    if (!address) return false;
+    std::lock_guard lock(mutex_);
+    // One statement is one transaction; a choice already made counts as stored.
+    return change("INSERT OR IGNORE INTO choices(scope, value) VALUES(?1, ?2)", scope, valueFor(*address, scope));
+}
+
+bool RemoteContentChoices::forget(std::string_view senderAddress, Scope scope) {
+    auto address = bareAddress(senderAddress);
+    if (!address) return false;
+    std::lock_guard lock(mutex_);
+    return change("DELETE FROM choices WHERE scope=?1 AND value=?2", scope, valueFor(*address, scope)) &&
+           sqlite3_changes(db_) > 0;
+}
+
+void RemoteContentChoices::forgetAll() {
+    std::lock_guard lock(mutex_);
+    sqlite3_exec(db_, "DELETE FROM choices", nullptr, nullptr, nullptr);
+}
+
+std::vector<RemoteContentChoices::Choice> RemoteContentChoices::choices() {
+    std::lock_guard lock(mutex_);
+    std::vector<Choice> out;
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v2(db_, "SELECT scope, value FROM choices ORDER BY scope, value", -1, &statement, nullptr) !=
+        SQLITE_OK)
+        return out;
+    while (sqlite3_step(statement) == SQLITE_ROW) {
+        std::string scope = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+        out.push_back({scope == "sender" ? Scope::Sender : Scope::Domain,
+                       reinterpret_cast<const char*>(sqlite3_column_text(statement, 1))});
+    }
+    sqlite3_finalize(statement);
+    return out;
+}
+
+bool RemoteContentChoices::isOnDisk() {
+    std::lock_guard lock(mutex_);
+    return onDisk_;
+}
+
+}  // namespace zv

@@ -1,0 +1,234 @@
+#include <zv/reading/TrackerDetection.h>
+
+#include <zv/html/HTMLElement.h>
+
+#include <glib.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <charconv>
+
+namespace zv {
+
+namespace {
+
+using html::HTMLElement;
+
+std::string lowered(std::string_view text) {
+    std::string out(text);
+    for (char& c : out) c = char(std::tolower(static_cast<unsigned char>(c)));
+    return out;
+}
+
+std::string_view trimmed(std::string_view text) {
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
+    return text;
+}
+
+constexpr std::array kTrackingParameters = {
+    "mc_cid",     "mc_eid",          "fbclid",      "gclid",       "gclsrc",      "dclid",      "gbraid",
+    "wbraid",     "msclkid",         "yclid",       "twclid",      "ttclid",      "igshid",     "li_fat_id",
+    "_hsenc",     "_hsmi",           "__hssc",      "__hstc",      "__hsfp",      "hsctatracking", "mkt_tok",
+    "vero_id",    "vero_conv",       "oly_enc_id",  "oly_anon_id", "_openstat",   "wickedid",   "rb_clickid",
+    "s_cid",      "ss_source",       "ss_campaign_id", "ml_subscriber", "ml_subscriber_hash", "ck_subscriber_id",
+    "elqtrackid", "elqtrack",        "elqaid",      "elqat",       "_bta_tid",    "_bta_c",     "trk_contact",
+    "trk_msg",    "trk_module",      "trk_sid",     "sc_cid",      "spm",         "mbid",       "cmpid",
+    "ref_src",    "_ke",
+};
+
+// Query parameters that carry a recipient's identity in open-tracking URLs.
+constexpr std::array kReaderParameters = {
+    "email", "email_address", "emailaddress", "recipient", "recipient_id", "subscriber", "subscriber_id",
+    "subscriberid", "uid", "user_id", "userid", "contact_id", "contactid", "mc_eid", "upn",
+};
+
+// Path segments of open-tracking endpoints.
+constexpr std::array kOpenPathSegments = {
+    "open", "open.php", "open.gif", "open.png", "opened", "track", "tracking", "tracker", "pixel", "pixel.gif",
+    "pixel.png", "beacon", "beacon.gif", "wf", "trk", "openrate", "imp", "impression", "o.gif", "t.gif",
+};
+
+template <std::size_t N>
+bool contains(const std::array<const char*, N>& names, std::string_view name) {
+    return std::find_if(names.begin(), names.end(), [&](const char* n) { return name == n; }) != names.end();
+}
+
+struct QueryParameter {
+    std::size_t start;   // of the name, in the URL
+    std::size_t length;  // of name=value
+    std::string_view name;
+    std::string_view value;
+};
+
+// The query's parameters and where the query ends (the fragment or the end).
+std::vector<QueryParameter> queryParameters(std::string_view url, std::size_t& queryStart, std::size_t& queryEnd) {
+    queryEnd = std::min(url.find('#'), url.size());
+    queryStart = url.substr(0, queryEnd).find('?');
+    std::vector<QueryParameter> parameters;
+    if (queryStart == std::string_view::npos) return parameters;
+    std::size_t position = queryStart + 1;
+    while (position <= queryEnd) {
+        std::size_t end = std::min(url.find('&', position), queryEnd);
+        std::string_view pair = url.substr(position, end - position);
+        std::size_t equals = pair.find('=');
+        parameters.push_back({position, pair.size(), pair.substr(0, equals),
+                              equals == std::string_view::npos ? std::string_view() : pair.substr(equals + 1)});
+        position = end + 1;
+    }
+    return parameters;
+}
+
+// A length in CSS pixels from "1", "1px" or "1.0px"; nothing for others.
+std::optional<double> pixels(std::string_view text) {
+    text = trimmed(text);
+    if (text.ends_with("px")) text.remove_suffix(2);
+    double value = 0;
+    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return value;
+}
+
+// The value of `property` in a style attribute, the last declaration winning.
+std::optional<std::string> styleValue(std::string_view style, std::string_view property) {
+    std::optional<std::string> found;
+    std::size_t position = 0;
+    while (position < style.size()) {
+        std::size_t end = std::min(style.find(';', position), style.size());
+        std::string_view declaration = style.substr(position, end - position);
+        position = end + 1;
+        std::size_t colon = declaration.find(':');
+        if (colon == std::string_view::npos) continue;
+        if (lowered(trimmed(declaration.substr(0, colon))) != property) continue;
+        std::string value = lowered(trimmed(declaration.substr(colon + 1)));
+        if (value.ends_with("!important")) value = std::string(trimmed(value.substr(0, value.size() - 10)));
+        found = std::move(value);
+    }
+    return found;
+}
+
+bool hidesItself(const HTMLElement& element) {
+    if (element.hasAttribute("hidden")) return true;
+    const std::string* style = element.attribute("style");
+    if (!style) return false;
+    if (styleValue(*style, "display") == "none") return true;
+    if (auto visibility = styleValue(*style, "visibility"); visibility == "hidden" || visibility == "collapse")
+        return true;
+    if (auto opacity = styleValue(*style, "opacity"); opacity && pixels(*opacity) == 0.0) return true;
+    for (const char* dimension : {"width", "height", "max-width", "max-height"})
+        if (auto value = styleValue(*style, dimension); value && pixels(*value) == 0.0) return true;
+    return false;
+}
+
+bool isHidden(const HTMLElement& image) {
+    // Bounded by the tree's depth, which the parser limits.
+    for (const HTMLElement* element = &image; element; element = element->parentElement())
+        if (hidesItself(*element)) return true;
+    for (const char* dimension : {"width", "height"})
+        if (const std::string* value = image.attribute(dimension); value && pixels(*value) == 0.0) return true;
+    return false;
+}
+
+bool isPixel(const HTMLElement& image) {
+    const std::string* style = image.attribute("style");
+    bool declared = false;
+    for (const char* dimension : {"width", "height"}) {
+        std::optional<double> size;
+        if (style)
+            if (auto value = styleValue(*style, dimension)) size = pixels(*value);
+        if (!size)
+            if (const std::string* value = image.attribute(dimension)) size = pixels(*value);
+        if (!size) continue;
+        if (*size > 2) return false;
+        declared = true;
+    }
+    return declared;
+}
+
+std::string percentDecodedLower(std::string_view text) {
+    char* decoded = g_uri_unescape_segment(text.data(), text.data() + text.size(), nullptr);
+    std::string out = decoded ? lowered(decoded) : lowered(text);
+    g_free(decoded);
+    return out;
+}
+
+bool hasOpenPath(std::string_view url) {
+    std::size_t scheme = url.find("//");
+    if (scheme == std::string_view::npos) return false;
+    std::size_t pathStart = url.find('/', scheme + 2);
+    if (pathStart == std::string_view::npos) return false;
+    std::size_t pathEnd = std::min(url.find_first_of("?#", pathStart), url.size());
+    std::string path = lowered(url.substr(pathStart, pathEnd - pathStart));
+    std::size_t position = 1;
+    while (position <= path.size()) {
+        std::size_t end = std::min(path.find('/', position), path.size());
+        if (contains(kOpenPathSegments, std::string_view(path).substr(position, end - position))) return true;
+        position = end + 1;
+    }
+    return false;
+}
+
+bool namesAddress(std::string_view url, const std::string& address) {
+    if (address.empty()) return false;
+    std::string wanted = lowered(address);
+    if (percentDecodedLower(url).find(wanted) != std::string::npos) return true;
+    gchar* encoded = g_base64_encode(reinterpret_cast<const guchar*>(wanted.data()), wanted.size());
+    std::string base64(encoded);
+    g_free(encoded);
+    while (base64.ends_with('=')) base64.pop_back();
+    return url.find(base64) != std::string_view::npos;
+}
+
+}  // namespace
+
+std::string_view trackerKindName(TrackerKind kind) {
+    switch (kind) {
+    case TrackerKind::Pixel: return "pixel";
+    case TrackerKind::Hidden: return "hidden";
+    case TrackerKind::Parameter: return "parameter";
+    }
+    return "pixel";
+}
+
+bool isTrackingParameter(std::string_view name) {
+    std::string lower = percentDecodedLower(name);
+    return lower.starts_with("utm_") || contains(kTrackingParameters, lower);
+}
+
+std::optional<std::string> withoutTrackingParameters(std::string_view url) {
+    std::size_t queryStart = 0, queryEnd = 0;
+    std::vector<QueryParameter> parameters = queryParameters(url, queryStart, queryEnd);
+    std::string query;
+    bool removed = false;
+    for (const QueryParameter& parameter : parameters) {
+        if (!parameter.name.empty() && isTrackingParameter(parameter.name)) {
+            removed = true;
+            continue;
+        }
+        if (!query.empty()) query += '&';
+        query += url.substr(parameter.start, parameter.length);
+    }
+    if (!removed) return std::nullopt;
+    std::string out(url.substr(0, queryStart));
+    if (!query.empty()) out += "?" + query;
+    out += url.substr(queryEnd);
+    return out;
+}
+
+std::optional<TrackerKind> trackingImageKind(const HTMLElement& image) {
+    if (isHidden(image)) return TrackerKind::Hidden;
+    if (isPixel(image)) return TrackerKind::Pixel;
+    return std::nullopt;
+}
+
+bool imageURLNamesReader(std::string_view url, const std::vector<std::string>& readerAddresses) {
+    if (hasOpenPath(url)) return true;
+    std::size_t queryStart = 0, queryEnd = 0;
+    for (const QueryParameter& parameter : queryParameters(url, queryStart, queryEnd))
+        if (!parameter.value.empty() && contains(kReaderParameters, percentDecodedLower(parameter.name))) return true;
+    return std::any_of(readerAddresses.begin(), readerAddresses.end(),
+                       [&](const std::string& address) { return namesAddress(url, address); });
+}
+
+}  // namespace zv

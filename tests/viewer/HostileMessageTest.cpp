@@ -1,0 +1,153 @@
+// A message packed with every way HTML, SVG, MathML and CSS can make a
+// request (tests/data/request-vectors), shown in the viewer's safe view while
+// remote content is blocked: the loopback server standing in for the sender
+// hears nothing, the text around every vector shows, and the view finishes
+// loading in bounded time. And a deceptive link that asks before it opens.
+#include "ViewerTestSupport.h"
+
+#include "LoopbackServer.h"
+#include "WebViewHarness.h"
+#include "viewer/ViewerWindow.h"
+
+#include <zv/webview/ScriptEvaluation.h>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+namespace zvwk::viewer {
+namespace {
+
+using namespace std::chrono_literals;
+
+std::string vectorsWithOrigin(const std::string& origin) {
+    std::ifstream in(std::string(ZV_TESTS_SOURCE_DIR) + "/data/request-vectors/vectors.html");
+    std::stringstream text;
+    text << in.rdbuf();
+    return std::regex_replace(text.str(), std::regex("origin\\.invalid"), origin);
+}
+
+std::vector<std::string> vectorNames(const std::string& html) {
+    std::vector<std::string> names;
+    std::regex before("<p>before-([a-z0-9-]+)</p>");
+    for (auto it = std::sregex_iterator(html.begin(), html.end(), before); it != std::sregex_iterator(); ++it)
+        names.push_back((*it)[1]);
+    return names;
+}
+
+std::string visibleText(WebKitWebView* view) {
+    auto text = std::make_shared<std::optional<zv::Value>>();
+    zv::evaluateJavaScript(view, "document.body.innerText",
+                           [text](std::optional<zv::Value> value, std::optional<zv::Error>) { *text = value ? std::move(value) : zv::Value(""); });
+    zv::test::spinUntil([&] { return text->has_value(); }, zv::test::kScriptTimeout);
+    return *text && (*text)->is_string() ? (*text)->get<std::string>() : "";
+}
+
+TEST(HostileMessage, EveryRequestVectorIsRefusedAndTheMessageStillShows) {
+    zv::test::initGtkOnce();
+    zv::test::LoopbackServer server;
+    std::string origin = server.url("");
+    origin = origin.substr(origin.find("//") + 2);
+    std::string html = vectorsWithOrigin(origin);
+    std::vector<std::string> names = vectorNames(html);
+    ASSERT_GT(names.size(), 140u);
+
+    test::ScratchFolder mailbox;
+    mailbox.write("box/cur/1.vectors", test::htmlMessage("vectors@x", "Vectors", html));
+    GtkApplication* application = gtk_application_new("org.zvwebkit.HostileMessageTest", G_APPLICATION_NON_UNIQUE);
+    g_application_register(G_APPLICATION(application), nullptr, nullptr);
+    {
+        ViewerOptions options;
+        options.paths = {(mailbox.path() / "box").string()};
+        ViewerWindow window(application, options);
+        gtk_window_present(window.window());
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
+        window.showConversation(0);
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s))
+            << "the message never finished loading";
+        MessageCard& card = *window.conversationView().cards().at(0);
+        EXPECT_GT(card.blockedRemoteReferences(), 0u);
+        // Lazy loads and timers get their chance to fire.
+        zv::test::spinFor(1500ms);
+        for (const auto& [path, count] : server.allHits()) ADD_FAILURE() << "requested " << path;
+
+        std::string text = visibleText(card.bodyView()->webView());
+        for (const std::string& name : names) {
+            EXPECT_NE(text.find("before-" + name), std::string::npos) << name;
+            EXPECT_NE(text.find("after-" + name), std::string::npos) << name;
+        }
+    }
+    g_object_unref(application);
+}
+
+// Shown remote content keeps its trackers out: the picture comes, the pixel
+// is never asked for, and the card counts it.
+TEST(HostileMessage, ShownImagesLeaveTheirTrackersOut) {
+    zv::test::initGtkOnce();
+    zv::test::LoopbackServer server;
+    test::ScratchFolder mailbox;
+    mailbox.write("box/cur/1.news",
+                  test::htmlMessage("news@x", "News", "<p>news</p><img src=\"" + server.url("/image-picture") + "\">"
+                                    "<img src=\"" + server.url("/image-pixel") + "\" width=1 height=1>"));
+    GtkApplication* application = gtk_application_new("org.zvwebkit.TrackersTest", G_APPLICATION_NON_UNIQUE);
+    g_application_register(G_APPLICATION(application), nullptr, nullptr);
+    {
+        ViewerOptions options;
+        options.paths = {(mailbox.path() / "box").string()};
+        ViewerWindow window(application, options);
+        gtk_window_present(window.window());
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
+        window.showConversation(0);
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s));
+        MessageCard& card = *window.conversationView().cards().at(0);
+        EXPECT_EQ(card.blockedRemoteReferences(), 2u);
+        card.showRemoteContent();
+        ASSERT_TRUE(zv::test::spinUntil([&] { return server.hits("/image-picture") == 1; }, 10s));
+        zv::test::spinFor(zv::test::kQuietPeriod);
+        EXPECT_EQ(server.hits("/image-pixel"), 0);
+        EXPECT_EQ(card.blockedTrackers(), 1u);
+    }
+    g_object_unref(application);
+}
+
+GtkWindow* shownMessageDialog() {
+    GListModel* toplevels = gtk_window_get_toplevels();
+    for (guint i = 0; i < g_list_model_get_n_items(toplevels); ++i) {
+        GObject* window = G_OBJECT(g_list_model_get_item(toplevels, i));
+        g_object_unref(window);  // the list of toplevels keeps it
+        if (GTK_IS_MESSAGE_DIALOG(window) && gtk_widget_get_visible(GTK_WIDGET(window))) return GTK_WINDOW(window);
+    }
+    return nullptr;
+}
+
+// A link whose user name poses as the host asks before anything opens; the
+// question is answered "Cancel", so nothing does.
+TEST(HostileMessage, ADeceptiveLinkAsksFirst) {
+    zv::test::initGtkOnce();
+    test::ScratchFolder mailbox;
+    mailbox.write("box/cur/1.link", test::htmlMessage("link@x", "Link", "<p><a id=l href=\"https://mybank.com@evil.net/login\">Log in</a></p>"));
+    GtkApplication* application = gtk_application_new("org.zvwebkit.LinkWarningTest", G_APPLICATION_NON_UNIQUE);
+    g_application_register(G_APPLICATION(application), nullptr, nullptr);
+    {
+        ViewerOptions options;
+        options.paths = {(mailbox.path() / "box").string()};
+        ViewerWindow window(application, options);
+        gtk_window_present(window.window());
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
+        window.showConversation(0);
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s));
+        ASSERT_EQ(shownMessageDialog(), nullptr);
+        WebKitWebView* view = window.conversationView().cards().at(0)->bodyView()->webView();
+        zv::evaluateJavaScript(view, "document.getElementById('l').click()", [](std::optional<zv::Value>, std::optional<zv::Error>) {});
+        ASSERT_TRUE(zv::test::spinUntil([] { return shownMessageDialog() != nullptr; }, 10s)) << "no question before the link";
+        GtkWindow* dialog = shownMessageDialog();
+        gtk_dialog_response(GTK_DIALOG(dialog), GTK_RESPONSE_CANCEL);
+        EXPECT_TRUE(zv::test::spinUntil([] { return shownMessageDialog() == nullptr; }, 5s));
+    }
+    g_object_unref(application);
+}
+
+}  // namespace
+}  // namespace zvwk::viewer
