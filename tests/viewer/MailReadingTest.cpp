@@ -181,14 +181,19 @@ TEST(MessageDocument, RemoteReferencesAreBlockedUntilAllowed) {
                             "href=\"https://t.example/\""})
         EXPECT_NE(allowed.html.find(url), std::string::npos) << url;
 
-    // In the dark style, only a message that picks no colours of its own follows it.
-    MessageContent plainColours;
-    plainColours.html = "<p>a</p>";
-    MessageContent ownColours;
-    ownColours.html = "<p>a</p><table bgcolor=white><tr><td>b</td></tr></table>";
-    EXPECT_NE(prepareMessageBody(plainColours, {.dark = true}).html.find("color-scheme:dark"), std::string::npos);
-    EXPECT_EQ(prepareMessageBody(ownColours, {.dark = true}).html.find("color-scheme:dark"), std::string::npos);
-    EXPECT_EQ(prepareMessageBody(plainColours, {}).html.find("color-scheme:dark"), std::string::npos);
+    // In the dark style a message is adapted (white becomes the dark page's
+    // #1e1e1e), unless its original colours are asked for; one with dark
+    // styles of its own keeps them.
+    MessageContent coloured;
+    coloured.html = "<p>a</p><table bgcolor=white><tr><td>b</td></tr></table>";
+    MessageContent ownDark;
+    ownDark.html = "<style>@media (prefers-color-scheme: dark) { p { color: #eee } }</style><p>a</p>";
+    EXPECT_NE(prepareMessageBody(coloured, {.dark = true}).html.find("background-color: #1e1e1e !important"), std::string::npos);
+    EXPECT_EQ(prepareMessageBody(coloured, {.dark = true, .originalColours = true}).html.find("#1e1e1e"), std::string::npos);
+    EXPECT_EQ(prepareMessageBody(coloured, {}).html.find("#1e1e1e"), std::string::npos);
+    std::string designed = prepareMessageBody(ownDark, {.dark = true}).html;
+    EXPECT_NE(designed.find("prefers-color-scheme"), std::string::npos);
+    EXPECT_EQ(designed.find("!important"), std::string::npos);
 
     // The toggles re-prepare from one parse: every form is as a fresh parse
     // gives it, whichever came before.

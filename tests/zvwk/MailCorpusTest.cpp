@@ -1,4 +1,4 @@
-// The mail commands over the whole mail corpus (inline-css --purge
+// The mail commands over the whole mail corpus (inline-css --purge and dark
 // included): every input gives a JSON line or an expected complaint, and
 // nothing crashes.
 #include "ZvwkRunner.h"
@@ -53,7 +53,7 @@ TEST_P(MailCorpus, EveryInputGivesAJsonLineOrAnExpectedComplaint) {
     EXPECT_EQ(lines + complaints, inputCount());
 }
 
-INSTANTIATE_TEST_SUITE_P(Commands, MailCorpus, testing::Values("snippet", "text", "inline-css --purge"),
+INSTANTIATE_TEST_SUITE_P(Commands, MailCorpus, testing::Values("snippet", "text", "inline-css --purge", "dark"),
                          [](const auto& info) {
                              std::string name = info.param;
                              for (char& c : name)

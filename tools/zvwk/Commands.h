@@ -48,6 +48,7 @@ int runColor(const Args& args);
 int runSnippet(const Args& args);
 int runPurgeCSS(const Args& args);
 int runInlineCSS(const Args& args);
+int runDark(const Args& args);
 int runView(const Args& args);
 int runPage(const Args& args);
 int runFindDemo(const Args& args);

@@ -45,6 +45,7 @@ const Command kCommands[] = {
     {"inline-css", runInlineCSS,
      "inline-css [--purge] [--exclude PATTERN]... [--scope SCOPE]... [--json] FILE...|DIR|-\n"
      "          print each document with its head CSS appended to the inline styles of its body's elements"},
+    {"dark", runDark, "dark [--json] FILE...|DIR|-   print each message adapted for a dark appearance"},
     {"view", runView,
      "view [--screenshot FILE.png] [--select N] [--find TEXT] [--page about|help] PATH...\n"
      "          read mail in a window: .eml files, folders, Maildirs, mbox files"},

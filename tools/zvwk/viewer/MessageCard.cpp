@@ -147,6 +147,12 @@ GtkWidget* MessageCard::buildHeader() {
                              static_cast<MessageCard*>(self)->setShowsPlainText(gtk_toggle_button_get_active(button));
                          }),
                          this);
+    originalColoursButton_ = zvwk_message_header_get_original_colours_button(header);
+    if (originalColoursButton_)
+        g_signal_connect(originalColoursButton_, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer self) {
+                             static_cast<MessageCard*>(self)->setShowsOriginalColours(gtk_toggle_button_get_active(button));
+                         }),
+                         this);
     g_signal_connect(widget, "activated", G_CALLBACK(+[](GtkWidget*, gpointer self) {
                          auto* card = static_cast<MessageCard*>(self);
                          card->setExpanded(!card->isExpanded());
@@ -203,10 +209,18 @@ void MessageCard::updateExpansion() {
     gtk_widget_set_visible(bodyBox_, expanded_);
     gtk_widget_set_visible(detailLabel_, expanded_);
     gtk_widget_set_visible(previewLabel_, !expanded_);
-    if (plainTextButton_) gtk_widget_set_visible(plainTextButton_, expanded_ && !isError());
+    updateBodyButtons();
     if (expanded_) gtk_widget_remove_css_class(root_, "collapsed");
     else gtk_widget_add_css_class(root_, "collapsed");
     if (expanded_ && contentRead_ && !isError() && !view_) makeBodyView();
+}
+
+void MessageCard::updateBodyButtons() {
+    if (plainTextButton_) gtk_widget_set_visible(plainTextButton_, expanded_ && !isError());
+    // Colours are the HTML body's; a text body follows the desktop anyway.
+    if (originalColoursButton_)
+        gtk_widget_set_visible(originalColoursButton_, expanded_ && contentRead_ && !isError() && content_.html &&
+                                                           !asPlainText_);
 }
 
 void MessageCard::makeBodyView() {
@@ -233,8 +247,9 @@ void MessageCard::makeBodyView() {
 void MessageCard::loadBody() {
     if (!view_) return;
     // readContent prepared the first form; the toggles ask for others.
-    if (preparedRemote_ != allowRemote_ || preparedAsText_ != asPlainText_) {
-        PreparedBody body = body_.prepare({allowRemote_, asPlainText_, style_.dark});
+    if (preparedRemote_ != allowRemote_ || preparedAsText_ != asPlainText_ || preparedOriginal_ != originalColours_) {
+        PreparedBody body = body_.prepare({.allowRemoteContent = allowRemote_, .asPlainText = asPlainText_,
+                                           .dark = style_.dark, .originalColours = originalColours_});
         preparedHTML_ = std::move(body.html);
         if (!asPlainText_) {
             remoteReferences_ = body.remoteReferences;
@@ -242,6 +257,7 @@ void MessageCard::loadBody() {
         }
         preparedRemote_ = allowRemote_;
         preparedAsText_ = asPlainText_;
+        preparedOriginal_ = originalColours_;
     }
     // Shown, remote content keeps its trackers out; the bar then counts them.
     if (allowRemote_ && trackers_ > 0) zvwk_remote_content_bar_show_trackers(ZVWK_REMOTE_CONTENT_BAR(remoteBar_), guint(trackers_));
@@ -263,6 +279,15 @@ void MessageCard::setShowsPlainText(bool plainText) {
     asPlainText_ = plainText;
     if (plainTextButton_ && gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(plainTextButton_)) != plainText)
         gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(plainTextButton_), plainText);
+    updateBodyButtons();
+    loadBody();
+}
+
+void MessageCard::setShowsOriginalColours(bool original) {
+    if (originalColours_ == original) return;
+    originalColours_ = original;
+    if (originalColoursButton_ && gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(originalColoursButton_)) != original)
+        gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(originalColoursButton_), original);
     loadBody();
 }
 

@@ -84,6 +84,9 @@ public:
     void showRemoteContent();
     bool showsPlainText() const { return asPlainText_; }
     void setShowsPlainText(bool plainText);
+    // In the dark style, the HTML body with its sender's colours instead of adapted ones.
+    bool showsOriginalColours() const { return originalColours_; }
+    void setShowsOriginalColours(bool original);
 
 private:
     MessageCard(const MessageSummary& summary, const CardStyle& style);
@@ -105,6 +108,7 @@ private:
     void loadBody();
     void updateHeightFromPage(int height);
     void updateExpansion();
+    void updateBodyButtons();
 
     static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self);
     static void onHeightMessage(WebKitUserContentManager*, JSCValue* value, gpointer self);
@@ -120,6 +124,7 @@ private:
     GtkWidget* detailLabel_ = nullptr;
     GtkWidget* previewLabel_ = nullptr;
     GtkWidget* plainTextButton_ = nullptr;
+    GtkWidget* originalColoursButton_ = nullptr;  // only in the dark style
     GtkWidget* bodyBox_ = nullptr;
     GtkWidget* remoteBar_ = nullptr;
     std::shared_ptr<zv::ZVWebView> view_;
@@ -127,11 +132,13 @@ private:
     bool expanded_ = false;
     bool allowRemote_ = false;
     bool asPlainText_ = false;
+    bool originalColours_ = false;
     bool bodyLoaded_ = false;
     bool contentRead_ = false;
     // What preparedHTML_ was prepared with.
     bool preparedRemote_ = false;
     bool preparedAsText_ = false;
+    bool preparedOriginal_ = false;
     bool heightKnown_ = false;
     bool navigationFinished_ = false;
     int bodyHeight_ = 0;

@@ -5,6 +5,7 @@
 #include <zv/html/HTMLElement.h>
 #include <zv/html/HTMLEntities.h>
 #include <zv/html/HTMLParser.h>
+#include <zv/reading/DarkAdaptation.h>
 #include <zv/reading/SafeMessageView.h>
 #include <zv/text/PlainText.h>
 
@@ -23,17 +24,13 @@ const char* kHTMLBodyStyle =
     "img{max-width:100%;height:auto}"
     "blockquote[type=cite]{margin:0 0 0 4px;padding-left:12px;border-left:3px solid #99c1f1;color:#555}";
 
-// A message that picks no colours of its own reads in the desktop's dark
-// style; one that does keeps the white page it was designed on.
+// In the dark style: the adaptation writes the colours over these, and a
+// message with dark styles of its own sets them itself.
 const char* kDarkHTMLBodyStyle =
-    "html{color-scheme:dark;background:transparent;color:#deddda;overflow-y:hidden}"
+    "html{color-scheme:dark;overflow-y:hidden}"
     "body{margin:16px;font-family:sans-serif;font-size:14px;line-height:1.45;overflow-wrap:break-word}"
-    "img{max-width:100%;height:auto}a{color:#99c1f1}"
-    "blockquote[type=cite]{margin:0 0 0 4px;padding-left:12px;border-left:3px solid #1c71d8;color:#b0afac}";
-
-bool choosesColours(const HTMLElement& root) {
-    return root.querySelector("[bgcolor], [text], font[color], [style*=color], [style*=background]") != nullptr;
-}
+    "img{max-width:100%;height:auto}"
+    "blockquote[type=cite]{margin:0 0 0 4px;padding-left:12px;border-left:3px solid #1c71d8}";
 
 std::string textBodyStyle(bool dark) {
     std::string colours = dark ? "html{color-scheme:dark;background:transparent;color:#deddda}.q{color:#99c1f1}"
@@ -91,16 +88,19 @@ MessageBody::MessageBody(const MessageContent& content) {
     inlined_ = zv::html::HTMLParser(*content.html).parseDocument();
     // The text is the message's as written, before its CSS moves inline.
     plainText_ = plainTextOf(*inlined_, content.plain);
+    if (zv::declaresOwnDarkAppearance(*inlined_)) ownDark_ = inlined_->cloneNodeDeep(true);
     zv::applyHeadCSSToContentAndPurge(*inlined_, true, {}, {});
 }
 
 PreparedBody MessageBody::prepare(const BodyOptions& options) const {
     if (options.asPlainText || !inlined_) return {textDocument(plainText_, options), 0};
-    zv::html::Ref<zv::html::HTMLDocument> document = inlined_->cloneNodeDeep(true);
+    bool dark = options.dark && !options.originalColours;
+    zv::html::Ref<zv::html::HTMLDocument> document = (dark && ownDark_ ? ownDark_ : inlined_)->cloneNodeDeep(true);
     HTMLElement* root = document->documentElement();
     if (!root) return {textDocument("", options), 0};
-    const char* style = options.dark && !choosesColours(*root) ? kDarkHTMLBodyStyle : kHTMLBodyStyle;
-    prependHead(*document, std::string("<style>") + style + "</style>");
+    // Adapted before the page style goes in, so the adaptation reads only the sender's colours.
+    if (dark && !ownDark_) zv::adaptDocumentForDarkAppearance(*document);
+    prependHead(*document, std::string("<style>") + (dark ? kDarkHTMLBodyStyle : kHTMLBodyStyle) + "</style>");
     PreparedBody body;
     zv::SafeViewOptions safeView;
     safeView.allowRemoteContent = options.allowRemoteContent;

@@ -2,9 +2,12 @@
 //
 // An HTML body is parsed once with zvhtml (MessageBody, on any thread): its
 // plain text is taken from that parse, then its head CSS inlined and purged
-// (applyHeadCSSToContentAndPurge), given the viewer's page style and made
-// safe by zv::prepareDocumentForSafeView, which counts its remote references
-// and, when images are shown without trackers, the trackers it kept out.
+// (applyHeadCSSToContentAndPurge), adapted for the dark style when the
+// desktop has it (zv::adaptDocumentForDarkAppearance; a message with dark
+// styles of its own keeps its style sheets instead), given the viewer's page
+// style and made safe by zv::prepareDocumentForSafeView, which counts its
+// remote references and, when images are shown without trackers, the
+// trackers it kept out.
 // A plain-text body, or either body shown as text, becomes a document of
 // its own with quoted lines set off.
 #pragma once
@@ -21,8 +24,9 @@ namespace zvwk::viewer {
 struct BodyOptions {
     bool allowRemoteContent = false;
     bool asPlainText = false;
-    bool dark = false;          // a text body follows the desktop's dark style
+    bool dark = false;  // the desktop's dark style: text bodies follow it, HTML bodies are adapted
     bool blockTrackers = true;  // with remote content allowed: everything but trackers
+    bool originalColours = false;  // in the dark style, an HTML body keeps its sender's colours
 };
 
 struct PreparedBody {
@@ -46,6 +50,9 @@ public:
 
 private:
     zv::html::Ref<zv::html::HTMLDocument> inlined_;  // head CSS inlined and purged; null without an HTML body
+    // The document as parsed, kept only when it has dark styles of its own:
+    // the dark style shows it so, its style sheets in place.
+    zv::html::Ref<zv::html::HTMLDocument> ownDark_;
     std::string plainText_;
 };
 

@@ -13,6 +13,7 @@ struct _ZvwkMessageHeader {
     GtkLabel* preview;
     GtkLabel* date;
     GtkWidget* plain_text_button;
+    GtkWidget* original_colours_button;
 };
 
 G_DEFINE_FINAL_TYPE(ZvwkMessageHeader, zvwk_message_header, GTK_TYPE_BOX)
@@ -37,6 +38,7 @@ static void zvwk_message_header_class_init(ZvwkMessageHeaderClass* klass) {
     gtk_widget_class_bind_template_child(widget_class, ZvwkMessageHeader, preview);
     gtk_widget_class_bind_template_child(widget_class, ZvwkMessageHeader, date);
     gtk_widget_class_bind_template_child(widget_class, ZvwkMessageHeader, plain_text_button);
+    gtk_widget_class_bind_template_child(widget_class, ZvwkMessageHeader, original_colours_button);
     gtk_widget_class_bind_template_callback(widget_class, on_lines_released);
     activatedSignal = g_signal_new("activated", G_TYPE_FROM_CLASS(klass), G_SIGNAL_RUN_LAST, 0, nullptr, nullptr,
                                    nullptr, G_TYPE_NONE, 0);
@@ -53,6 +55,13 @@ GtkWidget* zvwk_message_header_new(const char* sender, const char* initials, gui
     gtk_label_set_text(self->detail, detail);
     gtk_label_set_text(self->preview, preview);
     gtk_label_set_text(self->date, date);
+    if (plainTextButton && dark) {
+        gtk_button_set_child(GTK_BUTTON(self->original_colours_button),
+                             zvwk::viewer::symbolImage("display-brightness-symbolic", 16, "#deddda"));
+    } else {
+        gtk_box_remove(GTK_BOX(self), self->original_colours_button);
+        self->original_colours_button = nullptr;
+    }
     if (!plainTextButton) {
         gtk_box_remove(GTK_BOX(self), self->plain_text_button);
         self->plain_text_button = nullptr;
@@ -67,3 +76,6 @@ GtkWidget* zvwk_message_header_new(const char* sender, const char* initials, gui
 GtkWidget* zvwk_message_header_get_detail(ZvwkMessageHeader* self) { return GTK_WIDGET(self->detail); }
 GtkWidget* zvwk_message_header_get_preview(ZvwkMessageHeader* self) { return GTK_WIDGET(self->preview); }
 GtkWidget* zvwk_message_header_get_plain_text_button(ZvwkMessageHeader* self) { return self->plain_text_button; }
+GtkWidget* zvwk_message_header_get_original_colours_button(ZvwkMessageHeader* self) {
+    return self->original_colours_button;
+}

@@ -1,6 +1,7 @@
 // The header of a message card: the sender's avatar and name, a detail line
-// (address, recipients) and a preview line, the date, and the button that
-// shows the message as plain text. Emits "activated" when the sender's lines
+// (address, recipients) and a preview line, the date, the button that shows
+// the message as plain text and, in the dark style, the one that shows its
+// original colours. Emits "activated" when the sender's lines
 // are clicked; the card decides which lines and buttons show.
 #pragma once
 
@@ -12,8 +13,8 @@ G_BEGIN_DECLS
 G_DECLARE_FINAL_TYPE(ZvwkMessageHeader, zvwk_message_header, ZVWK, MESSAGE_HEADER, GtkBox)
 
 // `avatarColour` (0 to 5) picks the avatar's avatar-N style class; without
-// `plainTextButton` the header has no such button; `dark`: its symbol is
-// drawn for the dark style.
+// `plainTextButton` the header has neither button; `dark`: the symbols are
+// drawn for the dark style, and the original colours button is there.
 GtkWidget* zvwk_message_header_new(const char* sender, const char* initials, guint avatarColour, const char* detail,
                                    const char* preview, const char* date, gboolean plainTextButton, gboolean dark);
 
@@ -21,5 +22,7 @@ GtkWidget* zvwk_message_header_get_detail(ZvwkMessageHeader* self);
 GtkWidget* zvwk_message_header_get_preview(ZvwkMessageHeader* self);
 // Null for a header made without it.
 GtkWidget* zvwk_message_header_get_plain_text_button(ZvwkMessageHeader* self);
+// Null for a header made without it; hidden until the card shows it.
+GtkWidget* zvwk_message_header_get_original_colours_button(ZvwkMessageHeader* self);
 
 G_END_DECLS

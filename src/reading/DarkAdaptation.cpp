@@ -1,0 +1,425 @@
+#include <zv/reading/DarkAdaptation.h>
+
+#include "DarkAdaptationCSS.h"
+#include "DarkAdaptationPalette.h"
+
+#include <zv/html/HTMLElement.h>
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace zv {
+
+namespace {
+
+using html::HTMLElement;
+using html::HTMLNode;
+using html::Tag;
+using namespace reading;
+
+constexpr Color kWhite{1, 1, 1, 1};
+constexpr Color kBlack{0, 0, 0, 1};
+constexpr Color kDefaultLink{0, 0, 238 / 255.0, 1};
+// Black at 60 % over a background image: over white it leaves #666, and the
+// floor is held against that.
+constexpr double kOverlayAlpha = 0.6;
+constexpr Color kOverlaidWhite{0.4, 0.4, 0.4, 1};
+// Above this OKLab lightness a backdrop counts as light.
+constexpr double kLightBackdrop = 0.6;
+
+enum Side { Top, Right, Bottom, Left };
+constexpr std::string_view kSideNames[] = {"top", "right", "bottom", "left"};
+
+// A declared value and whether "!important" held it, so a later plain
+// declaration cannot replace an important one.
+template <class T>
+struct Slot {
+    T value{};
+    bool set = false;
+    bool important = false;
+
+    void assign(T newValue, bool isImportant) {
+        if (set && important && !isImportant) return;
+        value = std::move(newValue), set = true, important = isImportant;
+    }
+};
+
+// What an element's style attribute says about its colours. A text slot
+// holding nothing means "inherit" or "currentcolor"; a border slot holding
+// nothing means the text colour.
+struct StyleColors {
+    Slot<std::optional<Color>> text;
+    Slot<Color> background;
+    Slot<bool> image;
+    Slot<std::optional<Color>> border[4];
+};
+
+std::optional<Color> borderColor(std::string_view value, bool quirks) {
+    for (std::string_view component : cssComponents(value))
+        if (auto color = cssColor(component, quirks)) return color;
+    return std::nullopt;
+}
+
+void readBackgroundShorthand(StyleColors& colors, const Declaration& declaration, bool quirks) {
+    Color background{0, 0, 0, 0};
+    bool image = false;
+    for (std::string_view component : cssComponents(declaration.value)) {
+        if (isCSSImage(component)) image = true;
+        else if (auto color = cssColor(component, quirks)) background = *color;
+    }
+    colors.background.assign(background, declaration.important);
+    colors.image.assign(image, declaration.important);
+}
+
+void readBorderColors(StyleColors& colors, const Declaration& declaration, bool quirks) {
+    std::vector<std::optional<Color>> values;
+    for (std::string_view component : cssComponents(declaration.value)) {
+        auto color = cssColor(component, quirks);
+        if (!color && lowered(component) != "currentcolor") return;
+        values.push_back(color);
+    }
+    if (values.empty() || values.size() > 4) return;
+    // One to four values: top, right, bottom, left, the missing ones copied
+    // from their opposite side.
+    static constexpr std::size_t kPick[4][4] = {{0, 0, 0, 0}, {0, 1, 0, 1}, {0, 1, 2, 1}, {0, 1, 2, 3}};
+    for (int side = 0; side < 4; ++side)
+        colors.border[side].assign(values[kPick[values.size() - 1][side]], declaration.important);
+}
+
+void readDeclarations(StyleColors& colors, std::string_view style, bool quirks) {
+    for (const Declaration& declaration : styleDeclarations(style)) {
+        const std::string& name = declaration.name;
+        bool important = declaration.important;
+        std::string value = lowered(declaration.value);
+        if (name == "color") {
+            if (value == "inherit" || value == "currentcolor") colors.text.assign(std::nullopt, important);
+            else if (value == "initial") colors.text.assign(kBlack, important);
+            else if (auto color = cssColor(value, quirks)) colors.text.assign(color, important);
+        } else if (name == "background-color") {
+            if (value == "initial") colors.background.assign({0, 0, 0, 0}, important);
+            else if (auto color = cssColor(value, quirks)) colors.background.assign(*color, important);
+        } else if (name == "background") {
+            readBackgroundShorthand(colors, declaration, quirks);
+        } else if (name == "background-image") {
+            bool image = false;
+            for (std::string_view component : cssComponents(declaration.value)) image = image || isCSSImage(component);
+            colors.image.assign(image, important);
+        } else if (name == "border-color") {
+            readBorderColors(colors, declaration, quirks);
+        } else if (name == "border") {
+            for (auto& side : colors.border) side.assign(borderColor(value, quirks), important);
+        } else if (name.starts_with("border-")) {
+            for (int side = 0; side < 4; ++side) {
+                std::string prefix = "border-" + std::string(kSideNames[side]);
+                if (name == prefix) colors.border[side].assign(borderColor(value, quirks), important);
+                else if (name == prefix + "-color") {
+                    auto color = cssColor(value, quirks);
+                    if (color || value == "currentcolor") colors.border[side].assign(color, important);
+                }
+            }
+        }
+    }
+}
+
+// Style sheet rules first, the style attribute over them: the cascade, less
+// specificity (rules count in document order).
+StyleColors readStyle(const HTMLElement& element, const std::string* sheetDeclarations, bool quirks) {
+    StyleColors colors;
+    if (sheetDeclarations) readDeclarations(colors, *sheetDeclarations, quirks);
+    if (const std::string* style = element.attribute("style")) readDeclarations(colors, *style, quirks);
+    return colors;
+}
+
+// A selector whose match does not depend on state the page is drawn in.
+// ":link" and ":visited" are read as matching every link, as a link's
+// colour is wanted either way.
+std::optional<std::string> staticSelector(std::string_view selector) {
+    std::string text(selector);
+    for (std::string_view pseudo : {":link", ":visited"})
+        for (std::size_t at = text.find(pseudo); at != std::string::npos; at = text.find(pseudo)) text.erase(at, pseudo.size());
+    if (text.empty() || text.find(':') != std::string::npos) return std::nullopt;
+    return text;
+}
+
+// The declarations of the document's remaining style sheets, by element:
+// the senders' colours that head CSS inlining left in place (sheets in the
+// body, or all of them when the head was not purged).
+std::unordered_map<const HTMLElement*, std::string> styleSheetDeclarations(const html::HTMLDocument& document) {
+    // Rules beyond this are not read: each costs a query over the tree.
+    constexpr std::size_t kRuleBudget = 2000;
+    std::unordered_map<const HTMLElement*, std::string> declarations;
+    std::size_t rules = 0;
+    for (const HTMLElement* sheet : document.querySelectorAll("style")) {
+        if (sheet->htmlNamespace() != html::Namespace::HTML) continue;
+        std::string text = sheet->textContent();
+        for (const StyleRule& rule : styleSheetRules(text)) {
+            for (std::string_view written : rule.selectors) {
+                if (++rules > kRuleBudget) return declarations;
+                auto selector = staticSelector(written);
+                if (!selector) continue;
+                for (const HTMLElement* element : document.querySelectorAll(*selector))
+                    declarations[element].append(";").append(rule.declarations);
+            }
+        }
+    }
+    return declarations;
+}
+
+bool takesBgcolor(const HTMLElement& element) {
+    switch (element.tag()) {
+    case Tag::body: case Tag::table: case Tag::thead: case Tag::tbody: case Tag::tfoot: case Tag::tr: case Tag::td:
+    case Tag::th:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool takesBackgroundAttribute(const HTMLElement& element) {
+    return element.is(Tag::body) || element.is(Tag::table) || element.is(Tag::td) || element.is(Tag::th);
+}
+
+std::optional<Color> legacyAttribute(const HTMLElement& element, std::string_view name) {
+    const std::string* value = element.attribute(name);
+    return value ? legacyColor(*value) : std::nullopt;
+}
+
+// The background the element paints, as it would be without adaptation.
+std::optional<Color> ownBackground(const HTMLElement& element, const StyleColors& colors) {
+    if (colors.background.set) return colors.background.value;
+    if (takesBgcolor(element))
+        if (auto color = legacyAttribute(element, "bgcolor")) return color;
+    if (element.is(Tag::mark)) return Color{1, 1, 0, 1};
+    return std::nullopt;
+}
+
+bool hasBackgroundImage(const HTMLElement& element, const StyleColors& colors) {
+    if (colors.image.set) return colors.image.value;
+    const std::string* attribute = takesBackgroundAttribute(element) ? element.attribute("background") : nullptr;
+    return attribute && attribute->find_first_not_of(" \t\n\r\f") != std::string::npos;
+}
+
+bool mayBeTransparent(const HTMLElement& image) {
+    const std::string* source = image.attribute("src");
+    if (!source) return false;
+    std::string lower = lowered(std::string_view(*source).substr(0, 2048));
+    return lower.find(".jpg") == std::string::npos && lower.find(".jpeg") == std::string::npos &&
+           lower.find("image/jpeg") == std::string::npos;
+}
+
+bool skipsSubtree(const HTMLElement& element) {
+    if (element.htmlNamespace() != html::Namespace::HTML) return true;
+    switch (element.tag()) {
+    case Tag::head: case Tag::script: case Tag::style: case Tag::template_: case Tag::title:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// The colours an element passes to its children.
+struct Context {
+    Color originalText = kBlack;
+    Color adaptedText = kWhite;
+    Color originalBackdrop = kWhite;
+    Color adaptedBackdrop = kBlack;  // what text on it is measured against
+    std::optional<Color> linkColor;  // the body's link attribute
+};
+
+std::string hex(const Color& color) { return hashLabelCSSStringRepresentation(rounded(composite(color, kBlack))); }
+
+class Adapter {
+public:
+    Adapter(const html::HTMLDocument& document, const DarkAdaptationOptions& options)
+        : quirks_(document.quirksMode() == html::HTMLQuirksMode::Quirks), options_(options),
+          sheets_(styleSheetDeclarations(document)) {}
+
+    DarkAdaptationReport report;
+
+    void run(HTMLElement& root, HTMLElement* body) {
+        struct Frame {
+            HTMLElement* element;
+            Context context;
+        };
+        std::vector<Frame> stack;
+        stack.push_back({&root, pageContext(root, body)});
+        while (!stack.empty()) {
+            Frame frame = std::move(stack.back());
+            stack.pop_back();
+            if (skipsSubtree(*frame.element)) continue;
+            Context context = adapt(*frame.element, frame.context);
+            for (HTMLNode* child = frame.element->firstChild(); child; child = child->nextSibling())
+                if (auto* element = child->as<HTMLElement>()) stack.push_back({element, context});
+        }
+    }
+
+private:
+    bool quirks_;
+    DarkAdaptationOptions options_;
+    std::unordered_map<std::string, Color> textCache_;
+    std::unordered_map<const HTMLElement*, std::string> sheets_;
+
+    StyleColors colorsOf(const HTMLElement& element) const {
+        auto found = sheets_.find(&element);
+        return readStyle(element, found == sheets_.end() ? nullptr : &found->second, quirks_);
+    }
+
+    // The page before its root is reached: the root's background, else the
+    // body's (which the engine paints on the whole canvas), else white.
+    Context pageContext(const HTMLElement& root, const HTMLElement* body) {
+        Context page;
+        std::optional<Color> background = ownBackground(root, colorsOf(root));
+        if ((!background || background->a == 0) && body) background = ownBackground(*body, colorsOf(*body));
+        page.originalBackdrop = composite(background && background->a > 0 ? *background : kWhite, kWhite);
+        page.adaptedBackdrop = darkBackground(page.originalBackdrop);
+        page.adaptedText = adaptedText(kBlack, page);
+        if (body) page.linkColor = legacyAttribute(*body, "link");
+        return page;
+    }
+
+    Color adaptedText(const Color& original, const Context& context) {
+        std::string key;
+        for (const Color& color : {original, context.originalBackdrop, context.adaptedBackdrop})
+            key += hex(color);
+        auto found = textCache_.find(key);
+        if (found != textCache_.end()) return found->second;
+        Color text = darkText(original, context.originalBackdrop, context.adaptedBackdrop, options_.minimumTextContrast);
+        textCache_.emplace(std::move(key), text);
+        return text;
+    }
+
+    // The text colour the element sets for itself, before adaptation.
+    std::optional<Color> ownText(const HTMLElement& element, const StyleColors& colors, const Context& parent) {
+        bool link = element.is(Tag::a) && element.hasAttribute("href");
+        if (colors.text.set) return colors.text.value ? colors.text.value : link ? std::optional(parent.originalText) : std::nullopt;
+        if (element.is(Tag::font))
+            if (auto color = legacyAttribute(element, "color")) return color;
+        if (element.is(Tag::body))
+            if (auto color = legacyAttribute(element, "text")) return color;
+        if (link) return parent.linkColor.value_or(kDefaultLink);
+        if (element.is(Tag::mark)) return kBlack;
+        return std::nullopt;
+    }
+
+    Context adapt(HTMLElement& element, const Context& parent) {
+        StyleColors colors = colorsOf(element);
+        Context context = parent;
+        std::string added;
+        auto add = [&](std::string_view name, const std::string& value) {
+            added.append(name).append(": ").append(value).append(" !important;");
+        };
+
+        bool root = element.is(Tag::html);
+        std::optional<Color> background = ownBackground(element, colors);
+        bool paintsBackground = root || (background && background->a > 0);
+        if (paintsBackground && !root) {
+            context.originalBackdrop = composite(*background, parent.originalBackdrop);
+            context.adaptedBackdrop = darkBackground(context.originalBackdrop);
+        }
+        if (paintsBackground) {
+            add("background-color", hex(context.adaptedBackdrop));
+            ++report.backgrounds;
+        }
+        if (hasBackgroundImage(element, colors)) {
+            add("box-shadow", "inset 0 0 0 100vmax rgba(0, 0, 0, " + std::to_string(kOverlayAlpha).substr(0, 3) + ")");
+            context.adaptedBackdrop = kOverlaidWhite;
+            ++report.backgroundImageOverlays;
+        }
+        if (root) add("color-scheme", "dark");
+
+        std::optional<Color> text = ownText(element, colors, parent);
+        if (text) context.originalText = composite(*text, context.originalBackdrop);
+        bool backdropChanged = !(context.adaptedBackdrop == parent.adaptedBackdrop) ||
+                               !(context.originalBackdrop == parent.originalBackdrop);
+        if (text || backdropChanged || root) {
+            context.adaptedText = adaptedText(context.originalText, context);
+            if (text || root || !(context.adaptedText == parent.adaptedText)) {
+                add("color", hex(context.adaptedText));
+                ++report.textColors;
+            }
+        }
+
+        bool bordered = false;
+        for (int side = 0; side < 4; ++side) {
+            const auto& slot = colors.border[side];
+            if (!slot.set || !slot.value || slot.value->a == 0) continue;
+            add("border-" + std::string(kSideNames[side]) + "-color",
+                hex(darkLine(composite(*slot.value, context.originalBackdrop))));
+            bordered = true;
+        }
+        report.borders += bordered;
+
+        if (element.is(Tag::img) && context.adaptedBackdrop == darkBackground(context.originalBackdrop) &&
+            perceivedLightness(context.originalBackdrop) > kLightBackdrop && mayBeTransparent(element)) {
+            add("background-color", hex(context.originalBackdrop));
+            // An image that does not load shows its alt text on that backdrop.
+            add("color", hex(context.originalText));
+            ++report.imageBackdrops;
+        }
+
+        if (!added.empty()) {
+            const std::string* style = element.attribute("style");
+            std::string text = style ? *style + declarationBoundary(*style) : std::string();
+            element.setAttribute("style", text + added);
+        }
+        return context;
+    }
+};
+
+// "color-scheme" (or "prefers-color-scheme", "supported-color-schemes")
+// followed by a colon and a value naming dark.
+bool namesDarkScheme(std::string_view css) {
+    std::string lower = lowered(css);
+    for (std::size_t at = lower.find("color-scheme"); at != std::string::npos; at = lower.find("color-scheme", at + 1)) {
+        std::size_t i = at + 12;
+        if (i < lower.size() && lower[i] == 's') ++i;
+        while (i < lower.size() && (lower[i] == ' ' || lower[i] == '\t' || lower[i] == '\n')) ++i;
+        if (i >= lower.size() || lower[i] != ':') continue;
+        std::size_t end = lower.find_first_of(";})", i);
+        if (lower.substr(i, end == std::string::npos ? std::string::npos : end - i).find("dark") != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+Color darkPageBackground() { return darkBackground(kWhite); }
+
+bool declaresOwnDarkAppearance(const html::HTMLDocument& document) {
+    const HTMLElement* root = document.documentElement();
+    if (!root) return false;
+    for (const HTMLElement* element : {root, static_cast<const HTMLElement*>(document.body())}) {
+        if (!element) continue;
+        if (const std::string* style = element->attribute("style"); style && namesDarkScheme(*style)) return true;
+    }
+    for (const HTMLElement* meta : root->querySelectorAll("meta[name]")) {
+        std::string name = lowered(*meta->attribute("name"));
+        const std::string* content = meta->attribute("content");
+        if ((name == "color-scheme" || name == "supported-color-schemes") && content &&
+            lowered(*content).find("dark") != std::string::npos)
+            return true;
+    }
+    for (const HTMLElement* style : root->querySelectorAll("style"))
+        if (namesDarkScheme(style->textContent())) return true;
+    return false;
+}
+
+DarkAdaptationReport adaptDocumentForDarkAppearance(html::HTMLDocument& document, const DarkAdaptationOptions& options) {
+    HTMLElement* root = document.documentElement();
+    if (!root) return {};
+    if (declaresOwnDarkAppearance(document)) {
+        DarkAdaptationReport report;
+        report.leftAsDesigned = true;
+        return report;
+    }
+    Adapter adapter(document, options);
+    adapter.run(*root, document.body());
+    return adapter.report;
+}
+
+}  // namespace zv
