@@ -71,7 +71,7 @@ std::string prepare(const std::string& html, Mode mode) {
     bool ownDark = mode == Mode::Ours && zv::declaresOwnDarkAppearance(*document);
     if (!ownDark) zv::applyHeadCSSToContentAndPurge(*document, true, {}, {});
     if (mode == Mode::Ours && !ownDark) zv::adaptDocumentForDarkAppearance(*document);
-    zv::prepareDocumentForSafeView(*document, {false});
+    zv::prepareDocumentForSafeView(*document, {.allowRemoteContent = false});
     auto* root = document->documentElement();
     return root ? "<!DOCTYPE html>" + root->outerHTML() : std::string();
 }

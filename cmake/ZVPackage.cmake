@@ -118,7 +118,7 @@ endfunction()
 zv_pkgconfig(zvhtml "HTML5 parser, DOM and serializer" "icu-uc icu-i18n" "")
 if("core" IN_LIST ZV_BUILT_COMPONENTS)
   zv_pkgconfig(zvcore "Mail HTML operations and runtime services" "zvhtml glib-2.0 gio-2.0 nlohmann_json"
-    "sqlite3 libsoup-3.0")
+    "sqlite3 libsoup-3.0 libpsl")
 endif()
 if("webkit" IN_LIST ZV_BUILT_COMPONENTS)
   zv_pkgconfig(zvwebkit "Mail web views on WebKitGTK" "zvcore gtk4 webkitgtk-6.0" "librsvg-2.0")
@@ -135,6 +135,6 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "ZVWebKit developers <zvwebkit@localhost>")
 set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "pkg-config, libicu-dev, libglib2.0-dev, nlohmann-json3-dev, libsqlite3-dev, \
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "pkg-config, libicu-dev, libglib2.0-dev, nlohmann-json3-dev, libsqlite3-dev, libpsl-dev, \
 libsoup-3.0-dev, libgtk-4-dev, libwebkitgtk-6.0-dev, librsvg2-dev, libgmime-3.0-0")
 include(CPack)
