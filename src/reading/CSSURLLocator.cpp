@@ -1,30 +1,20 @@
 #include "CSSURLLocator.h"
 
+#include "ASCIIText.h"
+
 #include <cstddef>
 
 namespace zv::reading {
 
 namespace {
 
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\f' || c == '\r'; }
-
 bool isNameChar(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_' ||
            c == '@' || static_cast<unsigned char>(c) >= 0x80;
 }
 
-bool equalsLower(std::string_view text, std::string_view lower) {
-    if (text.size() != lower.size()) return false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char c = text[i];
-        if (c >= 'A' && c <= 'Z') c = char(c - 'A' + 'a');
-        if (c != lower[i]) return false;
-    }
-    return true;
-}
-
-bool endsWithLower(std::string_view text, std::string_view lower) {
-    return text.size() >= lower.size() && equalsLower(text.substr(text.size() - lower.size()), lower);
+bool endsWithIgnoringASCIICase(std::string_view text, std::string_view suffix) {
+    return text.size() >= suffix.size() && equalsIgnoringASCIICase(text.substr(text.size() - suffix.size()), suffix);
 }
 
 class Scanner {
@@ -74,24 +64,24 @@ private:
         std::size_t start = i_;
         while (i_ < css_.size() && isNameChar(css_[i_])) ++i_;
         std::string_view word = css_.substr(start, i_ - start);
-        if (equalsLower(word, "@import")) {
+        if (equalsIgnoringASCIICase(word, "@import")) {
             importPending_ = true;
             return;
         }
         if (i_ >= css_.size() || css_[i_] != '(') return;
-        if (equalsLower(word, "url")) return url();
-        if (endsWithLower(word, "image-set")) imageSetDepth_ = depth_ + 1;
+        if (equalsIgnoringASCIICase(word, "url")) return url();
+        if (endsWithIgnoringASCIICase(word, "image-set")) imageSetDepth_ = depth_ + 1;
     }
 
     // url( at i_: a quoted string, or everything up to ")" or white space.
     void url() {
         ++i_;
-        while (i_ < css_.size() && isSpace(css_[i_])) ++i_;
+        while (i_ < css_.size() && isASCIIWhitespace(css_[i_])) ++i_;
         if (i_ < css_.size() && (css_[i_] == '"' || css_[i_] == '\'')) {
             string(true);
         } else {
             std::size_t start = i_;
-            while (i_ < css_.size() && css_[i_] != ')' && !isSpace(css_[i_])) i_ += css_[i_] == '\\' ? 2 : 1;
+            while (i_ < css_.size() && css_[i_] != ')' && !isASCIIWhitespace(css_[i_])) i_ += css_[i_] == '\\' ? 2 : 1;
             std::size_t end = std::min(i_, css_.size());
             if (end > start) ranges_.push_back({start, end - start});
             importPending_ = false;

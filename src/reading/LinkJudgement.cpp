@@ -2,6 +2,8 @@
 
 #include <zv/html/HTMLElement.h>
 
+#include "ASCIIText.h"
+
 #include <glib.h>
 #include <libpsl.h>
 #include <unicode/uspoof.h>
@@ -16,12 +18,6 @@ namespace zv {
 namespace {
 
 using html::HTMLElement;
-
-std::string lowered(std::string_view text) {
-    std::string out(text);
-    for (char& c : out) c = char(std::tolower(static_cast<unsigned char>(c)));
-    return out;
-}
 
 std::string_view trimmed(std::string_view text) {
     while (!text.empty() && static_cast<unsigned char>(text.front()) <= 0x20) text.remove_prefix(1);
@@ -87,7 +83,7 @@ std::optional<Address> parsedAddress(std::string_view href) {
         !std::all_of(scheme.begin(), scheme.end(),
                      [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '+' || c == '-' || c == '.'; }))
         return std::nullopt;
-    Address address{lowered(scheme), {}, {}};
+    Address address{toASCIILower(scheme), {}, {}};
     std::string_view rest = href.substr(colon + 1);
     std::size_t slashes = 0;
     while (slashes < rest.size() && (rest[slashes] == '/' || rest[slashes] == '\\')) ++slashes;
@@ -103,7 +99,7 @@ std::optional<Address> parsedAddress(std::string_view href) {
     if (portColon != std::string_view::npos && authority.find(']', portColon) == std::string_view::npos)
         authority = authority.substr(0, portColon);
     char* decoded = g_uri_unescape_string(std::string(authority).c_str(), nullptr);
-    address.host = decoded ? lowered(decoded) : lowered(authority);
+    address.host = decoded ? toASCIILower(decoded) : toASCIILower(authority);
     g_free(decoded);
     while (address.host.ends_with('.')) address.host.pop_back();
     return address;
@@ -134,7 +130,7 @@ std::string unicodeHost(const std::string& host) {
 
 std::string asciiHost(const std::string& host) {
     char* ascii = g_hostname_to_ascii(host.c_str());
-    std::string out = ascii ? lowered(ascii) : host;
+    std::string out = ascii ? toASCIILower(ascii) : host;
     g_free(ascii);
     return out;
 }
@@ -248,7 +244,7 @@ std::optional<std::string> judged(std::string_view visibleText, std::string_view
 }  // namespace
 
 std::string registrableDomain(std::string_view host) {
-    std::string ascii = asciiHost(lowered(host));
+    std::string ascii = asciiHost(toASCIILower(host));
     if (isNumericHost(ascii)) return ascii;
     const char* domain = psl_registrable_domain(publicSuffixes(), ascii.c_str());
     return domain ? domain : ascii;

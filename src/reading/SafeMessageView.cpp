@@ -1,5 +1,6 @@
 #include <zv/reading/SafeMessageView.h>
 
+#include "ASCIIText.h"
 #include "CSSURLLocator.h"
 #include "SrcsetParsing.h"
 
@@ -15,16 +16,6 @@ namespace {
 
 using html::HTMLElement;
 using reading::TextRange;
-
-bool hasPrefixIgnoringCase(std::string_view text, std::string_view lowerPrefix) {
-    if (text.size() < lowerPrefix.size()) return false;
-    for (std::size_t i = 0; i < lowerPrefix.size(); ++i) {
-        char c = text[i];
-        if (c >= 'A' && c <= 'Z') c = char(c - 'A' + 'a');
-        if (c != lowerPrefix[i]) return false;
-    }
-    return true;
-}
 
 // The URL as the engine's URL parser would read it: C0 controls and spaces
 // trimmed at both ends, tabs and line feeds dropped anywhere ("ht\ttps:" is
@@ -45,7 +36,7 @@ std::string parsedForm(std::string_view url) {
 std::string withoutInternalScheme(std::string url) {
     for (auto [key, scheme] : {std::pair<std::string_view, std::string_view>{ZVWebViewInternalHTTPSSchemeKey, "https:"},
                                {ZVWebViewInternalHTTPSchemeKey, "http:"}})
-        if (hasPrefixIgnoringCase(url, std::string(key) + ":")) return std::string(scheme) + url.substr(key.size() + 1);
+        if (startsWithIgnoringASCIICase(url, std::string(key) + ":")) return std::string(scheme) + url.substr(key.size() + 1);
     return url;
 }
 
@@ -59,7 +50,7 @@ public:
     // (of `imageKind` when the element is one) is never let through.
     std::optional<std::string> rewritten(std::string_view written, std::optional<TrackerKind> imageKind = {}) {
         std::string url = withoutInternalScheme(parsedForm(written));
-        bool remote = hasPrefixIgnoringCase(url, "https:") || hasPrefixIgnoringCase(url, "http:") || url.starts_with("//");
+        bool remote = startsWithIgnoringASCIICase(url, "https:") || startsWithIgnoringASCIICase(url, "http:") || url.starts_with("//");
         if (!remote) return std::nullopt;
         if (options_.blockTrackers && !imageKind && imageURLNamesReader(url, options_.readerAddresses))
             imageKind = TrackerKind::Pixel;
@@ -68,8 +59,8 @@ public:
         std::string_view httpKey = allowed ? ZVWebViewInternalHTTPSchemeKey : ZVWebViewExclusionHTTPSchemeKey;
         std::string_view httpsKey = allowed ? ZVWebViewInternalHTTPSSchemeKey : ZVWebViewExclusionHTTPSSchemeKey;
         std::string out;
-        if (hasPrefixIgnoringCase(url, "https:")) out = std::string(httpsKey) + url.substr(5);
-        else if (hasPrefixIgnoringCase(url, "http:")) out = std::string(httpKey) + url.substr(4);
+        if (startsWithIgnoringASCIICase(url, "https:")) out = std::string(httpsKey) + url.substr(5);
+        else if (startsWithIgnoringASCIICase(url, "http:")) out = std::string(httpKey) + url.substr(4);
         else out = std::string(httpsKey) + ":" + url;
         if (imageKind) report.trackers.push_back({url, *imageKind});
         report.remoteURLs.push_back(std::move(url));

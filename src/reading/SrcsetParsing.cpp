@@ -1,10 +1,10 @@
 #include "SrcsetParsing.h"
 
+#include "ASCIIText.h"
+
 namespace zv::reading {
 
 namespace {
-
-bool isASCIISpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\f' || c == '\r'; }
 
 // Moves past one candidate's descriptors: to just after the comma that ends
 // them, or to the end. A comma inside parentheses belongs to a descriptor.
@@ -28,10 +28,10 @@ std::vector<TextRange> srcsetURLRanges(std::string_view s) {
     std::vector<TextRange> ranges;
     std::size_t i = 0;
     while (true) {
-        while (i < s.size() && (isASCIISpace(s[i]) || s[i] == ',')) ++i;
+        while (i < s.size() && (isASCIIWhitespace(s[i]) || s[i] == ',')) ++i;
         if (i >= s.size()) return ranges;
         std::size_t start = i;
-        while (i < s.size() && !isASCIISpace(s[i])) ++i;
+        while (i < s.size() && !isASCIIWhitespace(s[i])) ++i;
         std::size_t end = i;
         // "a.png," ends its candidate at once: the commas are not the URL's.
         bool endsCandidate = s[end - 1] == ',';

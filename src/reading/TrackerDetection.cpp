@@ -2,6 +2,8 @@
 
 #include <zv/html/HTMLElement.h>
 
+#include "ASCIIText.h"
+
 #include <glib.h>
 
 #include <algorithm>
@@ -14,18 +16,6 @@ namespace zv {
 namespace {
 
 using html::HTMLElement;
-
-std::string lowered(std::string_view text) {
-    std::string out(text);
-    for (char& c : out) c = char(std::tolower(static_cast<unsigned char>(c)));
-    return out;
-}
-
-std::string_view trimmed(std::string_view text) {
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
-    return text;
-}
 
 constexpr std::array kTrackingParameters = {
     "mc_cid",     "mc_eid",          "fbclid",      "gclid",       "gclsrc",      "dclid",      "gbraid",
@@ -82,7 +72,7 @@ std::vector<QueryParameter> queryParameters(std::string_view url, std::size_t& q
 
 // A length in CSS pixels from "1", "1px" or "1.0px"; nothing for others.
 std::optional<double> pixels(std::string_view text) {
-    text = trimmed(text);
+    text = trimASCIIWhitespace(text);
     if (text.ends_with("px")) text.remove_suffix(2);
     double value = 0;
     auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -100,9 +90,9 @@ std::optional<std::string> styleValue(std::string_view style, std::string_view p
         position = end + 1;
         std::size_t colon = declaration.find(':');
         if (colon == std::string_view::npos) continue;
-        if (lowered(trimmed(declaration.substr(0, colon))) != property) continue;
-        std::string value = lowered(trimmed(declaration.substr(colon + 1)));
-        if (value.ends_with("!important")) value = std::string(trimmed(value.substr(0, value.size() - 10)));
+        if (toASCIILower(trimASCIIWhitespace(declaration.substr(0, colon))) != property) continue;
+        std::string value = toASCIILower(trimASCIIWhitespace(declaration.substr(colon + 1)));
+        if (value.ends_with("!important")) value = std::string(trimASCIIWhitespace(value.substr(0, value.size() - 10)));
         found = std::move(value);
     }
     return found;
@@ -148,7 +138,7 @@ bool isPixel(const HTMLElement& image) {
 
 std::string percentDecodedLower(std::string_view text) {
     char* decoded = g_uri_unescape_segment(text.data(), text.data() + text.size(), nullptr);
-    std::string out = decoded ? lowered(decoded) : lowered(text);
+    std::string out = decoded ? toASCIILower(decoded) : toASCIILower(text);
     g_free(decoded);
     return out;
 }
@@ -159,7 +149,7 @@ bool hasOpenPath(std::string_view url) {
     std::size_t pathStart = url.find('/', scheme + 2);
     if (pathStart == std::string_view::npos) return false;
     std::size_t pathEnd = std::min(url.find_first_of("?#", pathStart), url.size());
-    std::string path = lowered(url.substr(pathStart, pathEnd - pathStart));
+    std::string path = toASCIILower(url.substr(pathStart, pathEnd - pathStart));
     std::size_t position = 1;
     while (position <= path.size()) {
         std::size_t end = std::min(path.find('/', position), path.size());
@@ -171,7 +161,7 @@ bool hasOpenPath(std::string_view url) {
 
 bool namesAddress(std::string_view url, const std::string& address) {
     if (address.empty()) return false;
-    std::string wanted = lowered(address);
+    std::string wanted = toASCIILower(address);
     if (percentDecodedLower(url).find(wanted) != std::string::npos) return true;
     gchar* encoded = g_base64_encode(reinterpret_cast<const guchar*>(wanted.data()), wanted.size());
     std::string base64(encoded);
