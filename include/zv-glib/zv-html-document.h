@@ -26,5 +26,10 @@ gboolean       zv_html_document_apply_head_css (ZvHtmlDocument      *self,
                                                 const char * const  *exclusions,
                                                 const char * const  *scopes,
                                                 GError             **error);
+char         **zv_html_document_prepare_for_safe_view (ZvHtmlDocument *self,
+                                                       gboolean        allow_remote_content,
+                                                       gboolean        block_trackers,
+                                                       guint          *trackers);
+gboolean       zv_html_document_adapt_for_dark (ZvHtmlDocument *self);
 
 G_END_DECLS

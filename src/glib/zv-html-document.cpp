@@ -4,6 +4,8 @@
 #include <zv/css/HeadCSSPurge.h>
 #include <zv/foundation/Regex.h>
 #include <zv/html/HTMLSerializer.h>
+#include <zv/reading/DarkAdaptation.h>
+#include <zv/reading/SafeMessageView.h>
 #include <zv/text/PlainText.h>
 
 /**
@@ -203,4 +205,52 @@ gboolean zv_html_document_apply_head_css(ZvHtmlDocument* self, gboolean purge, c
     }
     zv::applyHeadCSSToContentAndPurge(*self->document, purge, patterns, zv::glib::stringList(scopes));
     return TRUE;
+}
+
+/**
+ * zv_html_document_prepare_for_safe_view:
+ * @self: a document, its head CSS already applied if the host wants it
+ * @allow_remote_content: whether remote references may load, through the
+ *   internal "wren-http" and "wren-https" schemes a #ZvSchemeHandler serves
+ * @block_trackers: whether tracking pixels, hidden images and images whose
+ *   URL names the reader stay blocked even when remote content may load, and
+ *   links lose their tracking parameters
+ * @trackers: (out) (optional): how many trackers were blocked
+ *
+ * Makes the document safe to show in a view whose page scripts are off: what
+ * fetches or redirects by itself goes, every remote URL is rewritten to the
+ * framework's schemes (refused ones while remote content is blocked), and a
+ * content security policy heads the document.
+ *
+ * Returns: (transfer full) (array zero-terminated=1): the remote URLs found,
+ *   in document order, for a "Show remote content" bar
+ */
+char** zv_html_document_prepare_for_safe_view(ZvHtmlDocument* self, gboolean allow_remote_content,
+                                              gboolean block_trackers, guint* trackers)
+{
+    g_return_val_if_fail(ZV_IS_HTML_DOCUMENT(self), nullptr);
+    zv::SafeViewOptions options;
+    options.allowRemoteContent = allow_remote_content;
+    options.blockTrackers = block_trackers;
+    zv::SafeViewReport report = zv::prepareDocumentForSafeView(*self->document, options);
+    if (trackers) *trackers = guint(report.trackers.size());
+    return zv::glib::newStrv(report.remoteURLs);
+}
+
+/**
+ * zv_html_document_adapt_for_dark:
+ * @self: a document, its head CSS already applied
+ *
+ * Adapts the document's colours for a dark appearance: backgrounds moved
+ * into a dark band with their hue kept, text held to a contrast of at least
+ * 4.5:1, images kept as they are. A message with dark styles of its own is
+ * left as its sender designed it.
+ *
+ * Returns: %TRUE when the colours were adapted, %FALSE when the message was
+ *   left as designed
+ */
+gboolean zv_html_document_adapt_for_dark(ZvHtmlDocument* self)
+{
+    g_return_val_if_fail(ZV_IS_HTML_DOCUMENT(self), FALSE);
+    return !zv::adaptDocumentForDarkAppearance(*self->document).leftAsDesigned;
 }

@@ -66,6 +66,27 @@ def test_document():
     assert body.get_plain_text() == "one\nnew"
 
 
+def test_safe_view_and_dark():
+    document = Zv.HtmlDocument.new_from_string(
+        '<img src="https://x.example/a.png"><img src="https://x.example/p.gif" width=1 height=1>'
+        '<a href="https://x.example/?utm_source=n&id=3">l</a>')
+    remote, trackers = document.prepare_for_safe_view(True, True)
+    assert remote == ["https://x.example/a.png", "https://x.example/p.gif"] and trackers == 2
+    body = document.get_body().get_inner_html()
+    assert 'src="wren-https://x.example/a.png"' in body, "the picture loads through the framework"
+    assert 'src="wren-exclude-https://x.example/p.gif"' in body, "the pixel never does"
+    assert 'href="https://x.example/?id=3"' in body
+
+    dark = Zv.HtmlDocument.new_from_string('<p style="color:#000">t</p>')
+    assert dark.adapt_for_dark() is True
+    html = dark.serialize()
+    assert "background-color: #1e1e1e" in html and 'color: #e8e8e8 !important;">t' in html
+    own = '<meta name="color-scheme" content="light dark"><p>t</p>'
+    designed = Zv.HtmlDocument.new_from_string(own)
+    assert designed.adapt_for_dark() is False
+    assert designed.serialize() == Zv.HtmlDocument.new_from_string(own).serialize()
+
+
 def test_streams(tmp_path):
     data = b"\xef\xbb\xbf<p>caf\xc3\xa9 au lait</p>"
     assert Zv.text_snippet_for_stream(Gio.MemoryInputStream.new_from_data(data), 4, 0, None) == "café"
