@@ -27,19 +27,19 @@ static void zv_find_bar_dispose(GObject* object)
     G_OBJECT_CLASS(zv_find_bar_parent_class)->dispose(object);
 }
 
-static void zv_find_bar_get_property(GObject* object, guint id, GValue* value, GParamSpec* spec)
+static void zv_find_bar_get_property(GObject* object, guint id, GValue* value, GParamSpec* pspec)
 {
     if (id == PROP_CONTROLLER)
         g_value_set_object(value, ZV_FIND_BAR(object)->controller);
     else
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
 }
 
-static void zv_find_bar_set_property(GObject* object, guint id, const GValue* value, GParamSpec* spec)
+static void zv_find_bar_set_property(GObject* object, guint id, const GValue* value, GParamSpec* pspec)
 {
     auto* self = ZV_FIND_BAR(object);
     if (id != PROP_CONTROLLER) {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
         return;
     }
     self->controller = ZV_FIND_CONTROLLER(g_value_dup_object(value));

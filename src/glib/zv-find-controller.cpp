@@ -133,7 +133,7 @@ static void zv_find_controller_finalize(GObject* object)
     G_OBJECT_CLASS(zv_find_controller_parent_class)->finalize(object);
 }
 
-static void zv_find_controller_get_property(GObject* object, guint id, GValue* value, GParamSpec* spec)
+static void zv_find_controller_get_property(GObject* object, guint id, GValue* value, GParamSpec* pspec)
 {
     auto* self = ZV_FIND_CONTROLLER(object);
     switch (id) {
@@ -144,11 +144,11 @@ static void zv_find_controller_get_property(GObject* object, guint id, GValue* v
         g_value_set_object(value, self->p->thread);
         break;
     default:
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     }
 }
 
-static void zv_find_controller_set_property(GObject* object, guint id, const GValue* value, GParamSpec* spec)
+static void zv_find_controller_set_property(GObject* object, guint id, const GValue* value, GParamSpec* pspec)
 {
     auto* self = ZV_FIND_CONTROLLER(object);
     switch (id) {
@@ -156,7 +156,7 @@ static void zv_find_controller_set_property(GObject* object, guint id, const GVa
         zv_find_controller_set_conversation_thread(self, ZV_CONVERSATION_THREAD(g_value_get_object(value)));
         break;
     default:
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     }
 }
 

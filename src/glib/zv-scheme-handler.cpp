@@ -87,7 +87,7 @@ static void zv_scheme_handler_finalize(GObject* object)
     G_OBJECT_CLASS(zv_scheme_handler_parent_class)->finalize(object);
 }
 
-static void zv_scheme_handler_get_property(GObject* object, guint id, GValue* value, GParamSpec* spec)
+static void zv_scheme_handler_get_property(GObject* object, guint id, GValue* value, GParamSpec* pspec)
 {
     auto* self = ZV_SCHEME_HANDLER(object);
     switch (id) {
@@ -98,17 +98,17 @@ static void zv_scheme_handler_get_property(GObject* object, guint id, GValue* va
         g_value_set_double(value, self->p->progress);
         break;
     default:
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     }
 }
 
-static void zv_scheme_handler_set_property(GObject* object, guint id, const GValue* value, GParamSpec* spec)
+static void zv_scheme_handler_set_property(GObject* object, guint id, const GValue* value, GParamSpec* pspec)
 {
     if (id == PROP_RESOURCE_PROVIDER)
         zv_scheme_handler_set_resource_provider(ZV_SCHEME_HANDLER(object),
                                                 ZV_RESOURCE_PROVIDER(g_value_get_object(value)));
     else
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
 }
 
 static void zv_scheme_handler_class_init(ZvSchemeHandlerClass* klass)

@@ -76,7 +76,7 @@ static void zv_web_view_finalize(GObject* object)
     G_OBJECT_CLASS(zv_web_view_parent_class)->finalize(object);
 }
 
-static void zv_web_view_get_property(GObject* object, guint id, GValue* value, GParamSpec* spec)
+static void zv_web_view_get_property(GObject* object, guint id, GValue* value, GParamSpec* pspec)
 {
     auto* self = ZV_WEB_VIEW(object);
     switch (id) {
@@ -93,7 +93,7 @@ static void zv_web_view_get_property(GObject* object, guint id, GValue* value, G
         g_value_set_double(value, zv_web_view_get_content_height(self));
         break;
     default:
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     }
 }
 
