@@ -1,5 +1,6 @@
 #include <zv/reading/DarkAdaptation.h>
 
+#include "ASCIIText.h"
 #include "DarkAdaptationCSS.h"
 #include "DarkAdaptationPalette.h"
 
@@ -79,7 +80,7 @@ void readBorderColors(StyleColors& colors, const Declaration& declaration, bool 
     std::vector<std::optional<Color>> values;
     for (std::string_view component : cssComponents(declaration.value)) {
         auto color = cssColor(component, quirks);
-        if (!color && lowered(component) != "currentcolor") return;
+        if (!color && toASCIILower(component) != "currentcolor") return;
         values.push_back(color);
     }
     if (values.empty() || values.size() > 4) return;
@@ -94,7 +95,7 @@ void readDeclarations(StyleColors& colors, std::string_view style, bool quirks) 
     for (const Declaration& declaration : styleDeclarations(style)) {
         const std::string& name = declaration.name;
         bool important = declaration.important;
-        std::string value = lowered(declaration.value);
+        std::string value = toASCIILower(declaration.value);
         if (name == "color") {
             if (value == "inherit" || value == "currentcolor") colors.text.assign(std::nullopt, important);
             else if (value == "initial") colors.text.assign(kBlack, important);
@@ -206,7 +207,7 @@ bool hasBackgroundImage(const HTMLElement& element, const StyleColors& colors) {
 bool mayBeTransparent(const HTMLElement& image) {
     const std::string* source = image.attribute("src");
     if (!source) return false;
-    std::string lower = lowered(std::string_view(*source).substr(0, 2048));
+    std::string lower = toASCIILower(std::string_view(*source).substr(0, 2048));
     return lower.find(".jpg") == std::string::npos && lower.find(".jpeg") == std::string::npos &&
            lower.find("image/jpeg") == std::string::npos;
 }
@@ -373,7 +374,7 @@ private:
 // "color-scheme" (or "prefers-color-scheme", "supported-color-schemes")
 // followed by a colon and a value naming dark.
 bool namesDarkScheme(std::string_view css) {
-    std::string lower = lowered(css);
+    std::string lower = toASCIILower(css);
     for (std::size_t at = lower.find("color-scheme"); at != std::string::npos; at = lower.find("color-scheme", at + 1)) {
         std::size_t i = at + 12;
         if (i < lower.size() && lower[i] == 's') ++i;
@@ -398,10 +399,10 @@ bool declaresOwnDarkAppearance(const html::HTMLDocument& document) {
         if (const std::string* style = element->attribute("style"); style && namesDarkScheme(*style)) return true;
     }
     for (const HTMLElement* meta : root->querySelectorAll("meta[name]")) {
-        std::string name = lowered(*meta->attribute("name"));
+        std::string name = toASCIILower(*meta->attribute("name"));
         const std::string* content = meta->attribute("content");
         if ((name == "color-scheme" || name == "supported-color-schemes") && content &&
-            lowered(*content).find("dark") != std::string::npos)
+            toASCIILower(*content).find("dark") != std::string::npos)
             return true;
     }
     for (const HTMLElement* style : root->querySelectorAll("style"))

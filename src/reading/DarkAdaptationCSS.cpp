@@ -1,5 +1,7 @@
 #include "DarkAdaptationCSS.h"
 
+#include "ASCIIText.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -8,20 +10,7 @@ namespace zv::reading {
 
 namespace {
 
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f'; }
-
-std::string_view trimmed(std::string_view s) {
-    while (!s.empty() && isSpace(s.front())) s.remove_prefix(1);
-    while (!s.empty() && isSpace(s.back())) s.remove_suffix(1);
-    return s;
-}
-
-bool isHex(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
-
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    return (c | 0x20) - 'a' + 10;
-}
+bool isHex(char c) { return hexDigitValue(c) >= 0; }
 
 // Walks CSS text a byte at a time, knowing whether it stands inside a
 // string, parentheses or a comment.
@@ -105,13 +94,6 @@ std::optional<Color> namedColor(const std::string& name) {
 
 }  // namespace
 
-std::string lowered(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower)
-        if (c >= 'A' && c <= 'Z') c = char(c + ('a' - 'A'));
-    return lower;
-}
-
 std::vector<Declaration> styleDeclarations(std::string_view style) {
     std::vector<Declaration> declarations;
     CSSScanner scanner{style};
@@ -120,11 +102,11 @@ std::vector<Declaration> styleDeclarations(std::string_view style) {
         std::string_view piece = style.substr(start, end - start);
         std::size_t colon = piece.find(':');
         if (colon == std::string_view::npos) return;
-        Declaration declaration{lowered(trimmed(piece.substr(0, colon))), trimmed(piece.substr(colon + 1))};
+        Declaration declaration{toASCIILower(trimASCIIWhitespace(piece.substr(0, colon))), trimASCIIWhitespace(piece.substr(colon + 1))};
         std::size_t bang = declaration.value.rfind('!');
-        if (bang != std::string_view::npos && lowered(trimmed(declaration.value.substr(bang + 1))) == "important") {
+        if (bang != std::string_view::npos && toASCIILower(trimASCIIWhitespace(declaration.value.substr(bang + 1))) == "important") {
             declaration.important = true;
-            declaration.value = trimmed(declaration.value.substr(0, bang));
+            declaration.value = trimASCIIWhitespace(declaration.value.substr(0, bang));
         }
         if (!declaration.name.empty()) declarations.push_back(std::move(declaration));
     };
@@ -151,7 +133,7 @@ std::vector<StyleRule> styleSheetRules(std::string_view css) {
         if (c == '{') {
             if (braces++ == 0) open = at;
         } else if (c == '}' && braces > 0 && --braces == 0) {
-            std::string_view prelude = trimmed(css.substr(start, open - start));
+            std::string_view prelude = trimASCIIWhitespace(css.substr(start, open - start));
             if (!prelude.empty() && prelude.front() != '@') {
                 StyleRule rule{{}, css.substr(open + 1, at - open - 1)};
                 CSSScanner selectors{prelude};
@@ -159,11 +141,11 @@ std::vector<StyleRule> styleSheetRules(std::string_view css) {
                 while (selectors.i < prelude.size()) {
                     std::size_t comma = selectors.i;
                     if (selectors.step() && prelude[comma] == ',') {
-                        rule.selectors.push_back(trimmed(prelude.substr(from, comma - from)));
+                        rule.selectors.push_back(trimASCIIWhitespace(prelude.substr(from, comma - from)));
                         from = selectors.i;
                     }
                 }
-                rule.selectors.push_back(trimmed(prelude.substr(from)));
+                rule.selectors.push_back(trimASCIIWhitespace(prelude.substr(from)));
                 rules.push_back(std::move(rule));
             }
             start = at + 1;
@@ -181,7 +163,7 @@ std::string declarationBoundary(std::string_view style) {
     if (scanner.comment) boundary += "*/";
     if (scanner.quote) boundary += scanner.quote;
     boundary.append(std::size_t(scanner.depth), ')');
-    std::string_view rest = trimmed(style);
+    std::string_view rest = trimASCIIWhitespace(style);
     if (!boundary.empty() || (!rest.empty() && rest.back() != ';')) boundary += ';';
     return boundary;
 }
@@ -196,7 +178,7 @@ std::vector<std::string_view> cssComponents(std::string_view value) {
     while (scanner.i < value.size()) {
         std::size_t at = scanner.i;
         char c = value[at];
-        if (scanner.step() && (isSpace(c) || c == ',')) {
+        if (scanner.step() && (isASCIIWhitespace(c) || c == ',')) {
             finish(at);
             start = scanner.i;
         }
@@ -206,13 +188,13 @@ std::vector<std::string_view> cssComponents(std::string_view value) {
 }
 
 bool isCSSImage(std::string_view component) {
-    std::string lower = lowered(component.substr(0, std::min<std::size_t>(component.size(), 32)));
+    std::string lower = toASCIILower(component.substr(0, std::min<std::size_t>(component.size(), 32)));
     return lower.starts_with("url(") || lower.find("gradient(") != std::string::npos ||
            lower.find("image-set(") != std::string::npos || lower.starts_with("image(");
 }
 
 std::optional<Color> cssColor(std::string_view value, bool quirks) {
-    std::string lower = lowered(trimmed(value));
+    std::string lower = toASCIILower(trimASCIIWhitespace(value));
     std::string_view text = lower;
     if (text.empty()) return std::nullopt;
     if (text.front() == '#' || text.starts_with("rgb(") || text.starts_with("rgba("))
@@ -227,8 +209,8 @@ std::optional<Color> cssColor(std::string_view value, bool quirks) {
 }
 
 std::optional<Color> legacyColor(std::string_view value) {
-    std::string_view text = trimmed(value);
-    std::string lower = lowered(text);
+    std::string_view text = trimASCIIWhitespace(value);
+    std::string lower = toASCIILower(text);
     if (text.empty() || lower == "transparent") return std::nullopt;
     if (auto named = namedColor(lower)) return named;
     if (text.size() == 4 && text[0] == '#' && std::all_of(text.begin() + 1, text.end(), isHex))
@@ -259,7 +241,7 @@ std::optional<Color> legacyColor(std::string_view value) {
     for (int k = 0; k < 3; ++k) {
         std::string part = parts[k].substr(0, 2);
         int v = 0;
-        for (char c : part) v = v * 16 + hexValue(c);
+        for (char c : part) v = v * 16 + hexDigitValue(c);
         channels[k] = v / 255.0;
     }
     return Color{channels[0], channels[1], channels[2], 1};

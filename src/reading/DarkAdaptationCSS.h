@@ -54,7 +54,4 @@ std::vector<std::string_view> cssComponents(std::string_view value);
 
 bool isCSSImage(std::string_view component);
 
-// Lower-cased ASCII.
-std::string lowered(std::string_view text);
-
 }  // namespace zv::reading
