@@ -3,12 +3,14 @@
 // (SIGKILL) after a random delay, then checks that the database is intact and
 // holds every reported entry. The next child goes on with the same file, so
 // later kills also land while a previous kill's journal is recovered.
+#include <zv/reading/RemoteContentChoices.h>
 #include <zv/scheme/URLCache.h>
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <fcntl.h>
+#include <cstdio>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,7 +19,9 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -118,6 +122,47 @@ TEST(KillSafetyTest, URLCacheKeepsEveryReportedWrite) {
         next += uint32_t(reported.size()) + 1;  // the write in flight may or may not have landed
     }
     EXPECT_GT(reportedTotal, size_t(kKills)) << "the kills came too early to interrupt writes";
+}
+
+// Each step remembers a sender (every fifth one by its domain) and every
+// fourth step also forgets the previous step's choice, so the file sees
+// deletions as well as insertions.
+std::string choiceSender(uint32_t i) { return "Writer " + std::to_string(i) + " <w" + std::to_string(i) + "@d" + std::to_string(i) + ".example>"; }
+zv::RemoteContentChoices::Scope choiceScope(uint32_t i) {
+    return i % 5 == 0 ? zv::RemoteContentChoices::Scope::Domain : zv::RemoteContentChoices::Scope::Sender;
+}
+bool forgetsPrevious(uint32_t i) { return i % 4 == 3; }
+
+TEST(KillSafetyTest, RemoteContentChoicesKeepEveryReportedChange) {
+    TemporaryFolder folder;
+    const std::string path = (folder.path / "RemoteContentChoices.sqlite").string();
+    std::mt19937 random(20261126);
+    std::uniform_int_distribution<int> delay(0, kLongestDelayMicroseconds);
+    // Steps whose outcome is known: true when the choice must be there.
+    std::map<uint32_t, bool> settled;
+    uint32_t next = 0;
+    for (int run = 0; run < kKills; ++run) {
+        const std::vector<uint32_t> reported =
+            killWhileWriting(next, std::chrono::microseconds(delay(random)), [&](uint32_t i) {
+                static std::shared_ptr<zv::RemoteContentChoices> choices = zv::RemoteContentChoices::open(path);
+                choices->alwaysAllow(choiceSender(i), choiceScope(i));
+                if (forgetsPrevious(i) && i > next) choices->forget(choiceSender(i - 1), choiceScope(i - 1));
+            });
+        ASSERT_EQ(integrityCheck(path), "ok") << "after kill " << run;
+        const std::set<uint32_t> done(reported.begin(), reported.end());
+        for (uint32_t i : reported) {
+            // The step after the last reported one was in flight: it may or may not have forgotten i.
+            if (forgetsPrevious(i + 1) && !done.count(i + 1)) continue;
+            settled[i] = !(forgetsPrevious(i + 1) && done.count(i + 1));
+        }
+        auto choices = zv::RemoteContentChoices::open(path);
+        ASSERT_TRUE(choices->isOnDisk()) << "after kill " << run;
+        for (const auto& [i, there] : settled)
+            ASSERT_EQ(choices->allowsRemoteContent(choiceSender(i)), there) << "step " << i << " after kill " << run;
+        next += uint32_t(reported.size()) + 1;
+    }
+    EXPECT_GT(settled.size(), size_t(kKills)) << "the kills came too early to interrupt writes";
+    std::printf("%d kills, %zu settled changes checked\n", kKills, settled.size());
 }
 
 }  // namespace
