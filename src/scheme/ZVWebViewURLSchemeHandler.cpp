@@ -120,22 +120,16 @@ void ZVWebViewURLSchemeHandler::answerTask(const void* webView, URLSchemeTask& t
 void ZVWebViewURLSchemeHandler::recordPendingLoad(const std::string& url) {
     if (url.empty()) return;
     std::lock_guard lock(mutex_);
-    auto pending = std::make_shared<URLList>(*pendingLoads_);
-    pending->push_back(url);
-    pendingLoads_ = std::move(pending);
+    pendingLoads_.push_back(url);
 }
 
 void ZVWebViewURLSchemeHandler::recordCompletedLoad(const std::string& url) {
     double progress;
     {
         std::lock_guard lock(mutex_);
-        auto pending = std::make_shared<URLList>(*pendingLoads_);
-        std::erase(*pending, url);
-        auto completed = std::make_shared<URLList>(*completedLoads_);
-        completed->push_back(url);
-        progress = double(completed->size()) / double(completed->size() + pending->size());
-        pendingLoads_ = std::move(pending);
-        completedLoads_ = std::move(completed);
+        std::erase(pendingLoads_, url);
+        completedLoads_.push_back(url);
+        progress = double(completedLoads_.size()) / double(completedLoads_.size() + pendingLoads_.size());
     }
     // Outside the lock: a delegate may well read the lists back.
     if (auto delegate = this->delegate(); delegate && delegate->reportedLoadProgress)
@@ -192,12 +186,12 @@ std::shared_ptr<ZVWebViewURLSchemeHandlerDelegate> ZVWebViewURLSchemeHandler::de
 
 ZVWebViewURLSchemeHandler::URLList ZVWebViewURLSchemeHandler::pendingLoads() const {
     std::lock_guard lock(mutex_);
-    return *pendingLoads_;
+    return pendingLoads_;
 }
 
 ZVWebViewURLSchemeHandler::URLList ZVWebViewURLSchemeHandler::completedLoads() const {
     std::lock_guard lock(mutex_);
-    return *completedLoads_;
+    return completedLoads_;
 }
 
 }  // namespace zv

@@ -29,9 +29,10 @@
 // bookkeeping goes on. A handler serves one web view, so a stop means the
 // view has moved on.
 //
-// Every table here (schemes, resources, pending and completed loads) is
-// replaced whole under the handler's lock, so a reader holding the previous
-// one never sees it change. Members are safe from any thread unless noted.
+// The scheme and resource tables are replaced whole under the handler's
+// lock, so a reader holding the previous one never sees it change; the load
+// lists are copied out under it. Members are safe from any thread unless
+// noted.
 #pragma once
 
 #include <zv/Export.h>
@@ -172,8 +173,10 @@ private:
     std::atomic<bool> cancelled_{false};
     std::shared_ptr<const SchemeTable> schemeHandlers_ = std::make_shared<const SchemeTable>();
     std::shared_ptr<const ResourceTable> messageResources_ = std::make_shared<const ResourceTable>();
-    std::shared_ptr<const URLList> pendingLoads_ = std::make_shared<const URLList>();
-    std::shared_ptr<const URLList> completedLoads_ = std::make_shared<const URLList>();
+    // Grown in place: copying them whole on every load made a long-lived
+    // handler's loads quadratic in their number.
+    URLList pendingLoads_;
+    URLList completedLoads_;
     std::weak_ptr<ZVWebViewResourceProvider> resourceProvider_;
     std::weak_ptr<ZVWebViewURLSchemeHandlerDelegate> delegate_;
 };
