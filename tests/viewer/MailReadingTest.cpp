@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <set>
 
 namespace zvwk::viewer {
@@ -33,6 +34,10 @@ TEST(MailboxReading, EveryStoreFormGivesItsMessages) {
     scratch.write("folder/notes.txt", "not mail");
     scratch.write("maildir/cur/1700000000.a:2,S", htmlMessage("e@x", "Older", "<p>e</p>"));
     scratch.write("maildir/new/1800000000.b", htmlMessage("f@x", "Newer", "<p>f</p>"));
+    // Not messages: a hidden file and a folder; a link is followed.
+    scratch.write("maildir/cur/.1900000000.hidden", htmlMessage("d@x", "Hidden", "<p>d</p>"));
+    std::filesystem::create_directories(scratch.path() / "maildir/cur/1950000000.folder");
+    std::filesystem::create_symlink(scratch.path() / "single.eml", scratch.path() / "maildir/cur/1750000000.link");
     // The body line starting with ">From " is quoted, not a separator; the
     // line "From me" after a non-empty line is not one either.
     scratch.write("box.mbox", "From a@x Mon Nov 16 10:00:00 2026\n" + htmlMessage("g@x", "First", "<p>x\nFrom me</p>\n") +
@@ -46,7 +51,7 @@ TEST(MailboxReading, EveryStoreFormGivesItsMessages) {
     } cases[] = {
         {"single.eml", {"Single"}},
         {"folder", {"One", "Two"}},
-        {"maildir", {"Older", "Newer"}},
+        {"maildir", {"Older", "Single", "Newer"}},
         {"box.mbox", {"First", "Second", "Third"}},
     };
     for (const Case& c : cases) {
@@ -56,8 +61,9 @@ TEST(MailboxReading, EveryStoreFormGivesItsMessages) {
     }
 
     MailboxListing maildir = listMailbox({(scratch.path() / "maildir").string()});
-    ASSERT_EQ(maildir.messages.size(), 2u);
+    ASSERT_EQ(maildir.messages.size(), 3u);
     EXPECT_EQ(readMessageSummary(maildir.messages[0]).subject, "Newer") << "newest first";
+    EXPECT_EQ(readMessageSummary(maildir.messages[1]).subject, "Single");
 
     MailboxListing mbox = listMailbox({(scratch.path() / "box.mbox").string()});
     ASSERT_EQ(mbox.messages.size(), 3u);

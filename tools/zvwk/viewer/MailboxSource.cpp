@@ -1,5 +1,7 @@
 #include "MailboxSource.h"
 
+#include <dirent.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -34,8 +36,9 @@ bool isMaildir(const fs::path& dir) {
 }
 
 // A Maildir's file names start with the delivery time, so the name order is
-// the arrival order; newest first. Names are compared in place: making paths
-// to compare them cost more than reading the folders of a large Maildir.
+// the arrival order; newest first. Read with readdir and sorted by the names
+// in place: with a path object made per file, or two per comparison, a
+// Maildir of 100,000 messages took seconds to list.
 void addMaildir(const fs::path& dir, MailboxListing& listing) {
     struct File {
         std::string path;
@@ -44,14 +47,19 @@ void addMaildir(const fs::path& dir, MailboxListing& listing) {
     };
     std::vector<File> files;
     for (const char* sub : {"new", "cur"}) {
-        std::error_code ec;
-        for (fs::directory_iterator it(dir / sub, ec), end; !ec && it != end; it.increment(ec)) {
+        const std::string folder = (dir / sub).string() + "/";
+        DIR* stream = opendir(folder.c_str());
+        if (!stream) continue;
+        while (const dirent* entry = readdir(stream)) {
+            if (entry->d_name[0] == '.') continue;
+            std::string path = folder + entry->d_name;
             std::error_code typeError;
-            const std::string& path = it->path().native();
-            size_t nameStart = path.rfind('/') + 1;  // npos + 1 is 0
-            if (path.compare(nameStart, 1, ".") != 0 && it->is_regular_file(typeError))
-                files.push_back({path, nameStart});
+            // Links are followed; some file systems do not tell the type in the entry.
+            const bool unsure = entry->d_type == DT_UNKNOWN || entry->d_type == DT_LNK;
+            if (entry->d_type == DT_REG || (unsure && fs::is_regular_file(path, typeError)))
+                files.push_back({std::move(path), folder.size()});
         }
+        closedir(stream);
     }
     std::sort(files.begin(), files.end(), [](const File& a, const File& b) { return a.name() > b.name(); });
     listing.messages.reserve(listing.messages.size() + files.size());
