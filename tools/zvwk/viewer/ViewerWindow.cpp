@@ -2,6 +2,8 @@
 
 #include "DateText.h"
 
+#include <malloc.h>
+
 #include <filesystem>
 #include <mutex>
 #include <set>
@@ -188,7 +190,11 @@ void ViewerWindow::previewReady(std::size_t message, std::string preview) {
     std::size_t row = conversationOfMessage_[message];
     if (conversations()[row].messages.back() == message) list_->refreshRow(row);
     if (previewsDone_ % 256 == 0 || previewsDone_ == messages_.size()) updateStatus();
-    if (arePreviewsDone() && previewsDoneHook) previewsDoneHook();
+    if (!arePreviewsDone()) return;
+    // The preview threads have parsed every message of the mailbox; glibc
+    // keeps what they freed resident in their arenas until asked for it.
+    malloc_trim(0);
+    if (previewsDoneHook) previewsDoneHook();
 }
 
 void ViewerWindow::updateStatus() {
