@@ -349,6 +349,8 @@ int main(int argc, char** argv) {
     }
     if (!snapshotDir.empty() && operands.size() >= 2) {
         gtk_init();
+        // Drawn as measured: messages with dark styles of their own see a dark desktop.
+        g_object_set(gtk_settings_get_default(), "gtk-application-prefer-dark-theme", TRUE, nullptr);
         Views views;
         views.peerScript = readFile(operands[0]) + "\nDarkReader.enable();\n";
         views.measureScript = readFile(fs::path(ZV_BENCH_SOURCE_DIR) / "dark_measure.js");
