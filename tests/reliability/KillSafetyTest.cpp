@@ -10,13 +10,13 @@
 #include <sqlite3.h>
 
 #include <fcntl.h>
-#include <cstdio>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -127,7 +127,10 @@ TEST(KillSafetyTest, URLCacheKeepsEveryReportedWrite) {
 // Each step remembers a sender (every fifth one by its domain) and every
 // fourth step also forgets the previous step's choice, so the file sees
 // deletions as well as insertions.
-std::string choiceSender(uint32_t i) { return "Writer " + std::to_string(i) + " <w" + std::to_string(i) + "@d" + std::to_string(i) + ".example>"; }
+std::string choiceSender(uint32_t i) {
+    const std::string n = std::to_string(i);
+    return "Writer " + n + " <w" + n + "@d" + n + ".example>";
+}
 zv::RemoteContentChoices::Scope choiceScope(uint32_t i) {
     return i % 5 == 0 ? zv::RemoteContentChoices::Scope::Domain : zv::RemoteContentChoices::Scope::Sender;
 }
