@@ -55,6 +55,7 @@ void ConversationView::show(const std::string& subject, const std::vector<Messag
     for (const MessageSummary& summary : messages) {
         auto card = MessageCard::create(summary, {options.dark});
         card->scrollTarget = verticalAdjustment();
+        card->setZoomLevel(zoom_);
         card->processAnchor = [this]() -> WebKitWebView* {
             return options_.shareWebProcess ? anchor_.get() : nullptr;
         };
@@ -74,6 +75,11 @@ void ConversationView::show(const std::string& subject, const std::vector<Messag
         cards_[i]->readContent(*readQueue_);
     }
     for (size_t i = 0; i < firstExpanded; ++i) cards_[i]->readContent(*readQueue_);
+}
+
+void ConversationView::setZoomLevel(double level) {
+    zoom_ = level;
+    for (auto& card : cards_) card->setZoomLevel(level);
 }
 
 bool ConversationView::isLoaded() const {

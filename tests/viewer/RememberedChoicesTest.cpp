@@ -1,0 +1,119 @@
+// "Always show remote content" remembered per sender and per domain: a later
+// message the choice covers loads its remote images on its first and only
+// load; one it does not cover, or any after the choice is forgotten, fetches
+// nothing. Real web views under Xvfb, a loopback server as the senders'.
+#include "ViewerTestSupport.h"
+
+#include "LoopbackServer.h"
+#include "WebViewHarness.h"
+#include "viewer/ViewerWindow.h"
+
+#include <zv/reading/RemoteContentChoices.h>
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace zvwk::viewer {
+namespace {
+
+using namespace std::chrono_literals;
+using Scope = zv::RemoteContentChoices::Scope;
+
+std::string messageFrom(const std::string& from, const std::string& subject, const std::string& imageURL) {
+    return test::message("From: " + from + "\nTo: bob@example.org\nSubject: " + subject + "\nMessage-ID: <" + subject +
+                             "@x>\nContent-Type: text/html; charset=utf-8",
+                         "<p>" + subject + "</p><img src=\"" + imageURL + "\">");
+}
+
+TEST(RememberedChoices, ACoveredMessageLoadsItsImagesAtOnceUntilTheChoiceIsForgotten) {
+    zv::test::initGtkOnce();
+    zv::test::LoopbackServer server;
+    auto choices = zv::RemoteContentChoices::shared();
+    choices->forgetAll();
+    struct Mail {
+        const char* from;
+        const char* subject;
+    } mails[] = {
+        {"Ann <ann@example.org>", "First"},      {"Ann <Ann@Example.org>", "Second"},
+        {"Ann <ann@example.org>", "Third"},      {"Cy <cy@example.org>", "Colleague"},
+        {"Dee <dee@example.org>", "Neighbour"},  {"Eve <eve@mail.example.org>", "Subdomain"},
+    };
+    test::ScratchFolder mailbox;
+    for (const Mail& mail : mails)
+        mailbox.write(std::string("box/cur/") + mail.subject,
+                      messageFrom(mail.from, mail.subject, server.url(std::string("/image-") + mail.subject)));
+
+    GtkApplication* application = gtk_application_new("org.zvwebkit.RememberedChoicesTest", G_APPLICATION_NON_UNIQUE);
+    g_application_register(G_APPLICATION(application), nullptr, nullptr);
+    {
+        ViewerOptions options;
+        options.paths = {(mailbox.path() / "box").string()};
+        ViewerWindow window(application, options);
+        gtk_window_present(window.window());
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
+        // Every load of a body, with the document it loaded.
+        std::vector<std::string> loads;
+        window.conversationView().cardSettled = [&](MessageCard& card) { loads.push_back(card.preparedHTML()); };
+        auto open = [&](const std::string& subject) -> MessageCard& {
+            loads.clear();
+            for (std::size_t row = 0; row < window.conversations().size(); ++row)
+                if (window.conversations()[row].subject == subject) window.showConversation(row);
+            EXPECT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s)) << subject;
+            zv::test::spinFor(zv::test::kQuietPeriod);
+            return *window.conversationView().cards().at(0);
+        };
+        auto hits = [&](const std::string& subject) { return server.hits("/image-" + subject); };
+
+        MessageCard& first = open("First");
+        EXPECT_EQ(first.blockedRemoteReferences(), 1u);
+        EXPECT_EQ(hits("First"), 0);
+        first.alwaysShowRemoteContent(Scope::Sender);
+        EXPECT_TRUE(zv::test::spinUntil([&] { return hits("First") == 1; }, 10s));
+        EXPECT_EQ(first.rememberedChoice(), Scope::Sender);
+
+        // The same address, written in other case: one load, with the image.
+        MessageCard& second = open("Second");
+        EXPECT_EQ(second.rememberedChoice(), Scope::Sender);
+        EXPECT_EQ(second.blockedRemoteReferences(), 0u);
+        ASSERT_EQ(loads.size(), 1u) << "loaded blocked first, then again";
+        EXPECT_NE(loads[0].find(server.wrenURL("/image-Second")), std::string::npos);
+        EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Second") == 1; }, 10s));
+
+        // Another address of the domain is not covered by the sender's choice.
+        MessageCard& colleague = open("Colleague");
+        EXPECT_EQ(colleague.blockedRemoteReferences(), 1u);
+        EXPECT_EQ(hits("Colleague"), 0);
+        colleague.alwaysShowRemoteContent(Scope::Domain);
+        EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Colleague") == 1; }, 10s));
+
+        MessageCard& neighbour = open("Neighbour");
+        EXPECT_EQ(neighbour.rememberedChoice(), Scope::Domain);
+        EXPECT_EQ(loads.size(), 1u);
+        EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Neighbour") == 1; }, 10s));
+
+        // A subdomain is another domain.
+        MessageCard& subdomain = open("Subdomain");
+        EXPECT_EQ(subdomain.blockedRemoteReferences(), 1u);
+        EXPECT_EQ(hits("Subdomain"), 0);
+
+        // Forgetting from a message shown by the domain's choice blocks it again
+        // at once, and the domain's other senders with it.
+        MessageCard& again = open("Neighbour");
+        again.forgetRemoteContentChoice();
+        EXPECT_TRUE(zv::test::spinUntil([&] { return again.isBodyLoaded() && again.blockedRemoteReferences() == 1u; }, 10s));
+        EXPECT_FALSE(choices->allowsRemoteContent("cy@example.org"));
+        EXPECT_TRUE(choices->allowsRemoteContent("ann@example.org")) << "the sender's own choice stays";
+
+        open("Second").forgetRemoteContentChoice();
+        MessageCard& third = open("Third");
+        EXPECT_EQ(third.rememberedChoice(), std::nullopt);
+        EXPECT_EQ(third.blockedRemoteReferences(), 1u);
+        EXPECT_EQ(hits("Third"), 0);
+        EXPECT_TRUE(choices->choices().empty());
+    }
+    g_object_unref(application);
+}
+
+}  // namespace
+}  // namespace zvwk::viewer
