@@ -222,7 +222,7 @@ TEST(ViewArguments, OptionsAndTheirMistakes) {
     EXPECT_EQ(parsed->followLink, std::optional<std::size_t>(1)) << "links count from 1";
     for (std::vector<std::string> bad : std::vector<std::vector<std::string>>{
              {}, {"--select", "0", "box"}, {"--select", "2x", "box"}, {"box", "--select"}, {"--zoom", "box"},
-             {"--follow-link", "0", "box"}}) {
+             {"--follow-link", "0", "box"}, {"--always-show", "everyone", "box"}}) {
         error.clear();
         EXPECT_FALSE(parseViewArguments(bad, error));
         EXPECT_FALSE(error.empty());

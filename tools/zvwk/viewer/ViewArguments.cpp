@@ -8,8 +8,8 @@ std::optional<ViewArguments> parseViewArguments(const std::vector<std::string>& 
     ViewArguments parsed;
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
-        bool takesValue =
-            arg == "--screenshot" || arg == "--select" || arg == "--find" || arg == "--page" || arg == "--follow-link";
+        bool takesValue = arg == "--screenshot" || arg == "--select" || arg == "--find" || arg == "--page" ||
+                          arg == "--follow-link" || arg == "--always-show";
         if (takesValue && i + 1 >= args.size()) {
             error = arg + " needs a value";
             return std::nullopt;
@@ -22,6 +22,12 @@ std::optional<ViewArguments> parseViewArguments(const std::vector<std::string>& 
             parsed.page = args[++i];
             if (*parsed.page != "about" && *parsed.page != "help") {
                 error = "--page is about or help, not '" + *parsed.page + "'";
+                return std::nullopt;
+            }
+        } else if (arg == "--always-show") {
+            parsed.alwaysShow = args[++i];
+            if (*parsed.alwaysShow != "sender" && *parsed.alwaysShow != "domain") {
+                error = "--always-show is sender or domain, not '" + *parsed.alwaysShow + "'";
                 return std::nullopt;
             }
         } else if (arg == "--show-images") {

@@ -39,6 +39,7 @@ struct Viewer {
     bool pageLoaded = false;
     int settleTicks = 0;
     bool imagesShown = false;
+    bool alwaysChosen = false;
     bool linkFollowed = false;
     int linkTicks = 0;
 };
@@ -81,6 +82,13 @@ bool readyForScreenshot(Viewer& viewer) {
     if (viewer.arguments.showImages && !viewer.imagesShown && !cards.empty()) {
         viewer.imagesShown = true;
         cards.back()->showRemoteContent();
+        return false;
+    }
+    if (viewer.arguments.alwaysShow && !viewer.alwaysChosen && !cards.empty()) {
+        viewer.alwaysChosen = true;
+        cards.back()->alwaysShowRemoteContent(*viewer.arguments.alwaysShow == "sender"
+                                                  ? zv::RemoteContentChoices::Scope::Sender
+                                                  : zv::RemoteContentChoices::Scope::Domain);
         return false;
     }
     if (viewer.arguments.followLink && !viewer.linkFollowed && !cards.empty() && cards.back()->bodyView()) {
