@@ -9,6 +9,7 @@
 #include "viewer/ViewerWindow.h"
 
 #include <zv/reading/RemoteContentChoices.h>
+#include <zv/webview/ScriptEvaluation.h>
 
 #include <gtest/gtest.h>
 
@@ -20,9 +21,13 @@ namespace {
 using namespace std::chrono_literals;
 using Scope = zv::RemoteContentChoices::Scope;
 
-std::string messageFrom(const std::string& from, const std::string& subject, const std::string& imageURL) {
-    return test::message("From: " + from + "\nTo: bob@example.org\nSubject: " + subject + "\nMessage-ID: <" + subject +
-                             "@x>\nContent-Type: text/html; charset=utf-8",
+// A reply (with `references`) comes an hour after the rest.
+std::string messageFrom(const std::string& from, const std::string& subject, const std::string& imageURL,
+                        const std::string& references = "") {
+    std::string headers = "From: " + from + "\nTo: bob@example.org\nSubject: " + subject + "\nMessage-ID: <" + subject +
+                          "@x>\nDate: Mon, 16 Nov 2026 1" + (references.empty() ? "0" : "1") + ":00:00 +0000\n";
+    if (!references.empty()) headers += "References: " + references + "\n";
+    return test::message(headers + "Content-Type: text/html; charset=utf-8",
                          "<p>" + subject + "</p><img src=\"" + imageURL + "\">");
 }
 
@@ -31,6 +36,8 @@ TEST(RememberedChoices, ACoveredMessageLoadsItsImagesAtOnceUntilTheChoiceIsForgo
     zv::test::LoopbackServer server;
     auto choices = zv::RemoteContentChoices::shared();
     choices->forgetAll();
+    // The store is the program's: other tests must find it empty, whatever happens here.
+    std::shared_ptr<void> forgetAfterwards(nullptr, [choices](void*) { choices->forgetAll(); });
     struct Mail {
         const char* from;
         const char* subject;
@@ -43,6 +50,8 @@ TEST(RememberedChoices, ACoveredMessageLoadsItsImagesAtOnceUntilTheChoiceIsForgo
     for (const Mail& mail : mails)
         mailbox.write(std::string("box/cur/") + mail.subject,
                       messageFrom(mail.from, mail.subject, server.url(std::string("/image-") + mail.subject)));
+    mailbox.write("box/cur/Pair", messageFrom("Gus <gus@pair.example>", "Pair", server.url("/image-Pair")));
+    mailbox.write("box/cur/Reply", messageFrom("Gus <gus@pair.example>", "Reply", server.url("/image-Reply"), "<Pair@x>"));
 
     GtkApplication* application = gtk_application_new("org.zvwebkit.RememberedChoicesTest", G_APPLICATION_NON_UNIQUE);
     g_application_register(G_APPLICATION(application), nullptr, nullptr);
@@ -97,6 +106,12 @@ TEST(RememberedChoices, ACoveredMessageLoadsItsImagesAtOnceUntilTheChoiceIsForgo
         EXPECT_EQ(subdomain.blockedRemoteReferences(), 1u);
         EXPECT_EQ(hits("Subdomain"), 0);
 
+        // A choice made on one message of a conversation shows the others it covers at once.
+        open("Pair").alwaysShowRemoteContent(Scope::Sender);
+        EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Pair") == 1 && hits("Reply") == 1; }, 10s));
+        EXPECT_EQ(window.conversationView().cards().at(1)->rememberedChoice(), Scope::Sender);
+        choices->forget("gus@pair.example", Scope::Sender);
+
         // Forgetting from a message shown by the domain's choice blocks it again
         // at once, and the domain's other senders with it.
         MessageCard& again = open("Neighbour");
@@ -110,6 +125,12 @@ TEST(RememberedChoices, ACoveredMessageLoadsItsImagesAtOnceUntilTheChoiceIsForgo
         EXPECT_EQ(third.rememberedChoice(), std::nullopt);
         EXPECT_EQ(third.blockedRemoteReferences(), 1u);
         EXPECT_EQ(hits("Third"), 0);
+        // Blocked, the picture is a box saying what it was (its file name: it has no alternative text).
+        auto box = std::make_shared<std::optional<zv::Value>>();
+        zv::evaluateJavaScript(third.bodyView()->webView(), "document.querySelector('[role=img]').innerText",
+                               [box](std::optional<zv::Value> value, std::optional<zv::Error>) { *box = value ? *value : zv::Value(); });
+        ASSERT_TRUE(zv::test::spinUntil([&] { return box->has_value(); }, 5s));
+        EXPECT_EQ(**box, zv::Value("image-Third"));
         EXPECT_TRUE(choices->choices().empty());
     }
     g_object_unref(application);

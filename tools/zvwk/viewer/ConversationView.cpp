@@ -37,6 +37,7 @@ GtkAdjustment* ConversationView::verticalAdjustment() const {
 void ConversationView::clear() {
     for (auto& card : cards_) {
         card->settled = nullptr;
+        card->rememberedChoicesChanged = nullptr;
         card->bodyViewMade = nullptr;
         card->processAnchor = nullptr;
         gtk_box_remove(GTK_BOX(cardsBox_), card->widget());
@@ -60,6 +61,11 @@ void ConversationView::show(const std::string& subject, const std::vector<Messag
             return options_.shareWebProcess ? anchor_.get() : nullptr;
         };
         card->settled = [this](MessageCard& settledCard) { cardLoaded(settledCard); };
+        // A choice made on one message applies to the others it covers at once.
+        card->rememberedChoicesChanged = [this](MessageCard& changed) {
+            for (auto& other : cards_)
+                if (other.get() != &changed) other->followRememberedChoices();
+        };
         card->bodyViewMade = [this](MessageCard& made) {
             if (!anchor_) anchor_ = zv::GObjectRef<WebKitWebView>::ref(made.bodyView()->webView());
         };

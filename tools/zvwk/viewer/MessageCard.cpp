@@ -338,6 +338,7 @@ void MessageCard::alwaysShowRemoteContent(Scope scope) {
     if (zv::RemoteContentChoices::shared()->alwaysAllow(summary_.fromAddress, scope)) remembered_ = scope;
     if (allowRemote_) updateRemoteBar();
     else showRemoteContent();
+    if (remembered_ && rememberedChoicesChanged) rememberedChoicesChanged(*this);
 }
 
 void MessageCard::forgetRemoteContentChoice() {
@@ -346,6 +347,23 @@ void MessageCard::forgetRemoteContentChoice() {
     remembered_.reset();
     allowRemote_ = false;
     loadBody();
+    if (rememberedChoicesChanged) rememberedChoicesChanged(*this);
+}
+
+void MessageCard::followRememberedChoices() {
+    if (!contentRead_ || isError()) return;
+    std::optional<Scope> now = rememberedScope(*zv::RemoteContentChoices::shared(), summary_.fromAddress);
+    if (now == remembered_) return;
+    // Shown by the reader's own click, a message stays shown when a choice goes.
+    bool shownByChoice = remembered_.has_value();
+    remembered_ = now;
+    if (now && !allowRemote_) showRemoteContent();
+    else if (!now && shownByChoice) {
+        allowRemote_ = false;
+        loadBody();
+    } else {
+        updateRemoteBar();
+    }
 }
 
 void MessageCard::setShowsPlainText(bool plainText) {

@@ -93,6 +93,11 @@ public:
     const std::optional<zv::RemoteContentChoices::Scope>& rememberedChoice() const { return remembered_; }
     // Forgets the sender's choices of both scopes and blocks remote content again.
     void forgetRemoteContentChoice();
+    // Follows the remembered choices as they are now (after another card
+    // changed them): shows or blocks remote content accordingly.
+    void followRememberedChoices();
+    // Told when this card made or forgot a remembered choice.
+    std::function<void(MessageCard&)> rememberedChoicesChanged;
     // Prints the message with its header block (MessagePrinting.h); does
     // nothing before the body view is made.
     void print(GtkPrintSettings* settings = nullptr, std::function<void()> finished = {});
