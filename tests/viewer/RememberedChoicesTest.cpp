@@ -6,6 +6,7 @@
 
 #include "LoopbackServer.h"
 #include "WebViewHarness.h"
+#include "viewer/ViewerExtensions.h"
 #include "viewer/ViewerWindow.h"
 
 #include <zv/reading/RemoteContentChoices.h>
@@ -59,6 +60,7 @@ TEST(RememberedChoices, ACoveredMessageLoadsItsImagesAtOnceUntilTheChoiceIsForgo
         ViewerOptions options;
         options.paths = {(mailbox.path() / "box").string()};
         ViewerWindow window(application, options);
+        ViewerExtensions extensions(window);
         gtk_window_present(window.window());
         ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
         // Every load of a body, with the document it loaded.
@@ -106,12 +108,6 @@ TEST(RememberedChoices, ACoveredMessageLoadsItsImagesAtOnceUntilTheChoiceIsForgo
         EXPECT_EQ(subdomain.blockedRemoteReferences(), 1u);
         EXPECT_EQ(hits("Subdomain"), 0);
 
-        // A choice made on one message of a conversation shows the others it covers at once.
-        open("Pair").alwaysShowRemoteContent(Scope::Sender);
-        EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Pair") == 1 && hits("Reply") == 1; }, 10s));
-        EXPECT_EQ(window.conversationView().cards().at(1)->rememberedChoice(), Scope::Sender);
-        choices->forget("gus@pair.example", Scope::Sender);
-
         // Forgetting from a message shown by the domain's choice blocks it again
         // at once, and the domain's other senders with it.
         MessageCard& again = open("Neighbour");
@@ -132,6 +128,18 @@ TEST(RememberedChoices, ACoveredMessageLoadsItsImagesAtOnceUntilTheChoiceIsForgo
         ASSERT_TRUE(zv::test::spinUntil([&] { return box->has_value(); }, 5s));
         EXPECT_EQ(**box, zv::Value("image-Third"));
         EXPECT_TRUE(choices->choices().empty());
+
+        // A choice made on one message of a conversation shows the others it
+        // covers at once; the menu's "forget all" blocks them all again.
+        open("Pair").alwaysShowRemoteContent(Scope::Sender);
+        EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Pair") == 1 && hits("Reply") == 1; }, 10s));
+        const auto& pair = window.conversationView().cards();
+        ASSERT_EQ(pair.size(), 2u);
+        EXPECT_EQ(pair[1]->rememberedChoice(), Scope::Sender);
+        g_action_group_activate_action(G_ACTION_GROUP(window.window()), "forget-remote-content-choices", nullptr);
+        EXPECT_TRUE(choices->choices().empty());
+        for (const auto& card : pair)
+            EXPECT_TRUE(zv::test::spinUntil([&] { return card->isBodyLoaded() && card->blockedRemoteReferences() == 1u; }, 10s));
     }
     g_object_unref(application);
 }

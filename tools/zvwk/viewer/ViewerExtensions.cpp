@@ -5,6 +5,7 @@
 #include "ViewerWindow.h"
 
 #include <zv/page/ZVWebWindowController.h>
+#include <zv/reading/RemoteContentChoices.h>
 
 #include <algorithm>
 
@@ -41,7 +42,12 @@ ViewerExtensions::ViewerExtensions(ViewerWindow& window) : window_(window) {
     // Ctrl+= is Ctrl+plus without the Shift most keyboards need for "+".
     const char* zoomIn[] = {"<Control>plus", "<Control>equal", "<Control>KP_Add", nullptr};
     gtk_application_set_accels_for_action(gtk_window_get_application(window_.window()), "win.zoom-in", zoomIn);
+    window_.addAction("forget-remote-content-choices", [&conversation] {
+        zv::RemoteContentChoices::shared()->forgetAll();
+        for (const auto& card : conversation.cards()) card->followRememberedChoices();
+    });
     window_.addMenuItem("Find in Conversation", "find");
+    window_.addMenuItem("Forget Remote Content Choices", "forget-remote-content-choices");
     window_.addMenuItem("Help", "help");
     window_.addMenuItem("About the Mail Viewer", "about");
 }
