@@ -49,21 +49,23 @@ public:
 
     // The rewritten form of a remote URL, nothing for any other. A tracker
     // (of `imageKind` when the element is one) is never let through.
-    std::optional<std::string> rewritten(std::string_view written, std::optional<TrackerKind> imageKind = {}) {
+    std::optional<std::string> rewritten(std::string_view written, std::optional<TrackerKind> imageKind = std::nullopt) {
         std::string url = withoutInternalScheme(parsedForm(written));
         bool remote = startsWithIgnoringASCIICase(url, "https:") || startsWithIgnoringASCIICase(url, "http:") || url.starts_with("//");
         if (!remote) return std::nullopt;
-        if (options_.blockTrackers && !imageKind && imageURLNamesReader(url, options_.readerAddresses))
-            imageKind = TrackerKind::Pixel;
-        if (!options_.blockTrackers) imageKind.reset();
-        bool allowed = options_.allowRemoteContent && !imageKind;
+        std::optional<TrackerKind> tracker;
+        if (options_.blockTrackers)
+            tracker = imageKind ? imageKind
+                      : imageURLNamesReader(url, options_.readerAddresses) ? std::optional(TrackerKind::Pixel)
+                                                                            : std::nullopt;
+        bool allowed = options_.allowRemoteContent && !tracker;
         std::string_view httpKey = allowed ? ZVWebViewInternalHTTPSchemeKey : ZVWebViewExclusionHTTPSchemeKey;
         std::string_view httpsKey = allowed ? ZVWebViewInternalHTTPSSchemeKey : ZVWebViewExclusionHTTPSSchemeKey;
         std::string out;
         if (startsWithIgnoringASCIICase(url, "https:")) out = std::string(httpsKey) + url.substr(5);
         else if (startsWithIgnoringASCIICase(url, "http:")) out = std::string(httpKey) + url.substr(4);
         else out = std::string(httpsKey) + ":" + url;
-        if (imageKind) report.trackers.push_back({url, *imageKind});
+        if (tracker) report.trackers.push_back({url, *tracker});
         report.remoteURLs.push_back(std::move(url));
         return out;
     }

@@ -138,7 +138,7 @@ TEST(SafeMessageView, BlockedImagesLeaveAPlaceholder) {
     for (const Case& c : cases) {
         for (bool allow : {false, true}) {
             auto document = HTMLParser(std::string("<body>") + c.body).parseDocument();
-            zv::prepareDocumentForSafeView(*document, {.allowRemoteContent = allow});
+            zv::prepareDocumentForSafeView(*document, {.allowRemoteContent = allow, .readerAddresses = {}});
             zv::html::HTMLElement* box = document->body()->querySelector("span[role=img]");
             if (!c.text || allow) {
                 EXPECT_EQ(box, nullptr) << c.body << (allow ? " allowed" : "");
