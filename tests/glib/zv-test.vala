@@ -36,7 +36,7 @@ int main () {
     });
     Timeout.add_seconds (10, () => { loop.quit (); return Source.REMOVE; });
     loop.run ();
-    if (part == null || !part.equal (new Bytes ("GIF89a".data)))
+    if (part == null || part.compare (new Bytes ("GIF89a".data)) != 0)
         failures += check ("async part", "other bytes", "GIF89a");
     failures += check ("async type", type, "image/gif");
     uint8 r, g, b;
