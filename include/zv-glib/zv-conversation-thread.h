@@ -12,7 +12,7 @@ G_DECLARE_INTERFACE (ZvConversationThread, zv_conversation_thread, ZV, CONVERSAT
  * ZvConversationThreadInterface:
  * @g_iface: the parent interface
  * @get_visible_items: the messages on screen, in display order, as a list
- *   of #ZvMessageItem
+ *   of #ZvMessageItem that the thread keeps and changes in place
  *
  * What a host implements for a conversation.
  */

@@ -17,6 +17,9 @@ G_DECLARE_INTERFACE (ZvMessageItem, zv_message_item, ZV, MESSAGE_ITEM, GObject)
  *   counted without a view (the host's own count of the message's text)
  * @load_web_view: makes the message's view and starts loading it, when a
  *   step of the search goes into the message
+ * @load_web_view_async: makes the message's view and answers once it has
+ *   loaded; by default answers at once with load_web_view's view
+ * @load_web_view_finish: the view load_web_view_async made
  *
  * What a host implements for each message of a conversation.
  */
@@ -28,6 +31,13 @@ struct _ZvMessageItemInterface {
   gint64     (*count_matches)         (ZvMessageItem      *self,
                                        const char * const *strings);
   ZvWebView *(*load_web_view)         (ZvMessageItem      *self);
+  void       (*load_web_view_async)   (ZvMessageItem       *self,
+                                       GCancellable        *cancellable,
+                                       GAsyncReadyCallback  callback,
+                                       gpointer             user_data);
+  ZvWebView *(*load_web_view_finish)  (ZvMessageItem  *self,
+                                       GAsyncResult   *result,
+                                       GError        **error);
 };
 
 char      *zv_message_item_get_script_identifier (ZvMessageItem      *self);
@@ -35,5 +45,12 @@ ZvWebView *zv_message_item_get_web_view          (ZvMessageItem      *self);
 gint64     zv_message_item_count_matches         (ZvMessageItem      *self,
                                                   const char * const *strings);
 ZvWebView *zv_message_item_load_web_view         (ZvMessageItem      *self);
+void       zv_message_item_load_web_view_async   (ZvMessageItem       *self,
+                                                  GCancellable        *cancellable,
+                                                  GAsyncReadyCallback  callback,
+                                                  gpointer             user_data);
+ZvWebView *zv_message_item_load_web_view_finish  (ZvMessageItem  *self,
+                                                  GAsyncResult   *result,
+                                                  GError        **error);
 
 G_END_DECLS

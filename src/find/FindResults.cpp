@@ -1,5 +1,6 @@
 #include <zv/find/FindResults.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace zv {
@@ -59,6 +60,15 @@ bool FindResults::atLastForKey(std::string_view key) const {
 void FindResults::removeAll() {
     std::lock_guard lock(mutex_);
     entries_.clear();
+}
+
+void FindResults::retainKeys(const std::vector<std::string>& keys) {
+    std::lock_guard lock(mutex_);
+    const size_t before = entries_.size();
+    std::erase_if(entries_, [&keys](const auto& entry) {
+        return std::find(keys.begin(), keys.end(), entry.first) == keys.end();
+    });
+    if (entries_.size() != before && observer_) observer_(totalCount());
 }
 
 void FindResults::setTotalObserver(std::function<void(int64_t total)> observer) {

@@ -171,7 +171,13 @@ void ZVWebViewFindController::didReceiveScriptMessage(const Value& body) {
 void ZVWebViewFindController::highlightOccurrencesOfString(const std::string& text) {
     if (thread_) {
         std::vector<std::shared_ptr<ZVWebView>> loaded;
-        for (const auto& item : thread_->visibleConversationMessageItems()) {
+        std::vector<std::string> keys;
+        const auto items = thread_->visibleConversationMessageItems();
+        for (const auto& item : items)
+            if (auto key = item->scriptIdentifier()) keys.push_back(*key);
+        // Messages that left the conversation no longer count.
+        results_.retainKeys(keys);
+        for (const auto& item : items) {
             auto key = item->scriptIdentifier();
             if (!key) continue;
             setCount(*key, item->findCountForStrings({text}));

@@ -14,6 +14,10 @@
  * (#ZvFindController:match-count) and steps through them message by
  * message, wrapping around at the ends. Its bar is a #ZvFindBar.
  *
+ * A conversation's list of visible messages is followed: when messages are
+ * added to it or removed from it (#GListModel::items-changed), the
+ * controller searches again while its bar is on screen.
+ *
  * The views need the search scripts (zv_web_view_add_search_scripts()).
  * Main thread only.
  */
@@ -36,8 +40,7 @@ public:
     }
     std::shared_ptr<zv::ZVWebView> webView() const override
     {
-        g_autoptr(ZvWebView) view = zv_message_item_get_web_view(item_);
-        return zv::glib::webViewOf(view);
+        return zv::glib::webViewOf(zv_message_item_get_web_view(item_));
     }
     int64_t findCountForStrings(const std::vector<std::string>& strings) const override
     {
@@ -57,10 +60,10 @@ public:
 
     std::vector<zv::ZVWKConversationMessageItemRef> visibleConversationMessageItems() const override
     {
-        g_autoptr(GListModel) model = zv_conversation_thread_get_visible_items(thread_);
+        GListModel* model = zv_conversation_thread_get_visible_items(thread_);
         std::map<ZvMessageItem*, std::shared_ptr<ItemAdapter>> kept;
         std::vector<zv::ZVWKConversationMessageItemRef> items;
-        for (guint i = 0, n = g_list_model_get_n_items(model); i < n; ++i) {
+        for (guint i = 0, n = model ? g_list_model_get_n_items(model) : 0; i < n; ++i) {
             g_autoptr(GObject) object = static_cast<GObject*>(g_list_model_get_item(model, i));
             if (!ZV_IS_MESSAGE_ITEM(object))
                 continue;
@@ -85,6 +88,18 @@ ZvMessageItem* itemOf(const zv::ZVWKConversationMessageItemRef& item)
     return adapter ? adapter->item() : nullptr;
 }
 
+using ViewCompletion = std::function<void(std::shared_ptr<zv::ZVWebView>)>;
+
+void onWebViewLoaded(GObject* source, GAsyncResult* result, gpointer data)
+{
+    std::unique_ptr<ViewCompletion> completion(static_cast<ViewCompletion*>(data));
+    g_autoptr(GError) error = nullptr;
+    g_autoptr(ZvWebView) view = zv_message_item_load_web_view_finish(ZV_MESSAGE_ITEM(source), result, &error);
+    if (error)
+        g_debug("A message's view did not load: %s", error->message);
+    (*completion)(zv::glib::webViewOf(view));
+}
+
 }  // namespace
 
 struct _ZvFindController {
@@ -94,6 +109,8 @@ struct _ZvFindController {
         std::shared_ptr<zv::ZVWebviewFindDelegate> delegate;
         std::vector<ZvWebView*> views;
         ZvConversationThread* thread = nullptr;
+        GListModel* items = nullptr;  // the thread's, followed
+        GCancellable* loads = g_cancellable_new();
     }* p;
 };
 
@@ -116,9 +133,36 @@ static void clearViews(ZvFindController* self)
     self->p->views.clear();
 }
 
+static void onItemsChanged(GListModel*, guint, guint, guint, gpointer self)
+{
+    zv_find_controller_update_visible_items(ZV_FIND_CONTROLLER(self));
+}
+
+static void unfollowItems(ZvFindController* self)
+{
+    if (self->p->items)
+        g_signal_handlers_disconnect_by_func(self->p->items, reinterpret_cast<gpointer>(onItemsChanged), self);
+    g_clear_object(&self->p->items);
+}
+
+// The thread may hand out another list than before: the new one is followed.
+static void followItems(ZvFindController* self)
+{
+    GListModel* items = self->p->thread ? zv_conversation_thread_get_visible_items(self->p->thread) : nullptr;
+    if (items == self->p->items)
+        return;
+    unfollowItems(self);
+    if (!items)
+        return;
+    self->p->items = G_LIST_MODEL(g_object_ref(items));
+    g_signal_connect(items, "items-changed", G_CALLBACK(onItemsChanged), self);
+}
+
 static void zv_find_controller_dispose(GObject* object)
 {
     auto* self = ZV_FIND_CONTROLLER(object);
+    g_cancellable_cancel(self->p->loads);
+    unfollowItems(self);
     if (self->p->controller)
         g_signal_handlers_disconnect_by_data(self->p->controller->countLabel(), self);
     self->p->controller.reset();
@@ -129,6 +173,7 @@ static void zv_find_controller_dispose(GObject* object)
 
 static void zv_find_controller_finalize(GObject* object)
 {
+    g_object_unref(ZV_FIND_CONTROLLER(object)->p->loads);
     delete ZV_FIND_CONTROLLER(object)->p;
     G_OBJECT_CLASS(zv_find_controller_parent_class)->finalize(object);
 }
@@ -237,11 +282,15 @@ ZvFindController* zv_find_controller_new(ZvFindControllerOptions options)
     g_return_val_if_fail(gtk_is_initialized(), nullptr);
     auto* self = ZV_FIND_CONTROLLER(g_object_new(ZV_TYPE_FIND_CONTROLLER, nullptr));
     auto delegate = std::make_shared<zv::ZVWebviewFindDelegate>();
-    delegate->loadWebViewIfNeededForItem = [](const zv::ZVWKConversationMessageItemRef& item,
-                                              std::function<void(std::shared_ptr<zv::ZVWebView>)> completion) {
+    delegate->loadWebViewIfNeededForItem = [self](const zv::ZVWKConversationMessageItemRef& item,
+                                                  ViewCompletion completion) {
         ZvMessageItem* host = itemOf(item);
-        g_autoptr(ZvWebView) view = host ? zv_message_item_load_web_view(host) : nullptr;
-        completion(zv::glib::webViewOf(view));
+        if (!host) {
+            completion(nullptr);
+            return;
+        }
+        zv_message_item_load_web_view_async(host, self->p->loads, onWebViewLoaded,
+                                            new ViewCompletion(std::move(completion)));
     };
     delegate->foundResultInMessageItem = [self](zv::ZVWebViewFindController&, const zv::ZVWKConversationMessageItemRef& item,
                                                 zv::Point offset, bool looped) {
@@ -294,6 +343,7 @@ void zv_find_controller_set_conversation_thread(ZvFindController* self, ZvConver
     g_return_if_fail(!thread || ZV_IS_CONVERSATION_THREAD(thread));
     if (!g_set_object(&self->p->thread, thread))
         return;
+    followItems(self);
     self->p->controller->setConversationThread(thread ? std::make_shared<ThreadAdapter>(thread) : nullptr);
     g_object_notify_by_pspec(G_OBJECT(self), properties[PROP_CONVERSATION_THREAD]);
 }
@@ -314,12 +364,15 @@ ZvConversationThread* zv_find_controller_get_conversation_thread(ZvFindControlle
  * zv_find_controller_update_visible_items:
  * @self: a controller
  *
- * Tells the controller that the conversation's visible messages changed; it
- * searches again while the bar is on screen.
+ * Searches the conversation's visible messages again while the bar is on
+ * screen. Changes to the thread's list call it by themselves; a host calls
+ * it when its thread starts handing out another list, or when a message's
+ * own text changed (a draft edited in place).
  */
 void zv_find_controller_update_visible_items(ZvFindController* self)
 {
     g_return_if_fail(ZV_IS_FIND_CONTROLLER(self));
+    followItems(self);
     self->p->controller->updateVisibleConversationMessageItems();
 }
 

@@ -9,7 +9,9 @@
  *
  * The native side of a page shown by a #ZvWebWindowController (an About
  * box, a help page, a small dialog). Subclass it, from C, Python or Vala,
- * once per page:
+ * once per page, and give the window an instance
+ * (zv_web_window_controller_set_page_controller()) or the type
+ * (zv_web_window_controller_register_page()):
  *
  * - the hooks page_will_load, page_did_load and page_failed follow the
  *   page's loads;
@@ -58,11 +60,13 @@ protected:
         };
     }
 
-private:
+public:
     ZvPageController* wrapper() const
     {
         return static_cast<ZvPageController*>(g_weak_ref_get(const_cast<GWeakRef*>(&wrapper_)));
     }
+
+private:
     using Hook = void (*)(ZvPageController*);
     void hook(Hook ZvPageControllerClass::*field)
     {
@@ -81,6 +85,7 @@ private:
 
 typedef struct {
     std::shared_ptr<HostPageController> controller;
+    ZvWebView* webView;  // the wrapper last handed out
 } ZvPageControllerPrivate;
 
 G_DEFINE_TYPE_WITH_PRIVATE(ZvPageController, zv_page_controller, G_TYPE_OBJECT)
@@ -112,6 +117,12 @@ static ZvPageControllerPrivate* privateOf(ZvPageController* self)
     return static_cast<ZvPageControllerPrivate*>(zv_page_controller_get_instance_private(self));
 }
 
+static void zv_page_controller_dispose(GObject* object)
+{
+    g_clear_object(&privateOf(ZV_PAGE_CONTROLLER(object))->webView);
+    G_OBJECT_CLASS(zv_page_controller_parent_class)->dispose(object);
+}
+
 static void zv_page_controller_finalize(GObject* object)
 {
     privateOf(ZV_PAGE_CONTROLLER(object))->~ZvPageControllerPrivate();
@@ -120,6 +131,7 @@ static void zv_page_controller_finalize(GObject* object)
 
 static void zv_page_controller_class_init(ZvPageControllerClass* klass)
 {
+    G_OBJECT_CLASS(klass)->dispose = zv_page_controller_dispose;
     G_OBJECT_CLASS(klass)->finalize = zv_page_controller_finalize;
     /**
      * ZvPageController::action:
@@ -143,9 +155,21 @@ static void zv_page_controller_init(ZvPageController* self)
 
 namespace zv::glib {
 
+// The engine holds the wrapper as long as the engine's controller: a
+// controller made for a page's name has nobody else to keep it.
 std::shared_ptr<ZVWebPageController> pageControllerOf(ZvPageController* controller)
 {
-    return privateOf(controller)->controller;
+    std::shared_ptr<void> owner(g_object_ref(controller), g_object_unref);
+    return std::shared_ptr<ZVWebPageController>(owner, privateOf(controller)->controller.get());
+}
+
+ZvPageController* pageControllerWrapper(const std::shared_ptr<ZVWebPageController>& controller)
+{
+    auto* host = dynamic_cast<HostPageController*>(controller.get());
+    ZvPageController* wrapper = host ? host->wrapper() : nullptr;
+    if (wrapper)
+        g_object_unref(wrapper);  // the engine's reference keeps it
+    return wrapper;
 }
 
 }  // namespace zv::glib
@@ -182,14 +206,16 @@ void zv_page_controller_register_action(ZvPageController* self, const char* name
  * zv_page_controller_get_web_view:
  * @self: a controller
  *
- * Returns: (transfer full) (nullable): the view showing the page, %NULL
+ * Returns: (transfer none) (nullable): the view showing the page, %NULL
  *   while the controller is in no window
  */
 ZvWebView* zv_page_controller_get_web_view(ZvPageController* self)
 {
     g_return_val_if_fail(ZV_IS_PAGE_CONTROLLER(self), nullptr);
-    auto* view = zv::glib::wrapWebView(privateOf(self)->controller->webView());
-    return view ? ZV_WEB_VIEW(g_object_ref(view)) : nullptr;
+    auto* p = privateOf(self);
+    g_autoptr(ZvWebView) view = zv::glib::wrapWebView(p->controller->webView());
+    g_set_object(&p->webView, view);
+    return p->webView;
 }
 
 /**

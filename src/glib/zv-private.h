@@ -50,8 +50,11 @@ html::HTMLDocument& documentOf(ZvHtmlDocument* document);
 ZvHtmlElement* wrapElement(ZvHtmlDocument* document, html::HTMLElement* element);
 std::shared_ptr<ZVWebView> webViewOf(ZvWebView* view);
 GtkWidget* findViewOf(ZvFindController* controller);
+// The engine's controller, keeping its wrapper alive while it is held.
 std::shared_ptr<ZVWebPageController> pageControllerOf(ZvPageController* controller);
-// The one wrapper of `view`, made on first request (transfer none).
+// The wrapper of a controller from pageControllerOf (transfer none), or NULL.
+ZvPageController* pageControllerWrapper(const std::shared_ptr<ZVWebPageController>& controller);
+// A reference to the one wrapper of `view`, made on first request.
 ZvWebView* wrapWebView(const std::shared_ptr<ZVWebView>& view);
 
 }  // namespace zv::glib

@@ -45,20 +45,31 @@ public:
     void resourceDataForURL(const std::string& url, Completion completion) override
     {
         auto provider = zv::GObjectRef<ZvResourceProvider>::ref(provider_);
-        zv::dispatchMainAsync([provider, url, completion] {
-            g_autofree char* type = nullptr;
-            g_autoptr(GBytes) bytes = zv_resource_provider_lookup_resource(provider.get(), url.c_str(), &type);
-            if (!bytes) {
-                completion(std::nullopt, std::nullopt);
-                return;
-            }
-            gsize size = 0;
-            auto* data = static_cast<const uint8_t*>(g_bytes_get_data(bytes, &size));
-            completion(type ? std::optional<std::string>(type) : std::nullopt, zv::Data(data, data + size));
+        zv::dispatchMainAsync([provider, url, completion = std::move(completion)]() mutable {
+            zv_resource_provider_lookup_resource_async(provider.get(), url.c_str(), nullptr, onLookedUp,
+                                                       new Completion(std::move(completion)));
         });
     }
 
 private:
+    static void onLookedUp(GObject* source, GAsyncResult* result, gpointer data)
+    {
+        std::unique_ptr<Completion> completion(static_cast<Completion*>(data));
+        g_autofree char* type = nullptr;
+        g_autoptr(GError) error = nullptr;
+        g_autoptr(GBytes) bytes =
+            zv_resource_provider_lookup_resource_finish(ZV_RESOURCE_PROVIDER(source), result, &type, &error);
+        if (error)
+            g_debug("A message part could not be read: %s", error->message);
+        if (!bytes) {
+            (*completion)(std::nullopt, std::nullopt);
+            return;
+        }
+        gsize size = 0;
+        auto* bytesData = static_cast<const uint8_t*>(g_bytes_get_data(bytes, &size));
+        (*completion)(type ? std::optional<std::string>(type) : std::nullopt, zv::Data(bytesData, bytesData + size));
+    }
+
     ZvResourceProvider* provider_;
 };
 

@@ -62,11 +62,20 @@ ZvUrlCache* zv_url_cache_new(const char* path, gint64 capacity)
  * The cache every scheme handler uses: by default
  * `$XDG_CACHE_HOME/<program name>/URLCache.sqlite`, opened on first use.
  *
- * Returns: (transfer full): the shared cache
+ * Returns: (transfer none): the shared cache
  */
 ZvUrlCache* zv_url_cache_get_shared(void)
 {
-    return wrap(zv::URLCache::shared());
+    // One wrapper for the process, replaced when the shared cache is.
+    static GMutex lock;
+    static ZvUrlCache* shared;
+    g_autoptr(GMutexLocker) locker = g_mutex_locker_new(&lock);
+    auto cache = zv::URLCache::shared();
+    if (!shared || *shared->cache != cache) {
+        g_clear_object(&shared);
+        shared = wrap(std::move(cache));
+    }
+    return shared;
 }
 
 /**

@@ -189,7 +189,7 @@ ZvWebView* wrapWebView(const std::shared_ptr<ZVWebView>& view)
     if (!view)
         return nullptr;
     if (auto* wrapper = g_object_get_qdata(G_OBJECT(view->webView()), wrapper_quark()))
-        return ZV_WEB_VIEW(wrapper);
+        return ZV_WEB_VIEW(g_object_ref(wrapper));
     auto* self = ZV_WEB_VIEW(g_object_new(ZV_TYPE_WEB_VIEW, nullptr));
     self->p->view = view;
     g_object_set_qdata(G_OBJECT(view->webView()), wrapper_quark(), self);

@@ -146,7 +146,12 @@ void ZVWebWindowController::setPageController(const std::shared_ptr<ZVWebPageCon
 }
 
 void ZVWebWindowController::setPageControllerClassName(const std::string& name) {
-    std::optional<RegisteredInstance> instance = makeRegisteredInstance(name);
+    std::optional<RegisteredInstance> instance;
+    if (pageControllerFactory_) {
+        if (auto controller = pageControllerFactory_(name)) instance = RegisteredInstance{controller, controller};
+    } else {
+        instance = makeRegisteredInstance(name);
+    }
     if (!instance) {
         zv::log("ERROR cannot find Class " + name + "!");
         return;

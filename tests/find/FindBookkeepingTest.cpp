@@ -39,6 +39,10 @@ TEST(FindResults, CountsSumAndFirstLastFollowCountAndIndex) {
     EXPECT_FALSE(results.atLastForKey("C"));  // count 0 - 1 is -1, yet no match is last
     results.setIndex("C", 0);
     EXPECT_FALSE(results.atFirstForKey("C"));
+    results.retainKeys({"A", "C"});  // B left
+    EXPECT_EQ(totals.back(), 3);
+    EXPECT_EQ(results.countForKey("B"), 0);
+    EXPECT_EQ(results.indexForKey("A"), 2);
     results.removeAll();
     EXPECT_EQ(results.totalCount(), 0);
 }

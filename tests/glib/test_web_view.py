@@ -8,7 +8,7 @@ import gi
 gi.require_version("Gtk", "4.0")
 gi.require_version("WebKit", "6.0")
 gi.require_version("Zv", "0.2")
-from gi.repository import GLib, GObject, Gtk, WebKit, Zv  # noqa: E402
+from gi.repository import Gio, GLib, GObject, Gtk, WebKit, Zv  # noqa: E402
 import pytest  # noqa: E402
 
 FIRST = ('<html><head><title>Lunch</title></head><body><p class="note">Noon suits me.</p>'
@@ -94,6 +94,85 @@ def test_links_stay_with_the_host(views):
     assert first.props.web_view.get_uri() == "about:blank"
 
 
+class Message(GObject.Object, Zv.MessageItem):
+    """A message of the host's conversation: counted by hand until a step
+    goes into it, then given a view that answers once its page has loaded."""
+
+    def __init__(self, key, html):
+        super().__init__()
+        self.key, self.html, self.view, self.loads = key, html, None, 0
+
+    def do_get_script_identifier(self):
+        return self.key
+
+    def do_get_web_view(self):
+        return self.view
+
+    def do_count_matches(self, strings):
+        return Zv.html_to_plain_text(self.html).lower().count(strings[0].lower())
+
+    def do_load_web_view_async(self, cancellable, callback, user_data):
+        task = Gio.Task.new(self, cancellable, lambda item, result, _: callback(item, result), None)
+        if self.view:
+            task.return_boolean(True)
+            return
+        self.loads += 1
+        view = Zv.WebView.new_safe(None)
+        view.add_search_scripts()
+
+        def changed(_, event):
+            if event == WebKit.LoadEvent.FINISHED:
+                self.view = view
+                task.return_boolean(True)
+        view.props.web_view.connect("load-changed", changed)
+        view.load_html(self.html, "about:blank")
+
+    def do_load_web_view_finish(self, result):
+        result.propagate_boolean()
+        return self.view
+
+
+class Conversation(GObject.Object, Zv.ConversationThread):
+    def __init__(self, messages):
+        super().__init__()
+        self.messages = Gio.ListStore.new(GObject.Object)
+        for message in messages:
+            self.messages.append(message)
+
+    def do_get_visible_items(self):
+        return self.messages
+
+
+def test_conversation_follows_its_messages():
+    if not Gtk.init_check():
+        pytest.skip("no display")
+    # Views searched by another controller before keep its handler: these messages get their own.
+    earlier, later = Message("m1", FIRST), Message("m2", SECOND)
+    conversation = Conversation([earlier, later])
+    controller = Zv.FindController.new(Zv.FindControllerOptions.NONE)
+    window = Gtk.Window(child=Zv.FindBar.new(controller))
+    window.present()
+    found = []
+    controller.connect("found-result", lambda _, item, x, y, looped: found.append(item))
+    controller.props.conversation_thread = conversation
+    controller.find("noon")
+    # Two in the first message, one in the second, all counted by hand.
+    assert wait_until(lambda: controller.props.match_count == 3), controller.props.match_count
+    conversation.messages.append(Message("m3", "<p>Noon, or after noon?</p>"))
+    assert wait_until(lambda: controller.props.match_count == 5), controller.props.match_count
+    conversation.messages.remove(2)
+    assert wait_until(lambda: controller.props.match_count == 3), controller.props.match_count
+    for _ in range(4):  # a step at a time: into the first message, its next match, the second
+        if later in found:
+            break
+        steps = len(found)
+        controller.find_next()
+        wait_until(lambda: len(found) > steps, 10)
+    assert later in found, [getattr(item, "key", None) for item in found]
+    assert (earlier.loads, later.loads) == (1, 1) and later.view is not None
+    window.destroy()
+
+
 class GreetingPage(Zv.PageController):
     """A page controller written in Python: its hooks and an action."""
 
@@ -111,6 +190,24 @@ class GreetingPage(Zv.PageController):
     def do_action(self, name, body):
         self.calls.append((name, body.unpack() if body else None))
 
+    def do_expand_variable(self, name, key):
+        return "Ana" if name == "who" else None
+
+
+class FarewellPage(GreetingPage):
+    pass
+
+
+class PageWindow(Zv.WebWindowController):
+    """A window controller written in Python: links that leave its pages."""
+
+    def __init__(self):
+        super().__init__()
+        self.opened = []
+
+    def do_open_uri(self, uri):
+        self.opened.append(uri)
+
 
 def test_page_controller_subclass(tmp_path):
     if not Gtk.init_check():
@@ -118,23 +215,35 @@ def test_page_controller_subclass(tmp_path):
     (tmp_path / "en.lproj").mkdir()
     (tmp_path / "en.lproj" / "Greeting.html").write_text(
         '<html><head><title localizationkey="title">t</title></head><body>'
-        '<h1 id="hello" localizationkey="hello">x</h1>'
+        '<h1 id="hello" localizationkey="hello">x</h1><a id="out" href="https://example.org/">out</a>'
         '<script>PageController.greet({"who": "Ana"})</script></body></html>')
     (tmp_path / "en.lproj" / "Greeting.html.strings").write_text(
         '"title" = "Greetings";\n"hello" = "Hello, ${who}";\n')
-    window = Zv.WebWindowController.new()
+    window = PageWindow()
     window.set_resource_directory(str(tmp_path))
     window.set_preferred_localization("en")
-    page = GreetingPage()
-    page.set_strings_directory(str(tmp_path))
-    page.set_variable("who", "Ana", None)
-    window.set_page_controller(page)
+    window.expose_window_methods()
+    # Registered by type: the window makes the page's controller as it loads the page.
+    window.register_page("Greeting", GreetingPage)
+    window.register_page("Farewell", FarewellPage)
     window.load_file("Greeting", "html")
+    page = window.get_page_controller()
+    assert type(page) is GreetingPage
     assert wait_until(lambda: ("greet", {"who": "Ana"}) in page.calls), page.calls
     assert page.calls.index("will-load") < page.calls.index(("greet", {"who": "Ana"}))
     assert wait_until(lambda: "did-load" in page.calls)
     assert page.get_element_content("hello") == "Hello, Ana"
     assert window.get_window().get_title() == "Greetings"
+    assert page.get_web_view() is window.get_web_view()
+
+    view = window.get_web_view().props.web_view
+    view.evaluate_javascript("document.getElementById('out').click()", -1, None, None, None)
+    assert wait_until(lambda: window.opened), "the link did not leave the page"
+    assert window.opened == ["https://example.org/"]
+    # The page names its next controller, as a page may.
+    view.evaluate_javascript("WindowController.setPageControllerClassName('Farewell')", -1, None, None, None)
+    assert wait_until(lambda: type(window.get_page_controller()) is FarewellPage)
+    assert window.get_page_controller().calls == ["did-load"]
     window.close()
 
 

@@ -3,7 +3,7 @@
 import gi
 
 gi.require_version("Zv", "0.2")
-from gi.repository import Gio, GLib, Zv  # noqa: E402
+from gi.repository import Gio, GLib, GObject, Zv  # noqa: E402
 import pytest  # noqa: E402
 
 REPLY = ('<p>Thanks, see you then.</p><blockquote type="cite"><p>Lunch at noon?</p>'
@@ -130,6 +130,71 @@ def test_stream_async():
     GLib.timeout_add_seconds(10, loop.quit)
     loop.run()
     assert results == ["later"]
+
+
+class Parts(GObject.Object, Zv.ResourceProvider):
+    """A store with its parts at hand: the synchronous hook only."""
+
+    def do_lookup_resource(self, url):
+        return (GLib.Bytes.new(b"GIF89a"), "image/gif") if url == "cid:a@x" else (None, None)
+
+
+class Unshown(GObject.Object, Zv.MessageItem):
+    """A message that has no view to give."""
+
+
+def finish_async(start, finish):
+    """Runs an _async call to its end; the answer or the error, within 10 s."""
+    loop = GLib.MainLoop()
+    answers = []
+
+    def done(source, result):
+        try:
+            answers.append(finish(source, result))
+        except GLib.Error as error:
+            answers.append(error)
+        loop.quit()
+
+    start(done)
+    GLib.timeout_add_seconds(10, loop.quit)
+    loop.run()
+    assert len(answers) == 1, "no answer"
+    return answers[0]
+
+
+def cancelled():
+    cancellable = Gio.Cancellable()
+    cancellable.cancel()
+    return cancellable
+
+
+@pytest.mark.parametrize("start, finish, answer", [
+    (lambda done: Parts().lookup_resource_async("cid:a@x", None, done),
+     lambda provider, result: provider.lookup_resource_finish(result), ("GIF89a", "image/gif")),
+    (lambda done: Parts().lookup_resource_async("cid:b@x", None, done),
+     lambda provider, result: provider.lookup_resource_finish(result), (None, None)),
+    (lambda done: Parts().lookup_resource_async("cid:a@x", cancelled(), done),
+     lambda provider, result: provider.lookup_resource_finish(result), Gio.IOErrorEnum.CANCELLED),
+    (lambda done: Unshown().load_web_view_async(None, done),
+     lambda item, result: item.load_web_view_finish(result), None),
+    (lambda done: Unshown().load_web_view_async(cancelled(), done),
+     lambda item, result: item.load_web_view_finish(result), Gio.IOErrorEnum.CANCELLED),
+    (lambda done: Zv.text_snippet_for_stream_async(Gio.MemoryInputStream.new_from_data(b"<p>x</p>"), 10, 0,
+                                                   cancelled(), done),
+     lambda _, result: Zv.text_snippet_for_stream_finish(result), Gio.IOErrorEnum.CANCELLED),
+    (lambda done: Zv.PageController.new().load_uri_async("no url", None, done),
+     lambda page, result: page.load_uri_finish(result), Zv.Error.INVALID_ARGUMENT),
+])
+def test_async_answers(start, finish, answer):
+    got = finish_async(start, finish)
+    if isinstance(answer, Gio.IOErrorEnum):
+        assert isinstance(got, GLib.Error) and got.matches(Gio.io_error_quark(), answer), got
+    elif isinstance(answer, Zv.Error):
+        assert isinstance(got, GLib.Error) and got.matches(Zv.error_quark(), answer), got
+    elif isinstance(answer, tuple) and got[0] is not None:
+        assert (bytes(got[0].get_data()).decode(), got[1]) == answer
+    else:
+        assert got == answer
 
 
 def test_url_cache(tmp_path):

@@ -21,6 +21,24 @@ int main () {
     page.set_localized_string ("greeting", "Hello");
     failures += check ("page string", page.get_localized_string ("greeting", null), "Hello");
     failures += check ("missing string", page.get_localized_string ("absent", "fallback"), "fallback");
+    // A mail store in Vala that reads its parts asynchronously, reached through the C API.
+    var store = new AsyncStore ();
+    var loop = new MainLoop ();
+    string? type = null;
+    Bytes? part = null;
+    store.lookup_resource_async.begin ("cid:a@x", null, (obj, result) => {
+        try {
+            part = store.lookup_resource_async.end (result, out type);
+        } catch (Error e) {
+            type = e.message;
+        }
+        loop.quit ();
+    });
+    Timeout.add_seconds (10, () => { loop.quit (); return Source.REMOVE; });
+    loop.run ();
+    if (part == null || part.compare (new Bytes ("GIF89a".data)) != 0)
+        failures += check ("async part", "other bytes", "GIF89a");
+    failures += check ("async type", type, "image/gif");
     uint8 r, g, b;
     if (!Zv.color_for_name ("navy", out r, out g, out b) || r != 0 || g != 0 || b != 128)
         failures += check ("navy", "not 0,0,128", "0,0,128");
@@ -39,5 +57,15 @@ int check (string what, string? got, string wanted) {
 class GreetingPage : Zv.PageController {
     public override string? expand_variable (string name, string key) {
         return name == "who" ? "Ana" : null;
+    }
+}
+
+class AsyncStore : Object, Zv.ResourceProvider {
+    public async Bytes? lookup_resource_async (string url, Cancellable? cancellable, out string? mime_type)
+            throws Error {
+        Idle.add (lookup_resource_async.callback);
+        yield;
+        mime_type = url == "cid:a@x" ? "image/gif" : null;
+        return url == "cid:a@x" ? new Bytes ("GIF89a".data) : null;
     }
 }

@@ -18,6 +18,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zv {
 
@@ -36,6 +37,9 @@ public:
     bool atFirstForKey(std::string_view key) const;
     bool atLastForKey(std::string_view key) const;
     void removeAll();
+    // Forgets the messages not among `keys` (they left the conversation);
+    // the observer receives the new total when one was forgotten.
+    void retainKeys(const std::vector<std::string>& keys);
 
     void setTotalObserver(std::function<void(int64_t total)> observer);
 

@@ -79,6 +79,8 @@ class ZV_EXPORT ZVWebWindowController : public std::enable_shared_from_this<ZVWe
 public:
     using URLOpener = std::function<void(const URL&)>;
     using FetchCompletion = std::function<void(std::optional<std::string> html, std::optional<Error> error)>;
+    // Makes the controller a page names; null when it knows no such name.
+    using PageControllerFactory = std::function<std::shared_ptr<ZVWebPageController>(const std::string& name)>;
 
     // A hidden titled window with a web view and a fresh page controller.
     static std::shared_ptr<ZVWebWindowController> create();
@@ -98,7 +100,10 @@ public:
     // Makes and attaches the class registered under `name`, then calls its
     // pageDidLoad hook; logs "ERROR cannot find Class NAME!" or "ERROR Class
     // NAME does not inherit from ZVWebPageController!" and keeps the current one.
+    // A factory the host set is asked instead of the registry (bindings make
+    // their own classes, which the registry cannot name).
     void setPageControllerClassName(const std::string& name);
+    void setPageControllerFactory(PageControllerFactory factory) { pageControllerFactory_ = std::move(factory); }
 
     std::optional<std::string> preferredLocalization() const { return preferredLocalization_; }
     void setPreferredLocalization(std::optional<std::string> language) { preferredLocalization_ = std::move(language); }
@@ -161,6 +166,7 @@ private:
     std::shared_ptr<const Bundle> resourceBundle_;
     std::string filePath_;
     URLOpener urlOpener_;
+    PageControllerFactory pageControllerFactory_;
     bool windowMethodsExposed_ = false;
     bool navigationFailed_ = false;
 };
