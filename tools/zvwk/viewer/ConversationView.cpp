@@ -4,7 +4,6 @@
 
 namespace zvwk::viewer {
 
-
 ConversationView::ConversationView() : readQueue_(zv::OperationQueue::create()) {
     readQueue_->setMaxConcurrentOperationCount(2);
     readQueue_->start();
@@ -24,10 +23,6 @@ ConversationView::ConversationView() : readQueue_(zv::OperationQueue::create()) 
     cardsBox_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 12);
     gtk_box_append(GTK_BOX(column_), cardsBox_);
     gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller_), column_);
-    // Starting a web process takes longer than reading and preparing a
-    // message: an empty page starts the shared one before a conversation is shown.
-    warmView_ = zv::ZVWebView::create();
-    webkit_web_view_load_html(warmView_->webView(), "", "about:blank");
 }
 
 ConversationView::~ConversationView() {
@@ -42,15 +37,12 @@ GtkAdjustment* ConversationView::verticalAdjustment() const {
 void ConversationView::clear() {
     for (auto& card : cards_) {
         card->settled = nullptr;
+        card->bodyViewMade = nullptr;
         card->processAnchor = nullptr;
-        card->bodyViewWanted = nullptr;
-        card->firstPageFinished = nullptr;
         gtk_box_remove(GTK_BOX(cardsBox_), card->widget());
     }
     cards_.clear();
-    waitingForView_.clear();
-    loadingFirstPage_.clear();
-    firstPageIn_ = false;
+    anchor_.reset();
     reportedFirst_ = reportedAll_ = false;
 }
 
@@ -64,17 +56,11 @@ void ConversationView::show(const std::string& subject, const std::vector<Messag
         auto card = MessageCard::create(summary, {options.dark});
         card->scrollTarget = verticalAdjustment();
         card->processAnchor = [this]() -> WebKitWebView* {
-            return options_.shareWebProcess ? warmView_->webView() : nullptr;
+            return options_.shareWebProcess ? anchor_.get() : nullptr;
         };
         card->settled = [this](MessageCard& settledCard) { cardLoaded(settledCard); };
-        card->bodyViewWanted = [this](MessageCard& waiting) {
-            waitingForView_.push_back(waiting.weak_from_this());
-            makeWaitingBodyViews();
-        };
-        card->firstPageFinished = [this](MessageCard& finished) {
-            std::erase(loadingFirstPage_, &finished);
-            firstPageIn_ = true;
-            makeWaitingBodyViews();
+        card->bodyViewMade = [this](MessageCard& made) {
+            if (!anchor_) anchor_ = zv::GObjectRef<WebKitWebView>::ref(made.bodyView()->webView());
         };
         gtk_box_append(GTK_BOX(cardsBox_), card->widget());
         cards_.push_back(std::move(card));
@@ -88,18 +74,6 @@ void ConversationView::show(const std::string& subject, const std::vector<Messag
         cards_[i]->readContent(*readQueue_);
     }
     for (size_t i = 0; i < firstExpanded; ++i) cards_[i]->readContent(*readQueue_);
-}
-
-void ConversationView::makeWaitingBodyViews() {
-    // One at a time only until the first page is in: views made one by one
-    // each lay out every view made before them again.
-    while ((firstPageIn_ || loadingFirstPage_.empty()) && !waitingForView_.empty()) {
-        std::shared_ptr<MessageCard> card = waitingForView_.front().lock();
-        waitingForView_.pop_front();
-        if (!card) continue;
-        loadingFirstPage_.push_back(card.get());
-        card->makeBodyView();
-    }
 }
 
 bool ConversationView::isLoaded() const {

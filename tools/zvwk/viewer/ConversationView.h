@@ -1,19 +1,16 @@
 // A conversation in one scrolling column: its subject, then a card per
 // message, oldest first. Every body view of the conversation shares one web
-// process: each is made as a related view of an empty view that the
-// conversation view makes at once, to have that process started early. Older messages start collapsed to their preview line
+// process: the first view made is the anchor, and each later one is made as
+// its related view. Older messages start collapsed to their preview line
 // when the conversation is long; their views are made when they are opened.
-// The first body view made loads alone, so that its page does not wait
-// behind all the others in the shared web process.
 #pragma once
 
 #include "MessageCard.h"
 
-#include <zv/webview/ZVWebView.h>
+#include <zv/foundation/GObjectRef.h>
 
 #include <gtk/gtk.h>
 
-#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -59,7 +56,7 @@ public:
 
 private:
     void cardLoaded(MessageCard& card);
-    void makeWaitingBodyViews();
+
 
     GtkWidget* scroller_ = nullptr;  // held by a reference of its own
     GtkWidget* column_ = nullptr;
@@ -67,10 +64,7 @@ private:
     GtkWidget* cardsBox_ = nullptr;
     std::shared_ptr<zv::OperationQueue> readQueue_;  // reads and prepares the messages
     std::vector<std::shared_ptr<MessageCard>> cards_;
-    std::shared_ptr<zv::ZVWebView> warmView_;
-    std::deque<std::weak_ptr<MessageCard>> waitingForView_;
-    std::vector<const MessageCard*> loadingFirstPage_;
-    bool firstPageIn_ = false;
+    zv::GObjectRef<WebKitWebView> anchor_;
     ConversationOptions options_;
     bool reportedFirst_ = false;
     bool reportedAll_ = false;

@@ -11,7 +11,6 @@
 #include <zv/foundation/OperationQueue.h>
 
 #include <cmath>
-#include <utility>
 #include <vector>
 
 namespace zvwk::viewer {
@@ -213,10 +212,7 @@ void MessageCard::updateExpansion() {
     updateBodyButtons();
     if (expanded_) gtk_widget_remove_css_class(root_, "collapsed");
     else gtk_widget_add_css_class(root_, "collapsed");
-    if (!expanded_ || !contentRead_ || isError() || view_ || bodyViewAsked_) return;
-    if (!bodyViewWanted) return makeBodyView();
-    bodyViewAsked_ = true;
-    bodyViewWanted(*this);
+    if (expanded_ && contentRead_ && !isError() && !view_) makeBodyView();
 }
 
 void MessageCard::updateBodyButtons() {
@@ -228,11 +224,11 @@ void MessageCard::updateBodyButtons() {
 }
 
 void MessageCard::makeBodyView() {
-    if (view_ || isError()) return;
     WebKitWebView* anchor = processAnchor ? processAnchor() : nullptr;
     MessageBodyView body = makeMessageBodyView(content_, anchor, G_CALLBACK(onHeightMessage), this);
     view_ = std::move(body.view);
     handler_ = std::move(body.handler);
+    if (bodyViewMade) bodyViewMade(*this);
 
     WebKitWebView* webView = view_->webView();
     g_signal_connect(webView, "load-changed", G_CALLBACK(onLoadChanged), this);
@@ -319,7 +315,6 @@ void MessageCard::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer 
     auto* card = static_cast<MessageCard*>(self);
     if (event != WEBKIT_LOAD_FINISHED) return;
     card->navigationFinished_ = true;
-    if (!std::exchange(card->firstPageDone_, true) && card->firstPageFinished) card->firstPageFinished(*card);
     if (card->heightKnown_) card->finishBodyLoad();
 }
 

@@ -56,16 +56,11 @@ public:
     const MessageContent& content() const { return content_; }
 
     // Asked for the view whose web process a new body view should share
-    // (none: a process of its own); told when the card has settled: its body
-    // loaded with its height, or its error shown.
+    // (none: a process of its own); told when the card made its view, and
+    // when it has settled: its body loaded with its height, or its error shown.
     std::function<WebKitWebView*()> processAnchor;
+    std::function<void(MessageCard&)> bodyViewMade;
     std::function<void(MessageCard&)> settled;
-    // Asked, when set, before the body's view is made: the host calls
-    // makeBodyView when the view's turn comes. Told when the view's first
-    // page has finished loading (or failed).
-    std::function<void(MessageCard&)> bodyViewWanted;
-    std::function<void(MessageCard&)> firstPageFinished;
-    void makeBodyView();
     // Where wheel events over the body go.
     GtkAdjustment* scrollTarget = nullptr;
 
@@ -109,6 +104,7 @@ private:
     GtkWidget* buildRemoteBar();
     GtkWidget* buildAttachments();
     GtkWidget* buildError();
+    void makeBodyView();
     void loadBody();
     void updateHeightFromPage(int height);
     void updateExpansion();
@@ -145,8 +141,6 @@ private:
     bool preparedOriginal_ = false;
     bool heightKnown_ = false;
     bool navigationFinished_ = false;
-    bool bodyViewAsked_ = false;  // bodyViewWanted was told
-    bool firstPageDone_ = false;
     int bodyHeight_ = 0;
     std::size_t remoteReferences_ = 0;
     std::size_t trackers_ = 0;
