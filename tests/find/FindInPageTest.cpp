@@ -17,7 +17,7 @@ constexpr char kBody[] =
     "<p>Invoice in<b>voi</b><i>ce</i> INVOICE invoices preinvoice.</p>"
     "<p style='margin-top:900px'>Die Rechnung; Vorrechnung.</p>";
 constexpr char kText[] = "Invoice invoice INVOICE invoices preinvoice.Die Rechnung; Vorrechnung.";
-// The ranges the page highlights, in order, and the current one.
+// The ranges the page highlights, in order, and how many of them are current.
 const std::string kMatchRanges = "[...(CSS.highlights.get('zv-find-match') || [])]";
 constexpr char kCurrentRanges[] = "(CSS.highlights.get('zv-find-current') || new Set()).size";
 
