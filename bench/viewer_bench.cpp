@@ -10,7 +10,8 @@
 //    all views in one shared web process against one process per view.
 //
 // A plain program: it needs a display (run it under xvfb-run) and the main
-// loop. Usage: viewer_bench [--messages N] [--thread N] CORPUS_DIR (0 skips a part)
+// loop. Usage: viewer_bench [--messages N] [--thread N] [--shared-only] CORPUS_DIR
+// (0 skips a part; --shared-only skips the process-per-view run)
 #include "viewer/ViewerWindow.h"
 
 #include <zv/scheme/IconThemeSymbols.h>
@@ -320,15 +321,17 @@ void measureThread(GtkApplication* application, const fs::path& threadDir, bool 
 
 int main(int argc, char** argv) {
     std::size_t messages = 10000, thread = 50;
+    bool sharedOnly = false;
     std::string corpus;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
         if (arg == "--messages" && i + 1 < argc) messages = std::stoul(argv[++i]);
         else if (arg == "--thread" && i + 1 < argc) thread = std::stoul(argv[++i]);
+        else if (arg == "--shared-only") sharedOnly = true;
         else corpus = arg;
     }
     if (corpus.empty() || !fs::is_directory(corpus)) {
-        std::cerr << "usage: viewer_bench [--messages N] [--thread N] CORPUS_DIR\n";
+        std::cerr << "usage: viewer_bench [--messages N] [--thread N] [--shared-only] CORPUS_DIR\n";
         return 2;
     }
     gtk_init();
@@ -343,7 +346,7 @@ int main(int argc, char** argv) {
     if (messages) measureMailbox(application, scratch / "maildir", messages);
     // Shared, one per view, shared again: the machine's load drifts.
     for (bool shared : {true, false, true})
-        if (thread) measureThread(application, scratch / "thread", shared);
+        if (thread && (shared || !sharedOnly)) measureThread(application, scratch / "thread", shared);
     g_object_unref(application);
     fs::remove_all(scratch);
     return 0;

@@ -1,7 +1,12 @@
-// In-page search of a message: highlights the matches of a search text with
-// mark.js (loaded before this script), steps through them, replaces them,
-// and reports counts and the current match to the native find controller
-// through the script message "searchValues".
+// In-page search of a message: highlights the matches of a search text,
+// steps through them, replaces them, and reports counts and the current match
+// to the native find controller through the script message "searchValues".
+//
+// Each match is a live Range over the page's text, painted through the
+// engine's highlight registry (CSS.highlights): highlighting then changes
+// no element, so the page is not laid out again, which wrapping every match
+// in an element cost on long messages. An engine without that registry gets
+// mark elements from mark.js (loaded before this script) instead.
 //
 // Options are one style plus 256 for ignore case:
 //   1 contains       the text anywhere
@@ -12,8 +17,8 @@
 // Words are runs of letters, digits and "_" (Unicode), so "Rechnung" starts
 // a word in "die Rechnung" but not in "Vorrechnung". Matches run across
 // element boundaries ("in<b>voi</b>ce" is one match of "invoice"); a match
-// that the page splits over several elements is highlighted in pieces that
-// step, replace and count as one.
+// that the page splits over several elements is one range (or, with
+// mark.js, pieces that step, replace and count as one).
 //
 // Decisions this script takes:
 // - Match indexes count from 0; -1 means no current match.
@@ -39,13 +44,20 @@
 (function () {
   "use strict";
 
+  // Class names of the mark elements and names of the highlights.
   const MATCH_CLASS = "zv-find-match";
   const CURRENT_CLASS = "zv-find-current";
   const STYLE_ID = "zv-find-style";
   const WORD = "[\\p{L}\\p{N}_]";
+  // Text directly inside these is not searched (mark.js leaves it out too, so
+  // both ways of painting count the same).
+  const UNSEARCHED = new Set(["script", "style", "title", "head", "html"]);
 
+  // What shows the matches of the last search text; `matches` has one entry per match.
+  const NOTHING = { matches: [], show: function () {}, top: function () { return 0; },
+                    replace: function () {}, remove: function () {} };
   let ident = "";
-  let matches = []; // per match, the mark elements that show it, in order
+  let painter = NOTHING;
   let current = -1;
 
   function post(type, count) {
@@ -59,6 +71,8 @@
     const style = document.createElement("style");
     style.id = STYLE_ID;
     style.textContent =
+      "::highlight(" + MATCH_CLASS + "){background-color:#fce94f;color:#000}" +
+      "::highlight(" + CURRENT_CLASS + "){background-color:#f57900;color:#fff}" +
       "mark." + MATCH_CLASS + "{background:#fce94f;color:#000;border-radius:2px}" +
       "mark." + CURRENT_CLASS + "{background:#f57900;color:#fff}";
     (document.head || document.documentElement).appendChild(style);
@@ -87,17 +101,97 @@
     }
   }
 
-  // mark.js's own loop: non-overlapping matches, up to the first empty one.
-  function countMatches(text, expression) {
-    let count = 0;
+  // Calls found(start, end) for each match in text: non-overlapping, up to
+  // the first empty one (mark.js's loop, which the fallback runs).
+  function eachMatch(text, expression, found) {
     let match;
     expression.lastIndex = 0;
-    while ((match = expression.exec(text)) !== null && match[0] !== "") count++;
+    while ((match = expression.exec(text)) !== null && match[0] !== "") {
+      found(match.index, match.index + match[0].length);
+    }
     expression.lastIndex = 0;
+  }
+
+  function countMatches(text, expression) {
+    let count = 0;
+    eachMatch(text, expression, function () { count++; });
     return count;
   }
 
-  function removeMarks() {
+  // The engine's own text of the body answers "no match" far sooner than a
+  // walk over its text nodes. It is the text that is searched unless the body
+  // holds scripts or style sheets (whose text is left out).
+  function mayMatch(expression) {
+    if (document.body.querySelector("script, style")) return true;
+    expression.lastIndex = 0;
+    const found = expression.test(document.body.textContent);
+    expression.lastIndex = 0;
+    return found;
+  }
+
+  // One live Range per match over the body's searched text nodes, read as
+  // one text (so matches run across elements).
+  function matchRanges(expression) {
+    const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
+    const nodes = [];
+    const starts = [];
+    let text = "";
+    for (let node = walker.nextNode(); node; node = walker.nextNode()) {
+      if (UNSEARCHED.has(node.parentNode.localName)) continue;
+      starts.push(text.length);
+      nodes.push(node);
+      text += node.data;
+    }
+    const ranges = [];
+    let first = 0;
+    eachMatch(text, expression, function (start, end) {
+      while (starts[first] + nodes[first].length <= start) first++;
+      let last = first;
+      while (starts[last] + nodes[last].length < end) last++;
+      const range = new Range();
+      range.setStart(nodes[first], start - starts[first]);
+      range.setEnd(nodes[last], end - starts[last]);
+      ranges.push(range);
+    });
+    return ranges;
+  }
+
+  function canPaintRanges() {
+    return typeof Highlight === "function" && window.CSS && CSS.highlights;
+  }
+
+  function rangePainter(ranges) {
+    const all = new Highlight();
+    ranges.forEach(function (range) { all.add(range); });
+    const shown = new Highlight();
+    shown.priority = 1;
+    CSS.highlights.set(MATCH_CLASS, all);
+    CSS.highlights.set(CURRENT_CLASS, shown);
+    return {
+      matches: ranges,
+      show: function (index) {
+        shown.clear();
+        if (index >= 0) shown.add(ranges[index]);
+      },
+      top: function (index) { return ranges[index].getBoundingClientRect().top; },
+      replace: function (index, text) {
+        const range = ranges[index];
+        all.delete(range);
+        shown.delete(range);
+        range.deleteContents();
+        const replacement = document.createTextNode(text);
+        range.insertNode(replacement);
+        replacement.parentNode.normalize();
+        ranges.splice(index, 1);
+      },
+      remove: function () {
+        CSS.highlights.delete(MATCH_CLASS);
+        CSS.highlights.delete(CURRENT_CLASS);
+      }
+    };
+  }
+
+  function unwrapMarks(matches) {
     const parents = new Set();
     matches.forEach(function (pieces) {
       pieces.forEach(function (mark) {
@@ -109,26 +203,10 @@
       });
     });
     parents.forEach(function (parent) { parent.normalize(); });
-    matches = [];
-    current = -1;
   }
 
-  // The engine's own text of the body answers "no match" far sooner than a
-  // walk over its text nodes. It is the text mark.js searches unless the body
-  // holds scripts or style sheets (whose text mark.js leaves out).
-  function mayMatch(expression) {
-    if (document.body.querySelector("script, style")) return true;
-    expression.lastIndex = 0;
-    const found = expression.test(document.body.textContent);
-    expression.lastIndex = 0;
-    return found;
-  }
-
-  function highlight(text, options) {
-    removeMarks();
-    if (!document.body || !text) return;
-    const expression = expressionFor(text, options);
-    if (!expression || !mayMatch(expression)) return;
+  function markPainter(expression) {
+    let matches = []; // per match, the mark elements that show it, in order
     // mark.js wraps the pieces of one match one after another right after
     // finding it: counting the finds tells which match a piece belongs to.
     let found = -1;
@@ -147,48 +225,71 @@
       }
     });
     matches = matches.filter(function (pieces) { return pieces && pieces.length; });
+    let shown = -1;
+    function setCurrentClass(index, on) {
+      if (index < 0 || !matches[index]) return;
+      matches[index].forEach(function (mark) { mark.classList.toggle(CURRENT_CLASS, on); });
+    }
+    return {
+      matches: matches,
+      show: function (index) {
+        setCurrentClass(shown, false);
+        shown = index;
+        setCurrentClass(shown, true);
+      },
+      top: function (index) { return matches[index][0].getBoundingClientRect().top; },
+      replace: function (index, text) {
+        const pieces = matches[index];
+        const parent = pieces[0].parentNode;
+        parent.replaceChild(document.createTextNode(text), pieces[0]);
+        pieces.slice(1).forEach(function (mark) { mark.parentNode.removeChild(mark); });
+        parent.normalize();
+        matches.splice(index, 1);
+        shown = -1;
+      },
+      remove: function () { unwrapMarks(matches); }
+    };
+  }
+
+  function removeHighlights() {
+    painter.remove();
+    painter = NOTHING;
+    current = -1;
+  }
+
+  function highlight(text, options) {
+    removeHighlights();
+    if (!document.body || !text) return;
+    const expression = expressionFor(text, options);
+    if (!expression || !mayMatch(expression)) return;
+    painter = canPaintRanges() ? rangePainter(matchRanges(expression)) : markPainter(expression);
+  }
+
+  function count() {
+    return painter.matches.length;
   }
 
   function markCurrent(index) {
-    if (current >= 0 && matches[current]) {
-      matches[current].forEach(function (mark) { mark.classList.remove(CURRENT_CLASS); });
-    }
     current = index;
-    if (current >= 0 && matches[current]) {
-      matches[current].forEach(function (mark) { mark.classList.add(CURRENT_CLASS); });
-    }
-  }
-
-  function currentPosition() {
-    if (current < 0 || !matches[current]) return 0;
-    return matches[current][0].getBoundingClientRect().top;
+    painter.show(index);
   }
 
   function step(index) {
-    if (!matches.length) {
+    if (!count()) {
       post("wvIndex", -1);
       return 0;
     }
-    const count = matches.length;
-    markCurrent(((index % count) + count) % count);
+    markCurrent(((index % count()) + count()) % count());
     post("wvIndex", current);
-    return currentPosition();
-  }
-
-  function replaceMatch(pieces, text) {
-    const first = pieces[0];
-    const parent = first.parentNode;
-    parent.replaceChild(document.createTextNode(text), first);
-    pieces.slice(1).forEach(function (mark) { mark.parentNode.removeChild(mark); });
-    parent.normalize();
+    return painter.top(current);
   }
 
   window.WKWebView_HighlightOccurencesOfStrings = function (identifier, text, options) {
     ident = String(identifier);
     installStyle();
     highlight(String(text), Number(options) || 1);
-    post("wvCount", matches.length);
-    return matches.length;
+    post("wvCount", count());
+    return count();
   };
 
   window.WKWebView_CountMatchesInText = function (text, searchText, options) {
@@ -197,12 +298,12 @@
   };
 
   window.WKWebView_CurrentSearchCount = function () {
-    return matches.length;
+    return count();
   };
 
   window.WKWebView_SetCurrentHighlight = function (index) {
     const n = Number(index);
-    if (!matches.length || !(n >= 0 && n < matches.length)) {
+    if (!count() || !(n >= 0 && n < count())) {
       markCurrent(-1);
       post("wvIndex", -1);
       return 0;
@@ -215,7 +316,7 @@
   };
 
   window.WKWebView_SearchPrev = function () {
-    return step(current < 0 ? matches.length - 1 : current - 1);
+    return step(current < 0 ? count() - 1 : current - 1);
   };
 
   window.WKWebView_ClearCurrentHighlight = function () {
@@ -223,38 +324,37 @@
   };
 
   window.WKWebView_RemoveAllHighlights = function () {
-    removeMarks();
+    removeHighlights();
     post("wvCount", 0);
   };
 
   window.WKWebView_AtFirst = function () {
-    return matches.length > 0 && current === 0;
+    return count() > 0 && current === 0;
   };
 
   window.WKWebView_AtLast = function () {
-    return matches.length > 0 && current === matches.length - 1;
+    return count() > 0 && current === count() - 1;
   };
 
   // Replaces the current match (the first when none is current) and makes
   // the match that followed it current, wrapping to the first.
   window.WKWebView_ReplaceAndMoveToNext = function (text) {
-    if (!matches.length) return 0;
+    if (!count()) return 0;
     const index = current < 0 ? 0 : current;
     markCurrent(-1);
-    replaceMatch(matches[index], String(text));
-    matches.splice(index, 1);
-    post("wvCount", matches.length);
+    painter.replace(index, String(text));
+    post("wvCount", count());
     return step(index);
   };
 
   window.WKWebView_ReplaceAll = function (text) {
-    const all = matches;
+    const replaced = count();
     markCurrent(-1);
-    all.forEach(function (pieces) { replaceMatch(pieces, String(text)); });
-    matches = [];
+    for (let index = replaced - 1; index >= 0; index--) painter.replace(index, String(text));
+    removeHighlights();
     post("wvCount", 0);
     post("wvIndex", -1);
-    return all.length;
+    return replaced;
   };
 
   window.WKWebView_CurrentSelectionByType = function () {

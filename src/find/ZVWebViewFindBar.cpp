@@ -282,6 +282,7 @@ std::vector<std::string> ZVWebViewFindController::recentSearches() const {
 void ZVWebViewFindController::rememberSearch(const std::string& text) {
     if (text.empty()) return;
     std::vector<std::string> recents = recentSearches();
+    if (!recents.empty() && recents.front() == text) return;
     std::erase(recents, text);
     recents.insert(recents.begin(), text);
     if (recents.size() > kZVFindRecentsLimit) recents.resize(kZVFindRecentsLimit);

@@ -320,8 +320,11 @@ void ZVWebViewFindController::performFindPreservingPosition(bool) {
 
 void ZVWebViewFindController::findNow() {
     performFindPreservingPosition(false);
-    setFindString(searchText());
-    rememberSearch(searchText());
+    // Each write of the defaults rewrites their file on the main thread
+    // (1 to 50 ms on a busy disk): searching again for the same text writes nothing.
+    const std::string text = searchText();
+    if (findString() != text) setFindString(text);
+    rememberSearch(text);
 }
 
 void ZVWebViewFindController::moveTo(int segment) {

@@ -17,6 +17,9 @@ constexpr char kBody[] =
     "<p>Invoice in<b>voi</b><i>ce</i> INVOICE invoices preinvoice.</p>"
     "<p style='margin-top:900px'>Die Rechnung; Vorrechnung.</p>";
 constexpr char kText[] = "Invoice invoice INVOICE invoices preinvoice.Die Rechnung; Vorrechnung.";
+// The ranges the page highlights, in order, and how many of them are current.
+const std::string kMatchRanges = "[...(CSS.highlights.get('zv-find-match') || [])]";
+constexpr char kCurrentRanges[] = "(CSS.highlights.get('zv-find-current') || new Set()).size";
 
 class FindInPageTest : public ::testing::Test {
 protected:
@@ -73,8 +76,27 @@ TEST_F(FindInPageTest, EachStyleWithAndWithoutCase) {
     }
     EXPECT_EQ(zv::countMatchesInText(kText, {"invoice", "rechnung"}, 257), 7);
     EXPECT_EQ(count("invoice", 257), 5);
-    EXPECT_EQ(page->window->evaluate("document.querySelectorAll('mark').length").value, 7)
-        << "the split match is highlighted in three pieces, and old highlights are gone";
+    EXPECT_EQ(page->window->evaluate(kMatchRanges + ".map(r => r.toString()).join()").value,
+              "Invoice,invoice,INVOICE,invoice,invoice")
+        << "one range per match, the split one too, and the old highlights are gone";
+    EXPECT_EQ(page->window->evaluate("document.querySelectorAll('mark').length").value, 0) << "the DOM is left alone";
+}
+
+// An engine without the highlight registry gets mark elements instead, with the same counts.
+TEST(FindInPageWithoutHighlights, MarksTheMatches) {
+    auto fresh = makeMessageView(kBody);
+    ASSERT_TRUE(fresh.window->evaluate("window.Highlight = undefined; true").ok());
+    fresh.view->highlightOccurrencesOfString("invoice", 257);
+    std::optional<int64_t> answer;
+    fresh.view->getFindResultCount([&](int64_t n) { answer = n; });
+    ASSERT_TRUE(spinUntil([&] { return answer.has_value(); }, kScriptTimeout));
+    EXPECT_EQ(*answer, 5);
+    EXPECT_EQ(fresh.window->evaluate("document.querySelectorAll('mark').length").value, 7)
+        << "the split match is marked in three pieces";
+    fresh.view->replaceAll("x");
+    EXPECT_EQ(fresh.window->evaluate("document.body.textContent").value,
+              "x x x xs prex.Die Rechnung; Vorrechnung.");
+    EXPECT_EQ(fresh.window->evaluate("document.querySelectorAll('mark').length").value, 0);
 }
 
 // JavaScript's rules on both sides, counted by hand: \w, \d and \b are ASCII (written
@@ -140,7 +162,7 @@ TEST_F(FindInPageTest, StepsWrapAndAnswerPositionsBelowTheVisibleTop) {
     EXPECT_TRUE(page->view->atLast());
     page->view->clearCurrentHighlight();
     EXPECT_FALSE(page->view->atLast());
-    EXPECT_EQ(page->window->evaluate("document.querySelectorAll('mark.zv-find-current').length").value, 0);
+    EXPECT_EQ(page->window->evaluate(kCurrentRanges).value, 0);
 }
 
 TEST_F(FindInPageTest, ReplaceOneThenAll) {
@@ -155,7 +177,7 @@ TEST_F(FindInPageTest, ReplaceOneThenAll) {
     EXPECT_EQ(*left, 1);
     fresh.view->replaceAll("x");
     EXPECT_EQ(fresh.window->evaluate("document.body.textContent").value, "one bill, two note, three x");
-    EXPECT_EQ(fresh.window->evaluate("document.querySelectorAll('mark').length").value, 0);
+    EXPECT_EQ(fresh.window->evaluate(kMatchRanges + ".length").value, 0);
 }
 
 TEST(FindInPageWithPageScriptsOff, UserScriptsStillSearch) {
