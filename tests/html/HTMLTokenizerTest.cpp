@@ -116,6 +116,18 @@ TEST(HTMLInputPreprocessor, PreparesOneChunkAtATime) {
     EXPECT_TRUE(empty.finished());
 }
 
+TEST(HTMLInputPreprocessor, ReadsCleanTextInPlaceAndCopiesFromTheFirstChange) {
+    std::string clean(3 * kChunk, 'a');
+    HTMLInputPreprocessor input(clean);
+    while (input.prepareMore()) {
+    }
+    EXPECT_EQ(input.data(), clean.data());
+    EXPECT_EQ(input.size(), clean.size());
+
+    const std::string head = std::string(2 * kChunk + 5, 'b') + "\xC3\xA9";
+    EXPECT_EQ(prepareAll(head + "\r\nc\xFF" + "d"), head + "\nc" + kReplacement + "d");
+}
+
 TEST(HTMLTokenizer, TokensStraddlingAChunkEndComeOutWhole) {
     for (size_t offset = kChunk - 24; offset <= kChunk + 1; ++offset) {
         std::string text(offset, 'x');
