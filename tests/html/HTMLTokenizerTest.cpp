@@ -1,7 +1,7 @@
 // What the html5lib corpus does not reach: chunked input preparation, partial
 // reads, the token contracts of this interface, and entity decoding/encoding.
 #include <zv/html/HTMLEntities.h>
-#include <zv/html/HTMLTokenizer.h>
+#include "HTMLTokenizer.h"
 
 #include "HTMLInputPreprocessor.h"
 
