@@ -64,14 +64,14 @@ bool spinUntil(const std::function<bool()>& done, std::chrono::seconds limit) {
 }
 
 // What the viewer loads: head CSS inlined and purged, the safe view's
-// rewriting; with ours, the adaptation, or the message whole when it has
-// dark styles of its own.
+// rewriting; with ours, the adaptation (of the message whole, its sheets in
+// place, when it has dark styles of its own).
 std::string prepare(const std::string& html, Mode mode) {
     auto document = zv::html::HTMLParser(html).parseDocument();
     bool ownDark = mode == Mode::Ours && zv::declaresOwnDarkAppearance(*document);
     if (!ownDark) zv::applyHeadCSSToContentAndPurge(*document, true, {}, {});
-    if (mode == Mode::Ours && !ownDark) zv::adaptDocumentForDarkAppearance(*document);
-    zv::prepareDocumentForSafeView(*document, {.allowRemoteContent = false});
+    if (mode == Mode::Ours) zv::adaptDocumentForDarkAppearance(*document);
+    zv::prepareDocumentForSafeView(*document, zv::SafeViewOptions{});
     auto* root = document->documentElement();
     return root ? "<!DOCTYPE html>" + root->outerHTML() : std::string();
 }
@@ -349,6 +349,8 @@ int main(int argc, char** argv) {
     }
     if (!snapshotDir.empty() && operands.size() >= 2) {
         gtk_init();
+        // Drawn as measured: messages with dark styles of their own see a dark desktop.
+        g_object_set(gtk_settings_get_default(), "gtk-application-prefer-dark-theme", TRUE, nullptr);
         Views views;
         views.peerScript = readFile(operands[0]) + "\nDarkReader.enable();\n";
         views.measureScript = readFile(fs::path(ZV_BENCH_SOURCE_DIR) / "dark_measure.js");

@@ -1,5 +1,5 @@
 #include "UserPerceivedCharacters.h"
-#include "../foundation/CharacterBreaks.h"
+#include "TextBreaks.h"
 
 #include <zv/foundation/Strings.h>
 

@@ -244,7 +244,8 @@ char** zv_html_document_prepare_for_safe_view(ZvHtmlDocument* self, gboolean all
  * Adapts the document's colours for a dark appearance: backgrounds moved
  * into a dark band with their hue kept, text held to a contrast of at least
  * 4.5:1, images kept as they are. A message with dark styles of its own is
- * left as its sender designed it.
+ * left as its sender designed it, drawn in the dark scheme, with only text
+ * under that floor changed.
  *
  * Returns: %TRUE when the colours were adapted, %FALSE when the message was
  *   left as designed

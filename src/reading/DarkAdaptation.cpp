@@ -135,21 +135,26 @@ StyleColors readStyle(const HTMLElement& element, const std::string* sheetDeclar
     return colors;
 }
 
-// A selector whose match does not depend on state the page is drawn in.
-// ":link" and ":visited" are read as matching every link, as a link's
-// colour is wanted either way.
+// The selector as it applies to an element's own colours: ":link" and
+// ":visited" are read as matching every link, as a link's colour is wanted
+// either way; state pseudo-classes never match a static tree, and rules for
+// pseudo-elements colour generated content, not the element.
 std::optional<std::string> staticSelector(std::string_view selector) {
     std::string text(selector);
     for (std::string_view pseudo : {":link", ":visited"})
         for (std::size_t at = text.find(pseudo); at != std::string::npos; at = text.find(pseudo)) text.erase(at, pseudo.size());
-    if (text.empty() || text.find(':') != std::string::npos) return std::nullopt;
+    std::string lower = toASCIILower(text);
+    for (std::string_view element : {"::", ":before", ":after", ":first-line", ":first-letter"})
+        if (lower.find(element) != std::string::npos) return std::nullopt;
+    if (text.empty()) return std::nullopt;
     return text;
 }
 
 // The declarations of the document's remaining style sheets, by element:
 // the senders' colours that head CSS inlining left in place (sheets in the
 // body, or all of them when the head was not purged).
-std::unordered_map<const HTMLElement*, std::string> styleSheetDeclarations(const html::HTMLDocument& document) {
+std::unordered_map<const HTMLElement*, std::string> styleSheetDeclarations(const html::HTMLDocument& document,
+                                                                          bool darkMediaRules) {
     // Rules beyond this are not read: each costs a query over the tree.
     constexpr std::size_t kRuleBudget = 2000;
     std::unordered_map<const HTMLElement*, std::string> declarations;
@@ -157,7 +162,7 @@ std::unordered_map<const HTMLElement*, std::string> styleSheetDeclarations(const
     for (const HTMLElement* sheet : document.querySelectorAll("style")) {
         if (sheet->htmlNamespace() != html::Namespace::HTML) continue;
         std::string text = sheet->textContent();
-        for (const StyleRule& rule : styleSheetRules(text)) {
+        for (const StyleRule& rule : styleSheetRules(text, darkMediaRules)) {
             for (std::string_view written : rule.selectors) {
                 if (++rules > kRuleBudget) return declarations;
                 auto selector = staticSelector(written);
@@ -224,6 +229,7 @@ bool skipsSubtree(const HTMLElement& element) {
 
 // The colours an element passes to its children.
 struct Context {
+    bool overImage = false;  // drawn over a background image, whose colours are not known
     Color originalText = kBlack;
     Color adaptedText = kWhite;
     Color originalBackdrop = kWhite;
@@ -233,11 +239,52 @@ struct Context {
 
 std::string hex(const Color& color) { return hashLabelCSSStringRepresentation(rounded(composite(color, kBlack))); }
 
+// "color-scheme" (or "prefers-color-scheme", "supported-color-schemes")
+// followed by a colon and a value naming dark.
+bool namesDarkScheme(std::string_view css) {
+    std::string lower = toASCIILower(css);
+    for (std::size_t at = lower.find("color-scheme"); at != std::string::npos; at = lower.find("color-scheme", at + 1)) {
+        std::size_t i = at + 12;
+        if (i < lower.size() && lower[i] == 's') ++i;
+        while (i < lower.size() && (lower[i] == ' ' || lower[i] == '\t' || lower[i] == '\n')) ++i;
+        if (i >= lower.size() || lower[i] != ':') continue;
+        std::size_t end = lower.find_first_of(";})", i);
+        if (lower.substr(i, end == std::string::npos ? std::string::npos : end - i).find("dark") != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+bool metaNamesDarkScheme(const HTMLElement& root) {
+    for (const HTMLElement* meta : root.querySelectorAll("meta[name]")) {
+        std::string name = toASCIILower(*meta->attribute("name"));
+        const std::string* content = meta->attribute("content");
+        if ((name == "color-scheme" || name == "supported-color-schemes") && content &&
+            toASCIILower(*content).find("dark") != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+void appendDeclarations(HTMLElement& element, const std::string& added) {
+    if (added.empty()) return;
+    const std::string* style = element.attribute("style");
+    std::string text = style ? *style + declarationBoundary(*style) : std::string();
+    element.setAttribute("style", text + added);
+}
+
+std::string importantDeclaration(std::string_view name, const std::string& value) {
+    return std::string(name) + ": " + value + " !important;";
+}
+
 class Adapter {
 public:
-    Adapter(const html::HTMLDocument& document, const DarkAdaptationOptions& options)
-        : quirks_(document.quirksMode() == html::HTMLQuirksMode::Quirks), options_(options),
-          sheets_(styleSheetDeclarations(document)) {}
+    // With `keepDesign`, the message's own dark colours (its style sheets'
+    // rules for a dark scheme among them) stay, and only text under the
+    // contrast floor is changed.
+    Adapter(const html::HTMLDocument& document, const DarkAdaptationOptions& options, bool keepDesign)
+        : quirks_(document.quirksMode() == html::HTMLQuirksMode::Quirks), keepDesign_(keepDesign), options_(options),
+          sheets_(styleSheetDeclarations(document, keepDesign)) {}
 
     DarkAdaptationReport report;
 
@@ -248,11 +295,13 @@ public:
         };
         std::vector<Frame> stack;
         stack.push_back({&root, pageContext(root, body)});
+        if (keepDesign_) appendDeclarations(root, darkSchemeDeclarations(root, body));
         while (!stack.empty()) {
             Frame frame = std::move(stack.back());
             stack.pop_back();
             if (skipsSubtree(*frame.element)) continue;
-            Context context = adapt(*frame.element, frame.context);
+            Context context = keepDesign_ ? holdToFloor(*frame.element, frame.context)
+                                          : adapt(*frame.element, frame.context);
             for (HTMLNode* child = frame.element->firstChild(); child; child = child->nextSibling())
                 if (auto* element = child->as<HTMLElement>()) stack.push_back({element, context});
         }
@@ -260,6 +309,7 @@ public:
 
 private:
     bool quirks_;
+    bool keepDesign_;
     DarkAdaptationOptions options_;
     std::unordered_map<std::string, Color> textCache_;
     std::unordered_map<const HTMLElement*, std::string> sheets_;
@@ -269,17 +319,46 @@ private:
         return readStyle(element, found == sheets_.end() ? nullptr : &found->second, quirks_);
     }
 
+    std::optional<Color> pageBackground(const HTMLElement& root, const HTMLElement* body) const {
+        std::optional<Color> background = ownBackground(root, colorsOf(root));
+        if ((!background || background->a == 0) && body) background = ownBackground(*body, colorsOf(*body));
+        return background;
+    }
+
     // The page before its root is reached: the root's background, else the
     // body's (which the engine paints on the whole canvas), else white.
     Context pageContext(const HTMLElement& root, const HTMLElement* body) {
         Context page;
-        std::optional<Color> background = ownBackground(root, colorsOf(root));
-        if ((!background || background->a == 0) && body) background = ownBackground(*body, colorsOf(*body));
-        page.originalBackdrop = composite(background && background->a > 0 ? *background : kWhite, kWhite);
+        std::optional<Color> background = pageBackground(root, body);
+        // A message with dark styles of its own is drawn in the dark scheme,
+        // as clients in dark mode draw those: a dark canvas, light text.
+        Color canvas = keepDesign_ ? darkPageBackground() : kWhite;
+        if (keepDesign_) page.originalText = kWhite;
+        page.originalBackdrop = composite(background && background->a > 0 ? *background : canvas, canvas);
         page.adaptedBackdrop = darkBackground(page.originalBackdrop);
         page.adaptedText = adaptedText(kBlack, page);
         if (body) page.linkColor = legacyAttribute(*body, "link");
         return page;
+    }
+
+    // What draws a message with dark styles of its own in the dark scheme:
+    // the scheme unless it names it, and the dark canvas unless it paints one
+    // (engines differ on the canvas a dark scheme gets).
+    std::string darkSchemeDeclarations(const HTMLElement& root, const HTMLElement* body) const {
+        std::string declarations = declaresDarkScheme(root, body) ? "" : "color-scheme: dark;";
+        std::optional<Color> background = pageBackground(root, body);
+        if (!background || background->a == 0) declarations += "background-color: " + hex(darkPageBackground()) + ";";
+        return declarations;
+    }
+
+    bool declaresDarkScheme(const HTMLElement& root, const HTMLElement* body) const {
+        for (const HTMLElement* element : {&root, body}) {
+            if (!element) continue;
+            auto found = sheets_.find(element);
+            if (found != sheets_.end() && namesDarkScheme(found->second)) return true;
+            if (const std::string* style = element->attribute("style"); style && namesDarkScheme(*style)) return true;
+        }
+        return metaNamesDarkScheme(root);
     }
 
     Color adaptedText(const Color& original, const Context& context) {
@@ -310,9 +389,7 @@ private:
         StyleColors colors = colorsOf(element);
         Context context = parent;
         std::string added;
-        auto add = [&](std::string_view name, const std::string& value) {
-            added.append(name).append(": ").append(value).append(" !important;");
-        };
+        auto add = [&](std::string_view name, const std::string& value) { added += importantDeclaration(name, value); };
 
         bool root = element.is(Tag::html);
         std::optional<Color> background = ownBackground(element, colors);
@@ -362,30 +439,32 @@ private:
             ++report.imageBackdrops;
         }
 
-        if (!added.empty()) {
-            const std::string* style = element.attribute("style");
-            std::string text = style ? *style + declarationBoundary(*style) : std::string();
-            element.setAttribute("style", text + added);
+        appendDeclarations(element, added);
+        return context;
+    }
+
+    // The sender's colours resolved as they are; text that falls under the
+    // floor against them is lightened or darkened along its own hue.
+    Context holdToFloor(HTMLElement& element, const Context& parent) {
+        StyleColors colors = colorsOf(element);
+        Context context = parent;
+        std::optional<Color> background = ownBackground(element, colors);
+        bool backdropChanged = background && background->a > 0;
+        if (backdropChanged) {
+            context.originalBackdrop = composite(*background, parent.originalBackdrop);
+            if (background->a >= 1) context.overImage = false;
         }
+        if (hasBackgroundImage(element, colors)) context.overImage = true;
+        std::optional<Color> text = ownText(element, colors, parent);
+        if (text) context.originalText = composite(*text, context.originalBackdrop);
+        if ((!text && !backdropChanged) || context.overImage) return context;
+        if (contrastRatio(context.originalText, context.originalBackdrop) >= options_.minimumTextContrast) return context;
+        context.originalText = legibleText(context.originalText, context.originalBackdrop, options_.minimumTextContrast);
+        appendDeclarations(element, importantDeclaration("color", hex(context.originalText)));
+        ++report.textColors;
         return context;
     }
 };
-
-// "color-scheme" (or "prefers-color-scheme", "supported-color-schemes")
-// followed by a colon and a value naming dark.
-bool namesDarkScheme(std::string_view css) {
-    std::string lower = toASCIILower(css);
-    for (std::size_t at = lower.find("color-scheme"); at != std::string::npos; at = lower.find("color-scheme", at + 1)) {
-        std::size_t i = at + 12;
-        if (i < lower.size() && lower[i] == 's') ++i;
-        while (i < lower.size() && (lower[i] == ' ' || lower[i] == '\t' || lower[i] == '\n')) ++i;
-        if (i >= lower.size() || lower[i] != ':') continue;
-        std::size_t end = lower.find_first_of(";})", i);
-        if (lower.substr(i, end == std::string::npos ? std::string::npos : end - i).find("dark") != std::string::npos)
-            return true;
-    }
-    return false;
-}
 
 }  // namespace
 
@@ -398,13 +477,7 @@ bool declaresOwnDarkAppearance(const html::HTMLDocument& document) {
         if (!element) continue;
         if (const std::string* style = element->attribute("style"); style && namesDarkScheme(*style)) return true;
     }
-    for (const HTMLElement* meta : root->querySelectorAll("meta[name]")) {
-        std::string name = toASCIILower(*meta->attribute("name"));
-        const std::string* content = meta->attribute("content");
-        if ((name == "color-scheme" || name == "supported-color-schemes") && content &&
-            toASCIILower(*content).find("dark") != std::string::npos)
-            return true;
-    }
+    if (metaNamesDarkScheme(*root)) return true;
     for (const HTMLElement* style : root->querySelectorAll("style"))
         if (namesDarkScheme(style->textContent())) return true;
     return false;
@@ -413,13 +486,10 @@ bool declaresOwnDarkAppearance(const html::HTMLDocument& document) {
 DarkAdaptationReport adaptDocumentForDarkAppearance(html::HTMLDocument& document, const DarkAdaptationOptions& options) {
     HTMLElement* root = document.documentElement();
     if (!root) return {};
-    if (declaresOwnDarkAppearance(document)) {
-        DarkAdaptationReport report;
-        report.leftAsDesigned = true;
-        return report;
-    }
-    Adapter adapter(document, options);
+    bool own = declaresOwnDarkAppearance(document);
+    Adapter adapter(document, options, own);
     adapter.run(*root, document.body());
+    adapter.report.leftAsDesigned = own;
     return adapter.report;
 }
 

@@ -121,7 +121,18 @@ std::vector<Declaration> styleDeclarations(std::string_view style) {
     return declarations;
 }
 
-std::vector<StyleRule> styleSheetRules(std::string_view css) {
+namespace {
+
+bool asksForDark(std::string_view mediaPrelude) {
+    std::string lower = toASCIILower(mediaPrelude);
+    if (!lower.starts_with("@media") || lower.find("not") != std::string::npos) return false;
+    std::size_t feature = lower.find("prefers-color-scheme");
+    return feature != std::string::npos && lower.find("dark", feature) != std::string::npos;
+}
+
+}  // namespace
+
+std::vector<StyleRule> styleSheetRules(std::string_view css, bool darkMediaRules) {
     std::vector<StyleRule> rules;
     CSSScanner scanner{css};
     std::size_t start = 0, open = 0;
@@ -147,6 +158,9 @@ std::vector<StyleRule> styleSheetRules(std::string_view css) {
                 }
                 rule.selectors.push_back(trimASCIIWhitespace(prelude.substr(from)));
                 rules.push_back(std::move(rule));
+            } else if (darkMediaRules && asksForDark(prelude)) {
+                for (StyleRule& rule : styleSheetRules(css.substr(open + 1, at - open - 1)))
+                    rules.push_back(std::move(rule));
             }
             start = at + 1;
         } else if (c == ';' && braces == 0) {

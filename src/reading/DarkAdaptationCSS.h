@@ -31,8 +31,10 @@ struct StyleRule {
 
 // The plain rules of a style sheet in order. At-rules are passed over with
 // their blocks ("@media", "@font-face"), and so is anything after an
-// unbalanced brace.
-std::vector<StyleRule> styleSheetRules(std::string_view css);
+// unbalanced brace; with `darkMediaRules`, the rules of a media block that
+// asks for a dark colour scheme are read in its place, as they apply on a
+// page drawn dark.
+std::vector<StyleRule> styleSheetRules(std::string_view css, bool darkMediaRules = false);
 
 // What to append to `style` so that text after it starts a new declaration:
 // the quote or parentheses left open closed, then ";" when needed.

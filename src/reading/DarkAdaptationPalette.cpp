@@ -102,28 +102,43 @@ Color darkLine(const Color& original) {
     return rounded(inGamutColor(lab, kDarkestBackground + kBackgroundBand * (1 - lab.L), kBackgroundChroma));
 }
 
-Color darkText(const Color& original, const Color& originalBackdrop, const Color& adaptedBackdrop,
-               double minimumContrast) {
-    Lab lab = oklab(original);
-    bool darkOnLight = lab.L < oklab(originalBackdrop).L;
-    double start = darkOnLight ? kLightestText - kTextBand * lab.L : lab.L;
+namespace {
+
+// `lab` moved along its own lightness, from `start`, until its contrast
+// against `backdrop` reaches the floor.
+Color heldToFloor(const Lab& lab, double start, const Color& backdrop, double minimumContrast) {
     // The search aims a little high, so rounding to 8 bits cannot take the
     // contrast under the floor.
     double target = minimumContrast + 0.05;
-    auto passes = [&](double L) { return contrastRatio(rounded(inGamutColor(lab, L, 1)), adaptedBackdrop) >= target; };
+    auto passes = [&](double L) { return contrastRatio(rounded(inGamutColor(lab, L, 1)), backdrop) >= target; };
     if (passes(start)) return rounded(inGamutColor(lab, start, 1));
-    double backdropL = oklab(adaptedBackdrop).L;
+    double backdropL = oklab(backdrop).L;
     // Lighter when the backdrop is dark, darker when it is light; the other
     // way only when that end of the scale cannot reach the floor.
     bool lighter = backdropL < 0.6 ? passes(1) : !passes(0);
     double bound = lighter ? 1 : 0;
-    if (!passes(bound)) return relativeLuminance(adaptedBackdrop) > 0.18 ? Color{0, 0, 0, 1} : Color{1, 1, 1, 1};
+    if (!passes(bound)) return relativeLuminance(backdrop) > 0.18 ? Color{0, 0, 0, 1} : Color{1, 1, 1, 1};
     double failing = start, passing = bound;
     for (int i = 0; i < 20; ++i) {
         double mid = (failing + passing) / 2;
         (passes(mid) ? passing : failing) = mid;
     }
     return rounded(inGamutColor(lab, passing, 1));
+}
+
+}  // namespace
+
+Color darkText(const Color& original, const Color& originalBackdrop, const Color& adaptedBackdrop,
+               double minimumContrast) {
+    Lab lab = oklab(original);
+    bool darkOnLight = lab.L < oklab(originalBackdrop).L;
+    double start = darkOnLight ? kLightestText - kTextBand * lab.L : lab.L;
+    return heldToFloor(lab, start, adaptedBackdrop, minimumContrast);
+}
+
+Color legibleText(const Color& original, const Color& backdrop, double minimumContrast) {
+    Lab lab = oklab(original);
+    return heldToFloor(lab, lab.L, backdrop, minimumContrast);
 }
 
 }  // namespace zv::reading

@@ -33,6 +33,11 @@ Color darkLine(const Color& original);
 Color darkText(const Color& original, const Color& originalBackdrop, const Color& adaptedBackdrop,
                double minimumContrast);
 
+// The text as it is when it reaches `minimumContrast` against `backdrop`,
+// else lightened or darkened along its own hue until it does: for messages
+// whose own dark colours are kept.
+Color legibleText(const Color& original, const Color& backdrop, double minimumContrast);
+
 // Colours rounded to 8 bits a channel, as CSS text carries them.
 Color rounded(const Color& color);
 

@@ -1,6 +1,7 @@
 #include "CaseMapping.h"
 
-#include <unicode/brkiter.h>
+#include "TextBreaks.h"
+
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
 #include <unicode/locid.h>
@@ -30,17 +31,6 @@ std::string mapped(std::string_view s, MapASCII mapASCII, MapICU mapICU) {
     mapICU(icu::StringPiece(s.data(), int32_t(s.size())), sink, status);
     if (U_FAILURE(status)) return std::string(s);
     return out;
-}
-
-// Making a word break iterator costs far more than titling a short run, and
-// ICU's case mapper re-targets the iterator it is given, so each thread keeps one.
-icu::BreakIterator* wordBreakIterator() {
-    thread_local std::unique_ptr<icu::BreakIterator> iterator = [] {
-        UErrorCode status = U_ZERO_ERROR;
-        std::unique_ptr<icu::BreakIterator> made(icu::BreakIterator::createWordInstance(icu::Locale::getRoot(), status));
-        return U_SUCCESS(status) ? std::move(made) : nullptr;
-    }();
-    return iterator.get();
 }
 
 }  // namespace

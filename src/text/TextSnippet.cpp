@@ -7,7 +7,7 @@
 
 #include "CaseMapping.h"
 #include "TextSnippetRun.h"
-#include "../foundation/CharacterBreaks.h"
+#include "TextBreaks.h"
 
 #include <unicode/brkiter.h>
 #include <unicode/utext.h>

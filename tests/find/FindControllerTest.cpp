@@ -5,6 +5,8 @@
 #include <zv/find/FindOptions.h>
 #include <zv/find/ZVWebViewFindController.h>
 #include <zv/foundation/UserDefaults.h>
+#include <zv/html/HTMLParser.h>
+#include <zv/reading/DarkAdaptation.h>
 
 #include <gtest/gtest.h>
 
@@ -127,6 +129,24 @@ TEST_F(FindControllerTest, ThreeViewsTotalAndStepAcrossWithWrapAround) {
     EXPECT_EQ(back.key, "m3");
     EXPECT_TRUE(back.looped);
     EXPECT_EQ(controller->indexForKey("m3"), 3);
+}
+
+TEST_F(FindControllerTest, AMessageAdaptedForTheDarkIsCountedAndSteppedAlike) {
+    auto thread = std::make_shared<Thread>();
+    auto plain = message("plain", 1, true);
+    auto dark = message("dark", 2, false);
+    auto document = zv::html::HTMLParser("<table bgcolor=#f3f3f3><tr><td><font color=#333>" + dark->body + "</font></table>")
+                        .parseDocument();
+    ASSERT_GT(zv::adaptDocumentForDarkAppearance(*document).textColors, 0u);
+    dark->body = document->body()->innerHTML();
+    load(*dark);
+    thread->messages = {plain, dark};
+    auto controller = ZVWebViewFindController::create(thread, delegate);
+    search(*controller, "invoice");
+    ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 6; }, kScriptTimeout));
+    for (int i = 0; i < 3; ++i) step(*controller, true);
+    EXPECT_EQ(found.back().key, "dark");
+    EXPECT_EQ(controller->indexForKey("dark"), 0);
 }
 
 TEST_F(FindControllerTest, EntersBackwardsAtTheLastMatch) {

@@ -7,7 +7,7 @@ using namespace zvwk_test;
 
 using DarkCommand = ZvwkTest;
 
-TEST_F(DarkCommand, AdaptsEachInputAndLeavesMessagesWithTheirOwnDarkStyles) {
+TEST_F(DarkCommand, AdaptsEachInputAndKeepsMessagesWithTheirOwnDarkStyles) {
     fs::path a = write("a.html", "<!DOCTYPE html><html><head><style>p { color: #000 }</style></head><body><p>a</p></body></html>");
     const char* ownDark = "<html><head><meta name=\"color-scheme\" content=\"light dark\"></head><body>b</body></html>";
     fs::path b = write("b.html", ownDark);
@@ -20,7 +20,9 @@ TEST_F(DarkCommand, AdaptsEachInputAndLeavesMessagesWithTheirOwnDarkStyles) {
     EXPECT_NE(html.find("<html style=\"background-color: #1e1e1e !important;"), std::string::npos) << html;
     EXPECT_NE(html.find("color: #e8e8e8 !important;"), std::string::npos) << html;
     EXPECT_EQ(html.find("<style>"), std::string::npos) << html;
-    EXPECT_EQ(lines[1]["html"], ownDark);
+    // Its own scheme kept, drawn on the dark canvas.
+    EXPECT_EQ(lines[1]["html"], "<html style=\"background-color: #1e1e1e;\"><head><meta name=\"color-scheme\" "
+                                "content=\"light dark\"></head><body>b</body></html>");
     EXPECT_EQ(zvwk("dark --bogus -", "").status, 2);
 }
 

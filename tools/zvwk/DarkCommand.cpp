@@ -1,7 +1,7 @@
 // zvwk dark: each message adapted for a dark appearance, as the viewer shows
 // it in the desktop's dark style: head CSS inlined and purged, then
 // zv::adaptDocumentForDarkAppearance. A message with dark styles of its own
-// is printed as it is.
+// keeps its sheets and its design, with only illegible text changed.
 #include "Commands.h"
 #include "DocumentRewrite.h"
 #include "InputLoop.h"
@@ -15,8 +15,9 @@ int runDark(const Args& args) {
     InputArguments arguments;
     if (auto status = parseInputArguments("dark", args, {}, arguments)) return *status;
     return printForEachInput(arguments, "html", rewritten([](zv::html::HTMLDocument& document) {
-                                 if (zv::declaresOwnDarkAppearance(document)) return;
-                                 zv::applyHeadCSSToContentAndPurge(document, true, {}, {});
+                                 // Dark styles of the sender's own need their sheets kept.
+                                 if (!zv::declaresOwnDarkAppearance(document))
+                                     zv::applyHeadCSSToContentAndPurge(document, true, {}, {});
                                  zv::adaptDocumentForDarkAppearance(document);
                              }));
 }

@@ -22,9 +22,10 @@
 // - images keep their colours. One that may be transparent (anything but a
 //   JPEG) placed on a light background keeps that background right behind
 //   it (and its alt text keeps the colour it had there), so a dark logo on
-//   transparency stays visible; an opaque image hides it anyway. An element with a background image gets a dark overlay over
-//   the image (an inset shadow), and its text is held to the floor against
-//   the lightest the overlaid image can be;
+//   transparency stays visible; an opaque image hides it anyway. An element
+//   with a background image gets a dark overlay over the image (an inset
+//   shadow), and its text is held to the floor against the lightest the
+//   overlaid image can be;
 // - the root gets the adapted page colours and "color-scheme: dark".
 // The results are appended to the style attributes as "!important"
 // declarations, so nothing the sender wrote is lost: removing them shows the
@@ -32,9 +33,14 @@
 //
 // A message that declares its own dark appearance ("color-scheme" with
 // "dark", a prefers-color-scheme media query asking for dark, or the
-// color-scheme meta element) is left as its sender designed it. Those
-// declarations live in head style sheets: call this before purging them, or
-// ask declaresOwnDarkAppearance before applying the head CSS.
+// color-scheme meta element) is left as its sender designed it, drawn in the
+// dark scheme (the root is given "color-scheme: dark" unless the message
+// names it): its colours are resolved as the page shows them there (the
+// style sheets' rules for dark included, a dark canvas, light default text),
+// and only text under the floor against its own background is lightened or
+// darkened along its hue. Those declarations live in head style sheets: adapt such a
+// message with its sheets in place (ask declaresOwnDarkAppearance before
+// applying the head CSS).
 #pragma once
 
 #include <zv/Export.h>
@@ -51,7 +57,7 @@ struct DarkAdaptationOptions {
 };
 
 struct DarkAdaptationReport {
-    bool leftAsDesigned = false;  // the message has dark styles of its own
+    bool leftAsDesigned = false;  // the message has dark styles of its own, kept
     std::size_t textColors = 0;  // elements given a text colour
     std::size_t backgrounds = 0;  // elements given a background colour
     std::size_t borders = 0;  // elements given border colours
@@ -60,7 +66,6 @@ struct DarkAdaptationReport {
 };
 
 ZV_EXPORT bool declaresOwnDarkAppearance(const html::HTMLDocument& document);
-
 
 ZV_EXPORT DarkAdaptationReport adaptDocumentForDarkAppearance(html::HTMLDocument& document,
                                                               const DarkAdaptationOptions& options = {});

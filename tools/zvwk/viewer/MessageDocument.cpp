@@ -99,7 +99,7 @@ PreparedBody MessageBody::prepare(const BodyOptions& options) const {
     HTMLElement* root = document->documentElement();
     if (!root) return {textDocument("", options), 0};
     // Adapted before the page style goes in, so the adaptation reads only the sender's colours.
-    if (dark && !ownDark_) zv::adaptDocumentForDarkAppearance(*document);
+    if (dark) zv::adaptDocumentForDarkAppearance(*document);
     prependHead(*document, std::string("<style>") + (dark ? kDarkHTMLBodyStyle : kHTMLBodyStyle) + "</style>");
     PreparedBody body;
     zv::SafeViewOptions safeView;
