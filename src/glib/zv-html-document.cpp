@@ -220,7 +220,8 @@ gboolean zv_html_document_apply_head_css(ZvHtmlDocument* self, gboolean purge, c
  * Makes the document safe to show in a view whose page scripts are off: what
  * fetches or redirects by itself goes, every remote URL is rewritten to the
  * framework's schemes (refused ones while remote content is blocked), and a
- * content security policy heads the document.
+ * content security policy heads the document. A blocked picture shows as a
+ * box of its declared size with its alternative text or file name.
  *
  * Returns: (transfer full) (array zero-terminated=1): the remote URLs found,
  *   in document order, for a "Show remote content" bar

@@ -1,6 +1,7 @@
 #include <zv/reading/SafeMessageView.h>
 
 #include "ASCIIText.h"
+#include "BlockedImagePlaceholder.h"
 #include "CSSURLLocator.h"
 #include "SrcsetParsing.h"
 
@@ -48,21 +49,23 @@ public:
 
     // The rewritten form of a remote URL, nothing for any other. A tracker
     // (of `imageKind` when the element is one) is never let through.
-    std::optional<std::string> rewritten(std::string_view written, std::optional<TrackerKind> imageKind = {}) {
+    std::optional<std::string> rewritten(std::string_view written, std::optional<TrackerKind> imageKind = std::nullopt) {
         std::string url = withoutInternalScheme(parsedForm(written));
         bool remote = startsWithIgnoringASCIICase(url, "https:") || startsWithIgnoringASCIICase(url, "http:") || url.starts_with("//");
         if (!remote) return std::nullopt;
-        if (options_.blockTrackers && !imageKind && imageURLNamesReader(url, options_.readerAddresses))
-            imageKind = TrackerKind::Pixel;
-        if (!options_.blockTrackers) imageKind.reset();
-        bool allowed = options_.allowRemoteContent && !imageKind;
+        std::optional<TrackerKind> tracker;
+        if (options_.blockTrackers)
+            tracker = imageKind ? imageKind
+                      : imageURLNamesReader(url, options_.readerAddresses) ? std::optional(TrackerKind::Pixel)
+                                                                            : std::nullopt;
+        bool allowed = options_.allowRemoteContent && !tracker;
         std::string_view httpKey = allowed ? ZVWebViewInternalHTTPSchemeKey : ZVWebViewExclusionHTTPSchemeKey;
         std::string_view httpsKey = allowed ? ZVWebViewInternalHTTPSSchemeKey : ZVWebViewExclusionHTTPSSchemeKey;
         std::string out;
         if (startsWithIgnoringASCIICase(url, "https:")) out = std::string(httpsKey) + url.substr(5);
         else if (startsWithIgnoringASCIICase(url, "http:")) out = std::string(httpKey) + url.substr(4);
         else out = std::string(httpsKey) + ":" + url;
-        if (imageKind) report.trackers.push_back({url, *imageKind});
+        if (tracker) report.trackers.push_back({url, *tracker});
         report.remoteURLs.push_back(std::move(url));
         return out;
     }
@@ -136,19 +139,32 @@ bool showsAnImage(const HTMLElement& element) {
     return name == "img" || name == "image";
 }
 
-void rewriteAttributes(HTMLElement& element, Rewriter& rewriter, bool blockTrackers) {
+// Rewrites the element's remote references; returns the first remote URL of
+// an <img>'s picture (its src, else its srcset), "" when it has none.
+std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, bool blockTrackers) {
     // Copied: rewriting changes the element's attributes as it goes.
     std::vector<html::HTMLAttribute> attributes = element.attributes();
     std::optional<TrackerKind> imageKind;
     if (blockTrackers && showsAnImage(element)) imageKind = trackingImageKind(element);
+    bool isImg = element.htmlNamespace() == html::Namespace::HTML && element.localName() == "img";
+    std::string pictureURL;
+    auto notePicture = [&](std::string_view name, std::size_t remoteBefore) {
+        if (!isImg || rewriter.report.remoteURLs.size() == remoteBefore) return;
+        if (name == "src" || (name == "srcset" && pictureURL.empty())) pictureURL = rewriter.report.remoteURLs[remoteBefore];
+    };
     for (const html::HTMLAttribute& attribute : attributes) {
         std::optional<std::string> value;
+        std::size_t remoteBefore = rewriter.report.remoteURLs.size();
         switch (kindOf(element, attribute)) {
         case AttributeKind::Other: continue;
         case AttributeKind::Ping: element.removeAttribute(attribute.qualifiedName()); continue;
-        case AttributeKind::URL: value = rewriter.rewritten(attribute.value, imageKind); break;
+        case AttributeKind::URL:
+            value = rewriter.rewritten(attribute.value, imageKind);
+            notePicture(attribute.name, remoteBefore);
+            break;
         case AttributeKind::Srcset:
             value = rewriter.rewrittenRanges(attribute.value, reading::srcsetURLRanges(attribute.value), imageKind);
+            notePicture(attribute.name, remoteBefore);
             break;
         case AttributeKind::Link: value = rewriter.cleanedLink(attribute.value); break;
         case AttributeKind::Style:
@@ -157,6 +173,10 @@ void rewriteAttributes(HTMLElement& element, Rewriter& rewriter, bool blockTrack
         }
         if (value) element.setAttribute(attribute.qualifiedName(), *value);
     }
+    // A local src (cid:, data:) still shows a picture.
+    const std::string* src = element.attribute("src");
+    if (src && !pictureURL.empty() && !src->starts_with(ZVWebViewExclusionHTTPSchemeKey)) return "";
+    return pictureURL;
 }
 
 void rewriteStyleSheet(HTMLElement& style, Rewriter& rewriter) {
@@ -195,15 +215,19 @@ SafeViewReport prepareDocumentForSafeView(html::HTMLDocument& document, const Sa
     if (!root) return {};
     Rewriter rewriter(options);
     std::vector<HTMLElement*> removed;
+    std::vector<std::pair<HTMLElement*, std::string>> blockedImages;
     for (HTMLElement* element : root->querySelectorAll("*")) {
         if (fetchesOrRedirects(*element)) {
             removed.push_back(element);
             continue;
         }
-        rewriteAttributes(*element, rewriter, options.blockTrackers);
+        std::string pictureURL = rewriteAttributes(*element, rewriter, options.blockTrackers);
+        if (!pictureURL.empty() && !options.allowRemoteContent && options.imagePlaceholders)
+            blockedImages.emplace_back(element, std::move(pictureURL));
         if (element->localName() == "style") rewriteStyleSheet(*element, rewriter);
     }
     for (HTMLElement* element : removed) element->parentNode()->removeChildNode(element);
+    for (auto& [image, url] : blockedImages) reading::placeBlockedImagePlaceholder(*image, url);
     insertPolicy(document, options.allowRemoteContent);
     return std::move(rewriter.report);
 }

@@ -3,19 +3,21 @@
 #include <zv/html/HTMLElement.h>
 
 #include "ASCIIText.h"
+#include "InlineStyleValues.h"
 
 #include <glib.h>
 
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <charconv>
 
 namespace zv {
 
 namespace {
 
 using html::HTMLElement;
+using reading::cssPixels;
+using reading::inlineStyleValue;
 
 constexpr std::array kTrackingParameters = {
     "mc_cid",     "mc_eid",          "fbclid",      "gclid",       "gclsrc",      "dclid",      "gbraid",
@@ -70,44 +72,16 @@ std::vector<QueryParameter> queryParameters(std::string_view url, std::size_t& q
     return parameters;
 }
 
-// A length in CSS pixels from "1", "1px" or "1.0px"; nothing for others.
-std::optional<double> pixels(std::string_view text) {
-    text = trimASCIIWhitespace(text);
-    if (text.ends_with("px")) text.remove_suffix(2);
-    double value = 0;
-    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return value;
-}
-
-// The value of `property` in a style attribute, the last declaration winning.
-std::optional<std::string> styleValue(std::string_view style, std::string_view property) {
-    std::optional<std::string> found;
-    std::size_t position = 0;
-    while (position < style.size()) {
-        std::size_t end = std::min(style.find(';', position), style.size());
-        std::string_view declaration = style.substr(position, end - position);
-        position = end + 1;
-        std::size_t colon = declaration.find(':');
-        if (colon == std::string_view::npos) continue;
-        if (toASCIILower(trimASCIIWhitespace(declaration.substr(0, colon))) != property) continue;
-        std::string value = toASCIILower(trimASCIIWhitespace(declaration.substr(colon + 1)));
-        if (value.ends_with("!important")) value = std::string(trimASCIIWhitespace(value.substr(0, value.size() - 10)));
-        found = std::move(value);
-    }
-    return found;
-}
-
 bool hidesItself(const HTMLElement& element) {
     if (element.hasAttribute("hidden")) return true;
     const std::string* style = element.attribute("style");
     if (!style) return false;
-    if (styleValue(*style, "display") == "none") return true;
-    if (auto visibility = styleValue(*style, "visibility"); visibility == "hidden" || visibility == "collapse")
+    if (inlineStyleValue(*style, "display") == "none") return true;
+    if (auto visibility = inlineStyleValue(*style, "visibility"); visibility == "hidden" || visibility == "collapse")
         return true;
-    if (auto opacity = styleValue(*style, "opacity"); opacity && pixels(*opacity) == 0.0) return true;
+    if (auto opacity = inlineStyleValue(*style, "opacity"); opacity && cssPixels(*opacity) == 0.0) return true;
     for (const char* dimension : {"width", "height", "max-width", "max-height"})
-        if (auto value = styleValue(*style, dimension); value && pixels(*value) == 0.0) return true;
+        if (auto value = inlineStyleValue(*style, dimension); value && cssPixels(*value) == 0.0) return true;
     return false;
 }
 
@@ -116,19 +90,14 @@ bool isHidden(const HTMLElement& image) {
     for (const HTMLElement* element = &image; element; element = element->parentElement())
         if (hidesItself(*element)) return true;
     for (const char* dimension : {"width", "height"})
-        if (const std::string* value = image.attribute(dimension); value && pixels(*value) == 0.0) return true;
+        if (const std::string* value = image.attribute(dimension); value && cssPixels(*value) == 0.0) return true;
     return false;
 }
 
 bool isPixel(const HTMLElement& image) {
-    const std::string* style = image.attribute("style");
     bool declared = false;
     for (const char* dimension : {"width", "height"}) {
-        std::optional<double> size;
-        if (style)
-            if (auto value = styleValue(*style, dimension)) size = pixels(*value);
-        if (!size)
-            if (const std::string* value = image.attribute(dimension)) size = pixels(*value);
+        std::optional<double> size = reading::declaredImageDimension(image, dimension);
         if (!size) continue;
         if (*size > 2) return false;
         declared = true;

@@ -111,6 +111,49 @@ TEST(SafeMessageView, PolicyComesFirstAndAllowsRemoteOnlyWhenAsked) {
     }
 }
 
+// Blocked, a picture leaves a box saying what it is and how large it was
+// declared, the refused image hidden inside; what a reader would not see
+// anyway gets none, and shown remote content needs none.
+TEST(SafeMessageView, BlockedImagesLeaveAPlaceholder) {
+    struct Case {
+        const char* body;
+        const char* text;  // the placeholder's text (label, then size); null: no placeholder
+        const char* box;   // part of its style
+    } cases[] = {
+        {"<img src=\"https://x.example/b.png\" alt=\" Garden  Notes \" width=\"560\" height=\"120\">",
+         "Garden  Notes560 × 120", "width:560px;height:120px;"},
+        {"<img src=\"https://x.example/pics/tulips.jpg?id=4\" style=\"width:260px; height:150.4px\" height=\"9\">",
+         "tulips.jpg260 × 150", "width:260px;height:150px;"},
+        {"<img srcset=\"https://x.example/a.png 1x, https://x.example/b.png 2x\" width=\"600\">", "a.png600 wide",
+         "width:600px;min-height:36px;"},
+        {"<img src=\"//cdn.example/\" alt=\"\" width=\"300\" height=\"100\">", "300 × 100", "width:300px;height:100px;"},
+        {"<img src=\"https://cdn.example/\">", "cdn.example", "padding:1px 6px;"},
+        {"<img src=\"https://x.example/f.png\" alt=\"Facebook\" width=\"24\" height=\"24\" style=\"display:block\">",
+         "Facebook24 × 24", "padding:1px 6px;display:flex;"},
+        {"<img src=\"https://x.example/o.gif\" width=\"1\" height=\"1\">", nullptr, nullptr},
+        {"<div style=\"display:none\"><img src=\"https://x.example/h.png\" alt=\"h\"></div>", nullptr, nullptr},
+        {"<img src=\"https://x.example/spacer.gif\" alt=\"\">", nullptr, nullptr},
+        {"<img src=\"cid:a@b\" srcset=\"https://x.example/a.png 2x\" alt=\"a\">", nullptr, nullptr},
+    };
+    for (const Case& c : cases) {
+        for (bool allow : {false, true}) {
+            auto document = HTMLParser(std::string("<body>") + c.body).parseDocument();
+            zv::prepareDocumentForSafeView(*document, {.allowRemoteContent = allow, .readerAddresses = {}});
+            zv::html::HTMLElement* box = document->body()->querySelector("span[role=img]");
+            if (!c.text || allow) {
+                EXPECT_EQ(box, nullptr) << c.body << (allow ? " allowed" : "");
+                continue;
+            }
+            ASSERT_NE(box, nullptr) << c.body;
+            EXPECT_EQ(box->textContent(), c.text) << c.body;
+            EXPECT_NE(box->attribute("style")->find(c.box), std::string::npos) << *box->attribute("style");
+            zv::html::HTMLElement* image = box->querySelector("img");
+            ASSERT_NE(image, nullptr) << c.body;
+            EXPECT_TRUE(image->attribute("style")->ends_with("display:none !important")) << c.body;
+        }
+    }
+}
+
 // A stranger writes these attributes: each must cost one pass, so a message
 // of them is ready long before the bound below.
 TEST(SafeMessageView, HostileAttributesFinish) {

@@ -212,14 +212,17 @@ TEST(MessageDocument, RemoteReferencesAreBlockedUntilAllowed) {
 
 TEST(ViewArguments, OptionsAndTheirMistakes) {
     std::string error;
-    auto parsed = parseViewArguments({"--select", "3", "box", "--screenshot", "a.png", "--find", "plan", "x.eml"}, error);
+    auto parsed = parseViewArguments(
+        {"--select", "3", "box", "--screenshot", "a.png", "--find", "plan", "--follow-link", "2", "x.eml"}, error);
     ASSERT_TRUE(parsed) << error;
     EXPECT_EQ(parsed->paths, (std::vector<std::string>{"box", "x.eml"}));
     EXPECT_EQ(parsed->select, std::optional<std::size_t>(2)) << "rows count from 1";
     EXPECT_EQ(parsed->screenshot, std::optional<std::string>("a.png"));
     EXPECT_EQ(parsed->find, std::optional<std::string>("plan"));
+    EXPECT_EQ(parsed->followLink, std::optional<std::size_t>(1)) << "links count from 1";
     for (std::vector<std::string> bad : std::vector<std::vector<std::string>>{
-             {}, {"--select", "0", "box"}, {"--select", "2x", "box"}, {"box", "--select"}, {"--zoom", "box"}}) {
+             {}, {"--select", "0", "box"}, {"--select", "2x", "box"}, {"box", "--select"}, {"--zoom", "box"},
+             {"--follow-link", "0", "box"}, {"--always-show", "everyone", "box"}}) {
         error.clear();
         EXPECT_FALSE(parseViewArguments(bad, error));
         EXPECT_FALSE(error.empty());

@@ -19,6 +19,10 @@
 //   allowed.
 // The internal HTTP schemes written in the message itself count as remote
 // references too, so a message cannot name them to slip past the blocking.
+// While remote content is blocked, each <img> whose picture is remote is
+// shown as a placeholder box of its declared size, with its alternative text
+// (else its file name) and that size, the refused image hidden inside it;
+// pixels, hidden images and decorative ones without a size get none.
 // Links (<a href>) are left as they are (following one is the host's
 // decision), except that tracking parameters go when trackers are blocked.
 // Work is linear in the document's size, whatever its attributes hold.
@@ -43,6 +47,8 @@ namespace zv {
 struct SafeViewOptions {
     bool allowRemoteContent = false;
     bool blockTrackers = false;
+    // Blocked images shown as placeholders (see above).
+    bool imagePlaceholders = true;
     // The reader's own mail addresses, for spotting them in image URLs.
     std::vector<std::string> readerAddresses;
 };

@@ -2,7 +2,17 @@
 
 namespace zvwk {
 
-bool writeWindowPNG(GtkWindow* window, const std::string& path, std::string& error) {
+namespace {
+
+void drawWidget(GtkSnapshot* snapshot, GtkWidget* widget) {
+    GdkPaintable* paintable = gtk_widget_paintable_new(widget);
+    gdk_paintable_snapshot(paintable, snapshot, gtk_widget_get_width(widget), gtk_widget_get_height(widget));
+    g_object_unref(paintable);
+}
+
+}  // namespace
+
+bool writeWindowPNG(GtkWindow* window, const std::string& path, std::string& error, GtkWindow* over) {
     GtkWidget* widget = GTK_WIDGET(window);
     int width = gtk_widget_get_width(widget);
     int height = gtk_widget_get_height(widget);
@@ -11,11 +21,30 @@ bool writeWindowPNG(GtkWindow* window, const std::string& path, std::string& err
         error = "the window is not on screen";
         return false;
     }
-    GdkPaintable* paintable = gtk_widget_paintable_new(widget);
     GtkSnapshot* snapshot = gtk_snapshot_new();
-    gdk_paintable_snapshot(paintable, snapshot, width, height);
+    drawWidget(snapshot, widget);
+    if (over && gtk_widget_get_width(GTK_WIDGET(over)) > 0) {
+        GtkWidget* dialog = GTK_WIDGET(over);
+        int dialogWidth = gtk_widget_get_width(dialog), dialogHeight = gtk_widget_get_height(dialog);
+        // The window dimmed behind its dialog, as a modal one leaves it.
+        GdkRGBA shade = {0, 0, 0, 0.25f};
+        graphene_rect_t whole = GRAPHENE_RECT_INIT(0, 0, float(width), float(height));
+        gtk_snapshot_append_color(snapshot, &shade, &whole);
+        graphene_point_t origin = GRAPHENE_POINT_INIT(float(width - dialogWidth) / 2, float(height - dialogHeight) / 3);
+        gtk_snapshot_save(snapshot);
+        gtk_snapshot_translate(snapshot, &origin);
+        // Its frame and shadow are the window manager's, which an unattended run has none of.
+        GskRoundedRect frame;
+        graphene_rect_t area = GRAPHENE_RECT_INIT(0, 0, float(dialogWidth), float(dialogHeight));
+        gsk_rounded_rect_init_from_rect(&frame, &area, 8);
+        GdkRGBA shadow = {0, 0, 0, 0.35f};
+        gtk_snapshot_append_outset_shadow(snapshot, &frame, &shadow, 0, 4, 2, 16);
+        gtk_snapshot_push_rounded_clip(snapshot, &frame);
+        drawWidget(snapshot, dialog);
+        gtk_snapshot_pop(snapshot);
+        gtk_snapshot_restore(snapshot);
+    }
     GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
-    g_object_unref(paintable);
     if (!node) {
         error = "the window drew nothing";
         return false;

@@ -9,7 +9,8 @@
 namespace zvwk {
 
 // False with `error` set when the window has no size yet or the file cannot
-// be written.
-bool writeWindowPNG(GtkWindow* window, const std::string& path, std::string& error);
+// be written. `over` (a dialog of the window) is drawn centred on top, as a
+// window manager would place it.
+bool writeWindowPNG(GtkWindow* window, const std::string& path, std::string& error, GtkWindow* over = nullptr);
 
 }  // namespace zvwk

@@ -37,6 +37,7 @@ GtkAdjustment* ConversationView::verticalAdjustment() const {
 void ConversationView::clear() {
     for (auto& card : cards_) {
         card->settled = nullptr;
+        card->rememberedChoicesChanged = nullptr;
         card->bodyViewMade = nullptr;
         card->processAnchor = nullptr;
         gtk_box_remove(GTK_BOX(cardsBox_), card->widget());
@@ -55,10 +56,16 @@ void ConversationView::show(const std::string& subject, const std::vector<Messag
     for (const MessageSummary& summary : messages) {
         auto card = MessageCard::create(summary, {options.dark});
         card->scrollTarget = verticalAdjustment();
+        card->setZoomLevel(zoom_);
         card->processAnchor = [this]() -> WebKitWebView* {
             return options_.shareWebProcess ? anchor_.get() : nullptr;
         };
         card->settled = [this](MessageCard& settledCard) { cardLoaded(settledCard); };
+        // A choice made on one message applies to the others it covers at once.
+        card->rememberedChoicesChanged = [this](MessageCard& changed) {
+            for (auto& other : cards_)
+                if (other.get() != &changed) other->followRememberedChoices();
+        };
         card->bodyViewMade = [this](MessageCard& made) {
             if (!anchor_) anchor_ = zv::GObjectRef<WebKitWebView>::ref(made.bodyView()->webView());
         };
@@ -74,6 +81,11 @@ void ConversationView::show(const std::string& subject, const std::vector<Messag
         cards_[i]->readContent(*readQueue_);
     }
     for (size_t i = 0; i < firstExpanded; ++i) cards_[i]->readContent(*readQueue_);
+}
+
+void ConversationView::setZoomLevel(double level) {
+    zoom_ = level;
+    for (auto& card : cards_) card->setZoomLevel(level);
 }
 
 bool ConversationView::isLoaded() const {

@@ -49,6 +49,10 @@ public:
     // Run whenever a card has settled: its body loaded, or its error shown.
     std::function<void(MessageCard&)> cardSettled;
 
+    // Every message's zoom, the ones shown later included.
+    void setZoomLevel(double level);
+    double zoomLevel() const { return zoom_; }
+
     GtkAdjustment* verticalAdjustment() const;
     // Scrolls so that the point `below` pixels under the top of `widget` (a
     // part of a card) is at the top of the column.
@@ -66,6 +70,7 @@ private:
     std::vector<std::shared_ptr<MessageCard>> cards_;
     zv::GObjectRef<WebKitWebView> anchor_;
     ConversationOptions options_;
+    double zoom_ = 1;
     bool reportedFirst_ = false;
     bool reportedAll_ = false;
 };

@@ -27,6 +27,9 @@ GtkWidget* askBeforeOpeningLink(GtkWindow* parent, const std::string& shownText,
     gtk_message_dialog_format_secondary_markup(GTK_MESSAGE_DIALOG(dialog),
                                                "The message shows:\n<b>%s</b>\n\nThe link goes to:\n<b>%s</b>\n\n%s",
                                                shown, target, why);
+    // GTK's message dialog sets its heading flush against the top edge.
+    gtk_widget_set_margin_top(gtk_message_dialog_get_message_area(GTK_MESSAGE_DIALOG(dialog)), 18);
+    gtk_widget_set_margin_bottom(gtk_message_dialog_get_message_area(GTK_MESSAGE_DIALOG(dialog)), 6);
     gtk_dialog_add_button(GTK_DIALOG(dialog), "_Cancel", GTK_RESPONSE_CANCEL);
     gtk_dialog_add_button(GTK_DIALOG(dialog), "_Open Link", GTK_RESPONSE_ACCEPT);
     gtk_dialog_set_default_response(GTK_DIALOG(dialog), GTK_RESPONSE_CANCEL);

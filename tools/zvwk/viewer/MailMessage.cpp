@@ -135,7 +135,7 @@ void readLeafPart(GMimePart* part, MessageContent& content) {
     }
     std::string filename = textOf(g_mime_part_get_filename(part));
     if (filename.empty() && !attachment) return;
-    content.attachments.push_back({filename.empty() ? "attachment" : filename, mimeTypeOf(object), data->size()});
+    content.attachments.push_back({filename.empty() ? "attachment" : filename, mimeTypeOf(object), data->size(), *data});
 }
 
 // Attached messages are listed, not entered.
@@ -144,7 +144,9 @@ void readParts(GMimeObject* root, MessageContent& content) {
         if (GMIME_IS_MESSAGE_PART(object)) {
             GMimeMessage* attached = g_mime_message_part_get_message(GMIME_MESSAGE_PART(object));
             std::string subject = attached ? textOf(g_mime_message_get_subject(attached)) : "";
-            content.attachments.push_back({subject.empty() ? "message.eml" : subject + ".eml", "message/rfc822", 0});
+            std::string bytes = attached ? ownedText(g_mime_object_to_string(GMIME_OBJECT(attached), nullptr)) : "";
+            content.attachments.push_back(
+                {subject.empty() ? "message.eml" : subject + ".eml", "message/rfc822", bytes.size(), bytes});
         } else if (GMIME_IS_PART(object)) {
             readLeafPart(GMIME_PART(object), content);
         }

@@ -37,9 +37,10 @@ struct MessageSummary {
 };
 
 struct Attachment {
-    std::string filename;
+    std::string filename;  // as the message names it: not safe as a path
     std::string mimeType;
     std::size_t size = 0;
+    std::string data;  // decoded
 };
 
 // A part the HTML body can show by "cid:" URL.

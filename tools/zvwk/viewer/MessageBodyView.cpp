@@ -1,5 +1,6 @@
 #include "MessageBodyView.h"
 
+#include "MessageDocument.h"
 #include "MessageNavigationPolicy.h"
 
 #include <zv/scheme/WebKitSchemeBinding.h>
@@ -52,6 +53,15 @@ std::shared_ptr<zv::ZVWebViewURLSchemeHandler> messageSchemeHandler(const Messag
         resource->URL = "cid:" + part.contentId;
         resource->MIMEType = part.mimeType;
         resource->textEncodingName = part.charset;
+        handler->addResource(resource, resource->URL);
+    }
+    for (std::size_t i = 0; i < content.attachments.size(); ++i) {
+        const Attachment& attachment = content.attachments[i];
+        if (!showsAttachmentInline(attachment)) continue;
+        auto resource = std::make_shared<zv::ZVMimeResource>();
+        resource->data.assign(attachment.data.begin(), attachment.data.end());
+        resource->URL = attachedPictureURL(i);
+        resource->MIMEType = attachment.mimeType;
         handler->addResource(resource, resource->URL);
     }
     handler->setupHTTPOverrides();

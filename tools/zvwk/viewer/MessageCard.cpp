@@ -1,9 +1,12 @@
 #include "MessageCard.h"
 
+#include "AttachmentChip.h"
+#include "AttachmentFiles.h"
 #include "DateText.h"
 #include "MessageBodyView.h"
 #include "MessageErrorBox.h"
 #include "MessageHeader.h"
+#include "MessagePrinting.h"
 #include "RemoteContentBar.h"
 #include "SymbolIcon.h"
 
@@ -43,15 +46,30 @@ std::string formatSize(std::size_t bytes) {
     return text;
 }
 
-GtkWidget* dimLabel(const std::string& text) {
-    GtkWidget* label = gtk_label_new(text.c_str());
-    gtk_widget_add_css_class(label, "dim-label");
-    gtk_label_set_xalign(GTK_LABEL(label), 0);
-    gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
-    return label;
+const char* symbolColour(bool dark) { return dark ? "#deddda" : "#3d3846"; }
+
+using Scope = zv::RemoteContentChoices::Scope;
+
+std::string lowerCase(const std::string& text) {
+    g_autofree char* lower = g_ascii_strdown(text.c_str(), -1);
+    return lower;
 }
 
-const char* symbolColour(bool dark) { return dark ? "#deddda" : "#3d3846"; }
+// The part after the address's last "@"; "" without one.
+std::string domainOf(const std::string& address) {
+    std::size_t at = address.rfind('@');
+    return at == std::string::npos ? "" : lowerCase(address.substr(at + 1));
+}
+
+// Which remembered choice shows a sender's remote content: the address's own
+// when there is one, else its domain's.
+std::optional<Scope> rememberedScope(zv::RemoteContentChoices& choices, const std::string& address) {
+    if (address.empty() || !choices.allowsRemoteContent(address)) return std::nullopt;
+    zv::RemoteContentChoices::Choice own{Scope::Sender, lowerCase(address)};
+    for (const auto& choice : choices.choices())
+        if (choice == own) return Scope::Sender;
+    return Scope::Domain;
+}
 
 }  // namespace
 
@@ -71,12 +89,14 @@ void MessageCard::readContent(zv::OperationQueue& queue) {
         return;
     }
     std::weak_ptr<MessageCard> weak = weak_from_this();
-    queue.addOperation([weak, location = summary_.location, dark = style_.dark] {
+    queue.addOperation([weak, location = summary_.location, sender = summary_.fromAddress, dark = style_.dark] {
         ReadContent read;
         read.content = readMessageContent(location);
         if (read.content.error.empty()) {
+            // A remembered choice applies to the first form, so the body loads once.
+            read.remembered = rememberedScope(*zv::RemoteContentChoices::shared(), sender);
             read.body = MessageBody(read.content);
-            read.prepared = read.body.prepare({false, false, dark});
+            read.prepared = read.body.prepare({.allowRemoteContent = read.remembered.has_value(), .dark = dark});
             read.preview = previewOfContent(read.content, 160);
         }
         zv::dispatchMainAsync([weak, read = std::move(read)]() mutable {
@@ -90,6 +110,9 @@ void MessageCard::contentReady(ReadContent read) {
     body_ = std::move(read.body);
     preparedHTML_ = std::move(read.prepared.html);
     remoteReferences_ = read.prepared.remoteReferences;
+    trackers_ = read.prepared.trackers;
+    remembered_ = read.remembered;
+    allowRemote_ = preparedRemote_ = remembered_.has_value();
     contentRead_ = true;
     preview_ = isError() ? errorText() : std::move(read.preview);
     gtk_label_set_text(GTK_LABEL(previewLabel_), preview_.c_str());
@@ -147,6 +170,11 @@ GtkWidget* MessageCard::buildHeader() {
                              static_cast<MessageCard*>(self)->setShowsPlainText(gtk_toggle_button_get_active(button));
                          }),
                          this);
+    if (GtkWidget* print = zvwk_message_header_get_print_button(header)) {
+        printButton_ = print;
+        g_signal_connect(print, "clicked", G_CALLBACK(+[](GtkButton*, gpointer self) { static_cast<MessageCard*>(self)->print(); }),
+                         this);
+    }
     originalColoursButton_ = zvwk_message_header_get_original_colours_button(header);
     if (originalColoursButton_)
         g_signal_connect(originalColoursButton_, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer self) {
@@ -162,9 +190,19 @@ GtkWidget* MessageCard::buildHeader() {
 }
 
 GtkWidget* MessageCard::buildRemoteBar() {
-    GtkWidget* bar = zvwk_remote_content_bar_new(style_.dark);
+    std::string domain = domainOf(summary_.fromAddress);
+    GtkWidget* bar = zvwk_remote_content_bar_new(style_.dark, domain.empty() ? nullptr : summary_.fromAddress.c_str(),
+                                                 domain.c_str());
     g_signal_connect(bar, "show-remote-content",
                      G_CALLBACK(+[](GtkWidget*, gpointer self) { static_cast<MessageCard*>(self)->showRemoteContent(); }),
+                     this);
+    g_signal_connect(bar, "always-show", G_CALLBACK(+[](GtkWidget*, gboolean wholeDomain, gpointer self) {
+                         static_cast<MessageCard*>(self)->alwaysShowRemoteContent(wholeDomain ? Scope::Domain : Scope::Sender);
+                     }),
+                     this);
+    g_signal_connect(bar, "forget", G_CALLBACK(+[](GtkWidget*, gpointer self) {
+                         static_cast<MessageCard*>(self)->forgetRemoteContentChoice();
+                     }),
                      this);
     return bar;
 }
@@ -174,25 +212,30 @@ GtkWidget* MessageCard::buildAttachments() {
     gtk_widget_add_css_class(flow, "attachments");
     gtk_flow_box_set_selection_mode(GTK_FLOW_BOX(flow), GTK_SELECTION_NONE);
     gtk_flow_box_set_max_children_per_line(GTK_FLOW_BOX(flow), 4);
-    for (const Attachment& attachment : content_.attachments) {
-        GtkWidget* chip = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 8);
-        gtk_widget_add_css_class(chip, "attachment");
+    for (std::size_t i = 0; i < content_.attachments.size(); ++i) {
+        const Attachment& attachment = content_.attachments[i];
         const char* symbol = g_str_has_prefix(attachment.mimeType.c_str(), "image/") ? "photo"
                              : attachment.mimeType == "message/rfc822"                ? "envelope"
                                                                                       : "doc.text";
-        gtk_box_append(GTK_BOX(chip), symbolImage(symbol, 24, symbolColour(style_.dark)));
-        GtkWidget* texts = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-        GtkWidget* name = gtk_label_new(attachment.filename.c_str());
-        gtk_label_set_xalign(GTK_LABEL(name), 0);
-        gtk_label_set_ellipsize(GTK_LABEL(name), PANGO_ELLIPSIZE_MIDDLE);
-        gtk_label_set_max_width_chars(GTK_LABEL(name), 28);
-        gtk_box_append(GTK_BOX(texts), name);
-        gtk_box_append(GTK_BOX(texts), dimLabel(attachment.mimeType + (attachment.size ? ", " + formatSize(attachment.size) : "")));
-        gtk_box_append(GTK_BOX(chip), texts);
-        gtk_widget_set_tooltip_text(chip, attachment.filename.c_str());
+        std::string detail = attachment.mimeType + (attachment.size ? ", " + formatSize(attachment.size) : "");
+        GtkWidget* chip = zvwk_attachment_chip_new(attachment.filename.c_str(), detail.c_str(), symbol,
+                                                   symbolColour(style_.dark));
+        g_object_set_data(G_OBJECT(chip), "zvwk-attachment", GSIZE_TO_POINTER(i));
+        g_signal_connect(chip, "open", G_CALLBACK(+[](GtkWidget* chip, gpointer self) {
+                             openAttachment(static_cast<MessageCard*>(self)->attachmentOf(chip), GTK_WINDOW(gtk_widget_get_root(chip)));
+                         }),
+                         this);
+        g_signal_connect(chip, "save", G_CALLBACK(+[](GtkWidget* chip, gpointer self) {
+                             saveAttachment(static_cast<MessageCard*>(self)->attachmentOf(chip), GTK_WINDOW(gtk_widget_get_root(chip)));
+                         }),
+                         this);
         gtk_flow_box_append(GTK_FLOW_BOX(flow), chip);
     }
     return flow;
+}
+
+const Attachment& MessageCard::attachmentOf(GtkWidget* chip) const {
+    return content_.attachments[GPOINTER_TO_SIZE(g_object_get_data(G_OBJECT(chip), "zvwk-attachment"))];
 }
 
 GtkWidget* MessageCard::buildError() {
@@ -217,6 +260,7 @@ void MessageCard::updateExpansion() {
 
 void MessageCard::updateBodyButtons() {
     if (plainTextButton_) gtk_widget_set_visible(plainTextButton_, expanded_ && !isError());
+    if (printButton_) gtk_widget_set_visible(printButton_, expanded_ && !isError());
     // Colours are the HTML body's; a text body follows the desktop anyway.
     if (originalColoursButton_)
         gtk_widget_set_visible(originalColoursButton_, expanded_ && contentRead_ && !isError() && content_.html &&
@@ -237,6 +281,7 @@ void MessageCard::makeBodyView() {
     g_signal_connect(scroll, "scroll", G_CALLBACK(onScroll), this);
     gtk_widget_add_controller(GTK_WIDGET(webView), scroll);
 
+    webkit_web_view_set_zoom_level(webView, zoom_);
     gtk_widget_set_hexpand(GTK_WIDGET(webView), TRUE);
     gtk_widget_set_size_request(GTK_WIDGET(webView), -1, kLoadingHeight);
     gtk_widget_add_css_class(GTK_WIDGET(webView), "message-body");
@@ -259,19 +304,66 @@ void MessageCard::loadBody() {
         preparedAsText_ = asPlainText_;
         preparedOriginal_ = originalColours_;
     }
-    // Shown, remote content keeps its trackers out; the bar then counts them.
-    if (allowRemote_ && trackers_ > 0) zvwk_remote_content_bar_show_trackers(ZVWK_REMOTE_CONTENT_BAR(remoteBar_), guint(trackers_));
-    gtk_widget_set_visible(remoteBar_, (blockedRemoteReferences() > 0 || (allowRemote_ && trackers_ > 0)) && !asPlainText_);
+    updateRemoteBar();
     bodyLoaded_ = false;
     heightKnown_ = false;
     navigationFinished_ = false;
     webkit_web_view_load_html(view_->webView(), preparedHTML_.c_str(), "about:blank");
 }
 
+// Shown, remote content keeps its trackers out; the bar then counts them,
+// and names the remembered choice that showed it.
+void MessageCard::updateRemoteBar() {
+    auto* bar = ZVWK_REMOTE_CONTENT_BAR(remoteBar_);
+    std::string rememberedFor;
+    if (remembered_) rememberedFor = *remembered_ == Scope::Sender ? lowerCase(summary_.fromAddress) : domainOf(summary_.fromAddress);
+    if (allowRemote_) zvwk_remote_content_bar_show_shown(bar, guint(trackers_), remembered_ ? rememberedFor.c_str() : nullptr);
+    else zvwk_remote_content_bar_show_blocked(bar);
+    bool worthSaying = !allowRemote_ || trackers_ > 0 || remembered_;
+    gtk_widget_set_visible(remoteBar_, remoteReferences_ > 0 && worthSaying && !asPlainText_);
+}
+
+void MessageCard::print(GtkPrintSettings* settings, std::function<void()> finished) {
+    if (view_) printMessage(view_->webView(), summary_, settings, std::move(finished));
+}
+
 void MessageCard::showRemoteContent() {
     if (allowRemote_) return;
     allowRemote_ = true;
     loadBody();
+}
+
+void MessageCard::alwaysShowRemoteContent(Scope scope) {
+    // Not stored (the library logs why), it still shows this message.
+    if (zv::RemoteContentChoices::shared()->alwaysAllow(summary_.fromAddress, scope)) remembered_ = scope;
+    if (allowRemote_) updateRemoteBar();
+    else showRemoteContent();
+    if (remembered_ && rememberedChoicesChanged) rememberedChoicesChanged(*this);
+}
+
+void MessageCard::forgetRemoteContentChoice() {
+    auto choices = zv::RemoteContentChoices::shared();
+    for (Scope scope : {Scope::Sender, Scope::Domain}) choices->forget(summary_.fromAddress, scope);
+    remembered_.reset();
+    allowRemote_ = false;
+    loadBody();
+    if (rememberedChoicesChanged) rememberedChoicesChanged(*this);
+}
+
+void MessageCard::followRememberedChoices() {
+    if (!contentRead_ || isError()) return;
+    std::optional<Scope> now = rememberedScope(*zv::RemoteContentChoices::shared(), summary_.fromAddress);
+    if (now == remembered_) return;
+    // Shown by the reader's own click, a message stays shown when a choice goes.
+    bool shownByChoice = remembered_.has_value();
+    remembered_ = now;
+    if (now && !allowRemote_) showRemoteContent();
+    else if (!now && shownByChoice) {
+        allowRemote_ = false;
+        loadBody();
+    } else {
+        updateRemoteBar();
+    }
 }
 
 void MessageCard::setShowsPlainText(bool plainText) {
@@ -291,8 +383,21 @@ void MessageCard::setShowsOriginalColours(bool original) {
     loadBody();
 }
 
+void MessageCard::setZoomLevel(double level) {
+    if (zoom_ == level) return;
+    zoom_ = level;
+    if (!view_) return;
+    webkit_web_view_set_zoom_level(view_->webView(), level);
+    // The same CSS height takes more pixels now; a page that lays out again
+    // on its narrower CSS width reports its new height itself.
+    if (heightKnown_) updateHeightFromPage(pageHeight_);
+}
+
 void MessageCard::updateHeightFromPage(int height) {
     if (height <= 0) return;
+    pageHeight_ = height;
+    // The page measures in CSS pixels, which the zoom makes larger on screen.
+    height = int(std::ceil(height * zoom_));
     bodyHeight_ = height;
     heightKnown_ = true;
     gtk_widget_set_size_request(GTK_WIDGET(view_->webView()), -1, height);

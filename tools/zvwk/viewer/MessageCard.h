@@ -6,7 +6,9 @@
 // conversation). It fetches nothing from the network: remote references are
 // blocked (see MessageDocument.h) until "Show remote content" on the card's
 // bar loads them through the "wren-http"/"wren-https" schemes and the URL
-// cache.
+// cache. The bar can also remember the choice for the sender or the sender's
+// domain (zv::RemoteContentChoices); a message a remembered choice covers is
+// prepared with its remote content from the start, so it loads once.
 // A collapsed card shows its preview line and makes no view until it is
 // expanded. A message that cannot be read shows an error card instead.
 //
@@ -19,6 +21,7 @@
 #include "MailMessage.h"
 #include "MessageDocument.h"
 
+#include <zv/reading/RemoteContentChoices.h>
 #include <zv/scheme/ZVWebViewURLSchemeHandler.h>
 #include <zv/webview/ZVWebView.h>
 
@@ -26,6 +29,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace zv {
@@ -82,6 +86,24 @@ public:
     // Trackers kept out of the shown remote content.
     std::size_t blockedTrackers() const { return allowRemote_ ? trackers_ : 0; }
     void showRemoteContent();
+    // Shows remote content now and for every later message from this sender
+    // (or from any address of its domain).
+    void alwaysShowRemoteContent(zv::RemoteContentChoices::Scope scope);
+    // The remembered choice that shows this message's remote content, if one does.
+    const std::optional<zv::RemoteContentChoices::Scope>& rememberedChoice() const { return remembered_; }
+    // Forgets the sender's choices of both scopes and blocks remote content again.
+    void forgetRemoteContentChoice();
+    // Follows the remembered choices as they are now (after another card
+    // changed them): shows or blocks remote content accordingly.
+    void followRememberedChoices();
+    // Told when this card made or forgot a remembered choice.
+    std::function<void(MessageCard&)> rememberedChoicesChanged;
+    // Prints the message with its header block (MessagePrinting.h); does
+    // nothing before the body view is made.
+    void print(GtkPrintSettings* settings = nullptr, std::function<void()> finished = {});
+    // The body's page zoom (1 = as the message sets it); the view keeps its
+    // content's height at every zoom.
+    void setZoomLevel(double level);
     bool showsPlainText() const { return asPlainText_; }
     void setShowsPlainText(bool plainText);
     // In the dark style, the HTML body with its sender's colours instead of adapted ones.
@@ -97,18 +119,21 @@ private:
         MessageBody body;
         PreparedBody prepared;
         std::string preview;
+        std::optional<zv::RemoteContentChoices::Scope> remembered;
     };
     void contentReady(ReadContent read);
     void finishBodyLoad();
     GtkWidget* buildHeader();
     GtkWidget* buildRemoteBar();
     GtkWidget* buildAttachments();
+    const Attachment& attachmentOf(GtkWidget* chip) const;
     GtkWidget* buildError();
     void makeBodyView();
     void loadBody();
     void updateHeightFromPage(int height);
     void updateExpansion();
     void updateBodyButtons();
+    void updateRemoteBar();
 
     static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self);
     static void onHeightMessage(WebKitUserContentManager*, JSCValue* value, gpointer self);
@@ -124,6 +149,7 @@ private:
     GtkWidget* detailLabel_ = nullptr;
     GtkWidget* previewLabel_ = nullptr;
     GtkWidget* plainTextButton_ = nullptr;
+    GtkWidget* printButton_ = nullptr;
     GtkWidget* originalColoursButton_ = nullptr;  // only in the dark style
     GtkWidget* bodyBox_ = nullptr;
     GtkWidget* remoteBar_ = nullptr;
@@ -131,6 +157,7 @@ private:
     std::shared_ptr<zv::ZVWebViewURLSchemeHandler> handler_;
     bool expanded_ = false;
     bool allowRemote_ = false;
+    std::optional<zv::RemoteContentChoices::Scope> remembered_;
     bool asPlainText_ = false;
     bool originalColours_ = false;
     bool bodyLoaded_ = false;
@@ -142,6 +169,8 @@ private:
     bool heightKnown_ = false;
     bool navigationFinished_ = false;
     int bodyHeight_ = 0;
+    double zoom_ = 1;
+    int pageHeight_ = 0;  // in the page's CSS pixels
     std::size_t remoteReferences_ = 0;
     std::size_t trackers_ = 0;
 };

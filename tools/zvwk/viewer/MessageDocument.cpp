@@ -9,6 +9,8 @@
 #include <zv/reading/SafeMessageView.h>
 #include <zv/text/PlainText.h>
 
+#include <glib.h>
+
 #include <sstream>
 
 namespace zvwk::viewer {
@@ -51,7 +53,19 @@ void prependHead(zv::html::HTMLDocument& document, const std::string& markup) {
 
 std::string escaped(std::string_view text) { return zv::html::stringByEncodingHTMLEntities(text); }
 
-std::string textDocument(const std::string& text, const BodyOptions& options) {
+// The attached pictures, each on a line of its own at the page's width at most.
+std::string attachedPicturesMarkup(const MessageContent& content) {
+    std::string markup;
+    for (std::size_t i = 0; i < content.attachments.size(); ++i) {
+        const Attachment& attachment = content.attachments[i];
+        if (!showsAttachmentInline(attachment)) continue;
+        markup += "<img src=\"" + attachedPictureURL(i) + "\" alt=\"" + escaped(attachment.filename) +
+                  "\" style=\"display:block;max-width:100%;height:auto;margin:16px 0 0\">";
+    }
+    return markup.empty() ? "" : "<div class=\"zvwk-attached-pictures\">" + markup + "</div>";
+}
+
+std::string textDocument(const std::string& text, const std::string& pictures, const BodyOptions& options) {
     std::ostringstream out;
     out << "<!DOCTYPE html><html><head><meta http-equiv=\"Content-Security-Policy\" content=\""
         << zv::safeViewContentSecurityPolicy(false) << "\"><meta charset=\"utf-8\"><style>" << textBodyStyle(options.dark)
@@ -68,7 +82,7 @@ std::string textDocument(const std::string& text, const BodyOptions& options) {
         else
             out << escaped(line);
     }
-    out << "</div></body></html>";
+    out << "</div>" << pictures << "</body></html>";
     return out.str();
 }
 
@@ -81,6 +95,7 @@ std::string plainTextOf(const zv::html::HTMLDocument& document, const std::optio
 }  // namespace
 
 MessageBody::MessageBody(const MessageContent& content) {
+    attachedPictures_ = attachedPicturesMarkup(content);
     if (!content.html) {
         plainText_ = content.plain.value_or("");
         return;
@@ -93,11 +108,11 @@ MessageBody::MessageBody(const MessageContent& content) {
 }
 
 PreparedBody MessageBody::prepare(const BodyOptions& options) const {
-    if (options.asPlainText || !inlined_) return {textDocument(plainText_, options), 0};
+    if (options.asPlainText || !inlined_) return {textDocument(plainText_, attachedPictures_, options), 0};
     bool dark = options.dark && !options.originalColours;
     zv::html::Ref<zv::html::HTMLDocument> document = (dark && ownDark_ ? ownDark_ : inlined_)->cloneNodeDeep(true);
     HTMLElement* root = document->documentElement();
-    if (!root) return {textDocument("", options), 0};
+    if (!root) return {textDocument("", attachedPictures_, options), 0};
     // Adapted before the page style goes in, so the adaptation reads only the sender's colours.
     if (dark) zv::adaptDocumentForDarkAppearance(*document);
     prependHead(*document, std::string("<style>") + (dark ? kDarkHTMLBodyStyle : kHTMLBodyStyle) + "</style>");
@@ -108,12 +123,28 @@ PreparedBody MessageBody::prepare(const BodyOptions& options) const {
     zv::SafeViewReport report = zv::prepareDocumentForSafeView(*document, safeView);
     body.remoteReferences = report.remoteReferences();
     body.trackers = report.trackers.size();
+    // After the preparation, which would count them among the message's own references.
+    if (HTMLElement* pageBody = document->body(); pageBody && !attachedPictures_.empty()) {
+        auto pictures = HTMLElement::create("div");
+        pictures->setInnerHTML(attachedPictures_);
+        for (zv::html::HTMLNode* node : pictures->childNodes()) pageBody->appendNode(zv::html::Ref<zv::html::HTMLNode>(node));
+    }
     body.html = "<!DOCTYPE html>" + root->outerHTML();
     return body;
 }
 
 PreparedBody prepareMessageBody(const MessageContent& content, const BodyOptions& options) {
     return MessageBody(content).prepare(options);
+}
+
+bool showsAttachmentInline(const Attachment& attachment) {
+    for (const char* type : {"image/png", "image/jpeg", "image/gif", "image/webp", "image/bmp"})
+        if (g_ascii_strcasecmp(attachment.mimeType.c_str(), type) == 0) return true;
+    return false;
+}
+
+std::string attachedPictureURL(std::size_t attachmentIndex) {
+    return "cid:zvwk-attachment-" + std::to_string(attachmentIndex) + "@viewer";
 }
 
 std::string messagePlainText(const MessageContent& content) {

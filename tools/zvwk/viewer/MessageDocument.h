@@ -9,7 +9,8 @@
 // remote references and, when images are shown without trackers, the
 // trackers it kept out.
 // A plain-text body, or either body shown as text, becomes a document of
-// its own with quoted lines set off.
+// its own with quoted lines set off. Either form ends with the message's
+// attached pictures, shown from the message's own parts.
 #pragma once
 
 #include "MailMessage.h"
@@ -54,9 +55,15 @@ private:
     // the dark style shows it so, its style sheets in place.
     zv::html::Ref<zv::html::HTMLDocument> ownDark_;
     std::string plainText_;
+    std::string attachedPictures_;  // markup that ends the body
 };
 
 PreparedBody prepareMessageBody(const MessageContent& content, const BodyOptions& options);
+
+// Whether an attachment is a picture shown below the body, and the URL the
+// body view's scheme handler serves it at.
+bool showsAttachmentInline(const Attachment& attachment);
+std::string attachedPictureURL(std::size_t attachmentIndex);
 
 // The message as text: zv::plainText of the HTML body, else the plain body.
 std::string messagePlainText(const MessageContent& content);

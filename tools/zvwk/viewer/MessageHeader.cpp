@@ -13,6 +13,7 @@ struct _ZvwkMessageHeader {
     GtkLabel* preview;
     GtkLabel* date;
     GtkWidget* plain_text_button;
+    GtkWidget* print_button;
     GtkWidget* original_colours_button;
 };
 
@@ -38,6 +39,7 @@ static void zvwk_message_header_class_init(ZvwkMessageHeaderClass* klass) {
     gtk_widget_class_bind_template_child(widget_class, ZvwkMessageHeader, preview);
     gtk_widget_class_bind_template_child(widget_class, ZvwkMessageHeader, date);
     gtk_widget_class_bind_template_child(widget_class, ZvwkMessageHeader, plain_text_button);
+    gtk_widget_class_bind_template_child(widget_class, ZvwkMessageHeader, print_button);
     gtk_widget_class_bind_template_child(widget_class, ZvwkMessageHeader, original_colours_button);
     gtk_widget_class_bind_template_callback(widget_class, on_lines_released);
     activatedSignal = g_signal_new("activated", G_TYPE_FROM_CLASS(klass), G_SIGNAL_RUN_LAST, 0, nullptr, nullptr,
@@ -64,18 +66,21 @@ GtkWidget* zvwk_message_header_new(const char* sender, const char* initials, gui
     }
     if (!plainTextButton) {
         gtk_box_remove(GTK_BOX(self), self->plain_text_button);
-        self->plain_text_button = nullptr;
+        gtk_box_remove(GTK_BOX(self), self->print_button);
+        self->plain_text_button = self->print_button = nullptr;
         return GTK_WIDGET(self);
     }
-    // The symbol is drawn in the style's colour, so it cannot be in the template.
-    gtk_button_set_child(GTK_BUTTON(self->plain_text_button),
-                         zvwk::viewer::symbolImage("doc", 16, dark ? "#deddda" : "#3d3846"));
+    // The symbols are drawn in the style's colour, so they cannot be in the template.
+    const char* colour = dark ? "#deddda" : "#3d3846";
+    gtk_button_set_child(GTK_BUTTON(self->plain_text_button), zvwk::viewer::symbolImage("doc", 16, colour));
+    gtk_button_set_child(GTK_BUTTON(self->print_button), zvwk::viewer::symbolImage("document-print-symbolic", 16, colour));
     return GTK_WIDGET(self);
 }
 
 GtkWidget* zvwk_message_header_get_detail(ZvwkMessageHeader* self) { return GTK_WIDGET(self->detail); }
 GtkWidget* zvwk_message_header_get_preview(ZvwkMessageHeader* self) { return GTK_WIDGET(self->preview); }
 GtkWidget* zvwk_message_header_get_plain_text_button(ZvwkMessageHeader* self) { return self->plain_text_button; }
+GtkWidget* zvwk_message_header_get_print_button(ZvwkMessageHeader* self) { return self->print_button; }
 GtkWidget* zvwk_message_header_get_original_colours_button(ZvwkMessageHeader* self) {
     return self->original_colours_button;
 }

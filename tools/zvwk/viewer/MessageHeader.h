@@ -1,8 +1,8 @@
 // The header of a message card: the sender's avatar and name, a detail line
-// (address, recipients) and a preview line, the date, the button that shows
-// the message as plain text and, in the dark style, the one that shows its
-// original colours. Emits "activated" when the sender's lines
-// are clicked; the card decides which lines and buttons show.
+// (address, recipients) and a preview line, the date, the buttons that print
+// the message and show it as plain text and, in the dark style, the one that
+// shows its original colours. Emits "activated" when the sender's lines are
+// clicked; the card decides which lines and buttons show.
 #pragma once
 
 #include <gtk/gtk.h>
@@ -22,6 +22,8 @@ GtkWidget* zvwk_message_header_get_detail(ZvwkMessageHeader* self);
 GtkWidget* zvwk_message_header_get_preview(ZvwkMessageHeader* self);
 // Null for a header made without it.
 GtkWidget* zvwk_message_header_get_plain_text_button(ZvwkMessageHeader* self);
+// Null for a header made without the plain text button.
+GtkWidget* zvwk_message_header_get_print_button(ZvwkMessageHeader* self);
 // Null for a header made without it; hidden until the card shows it.
 GtkWidget* zvwk_message_header_get_original_colours_button(ZvwkMessageHeader* self);
 

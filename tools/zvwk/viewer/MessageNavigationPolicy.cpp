@@ -2,7 +2,9 @@
 
 #include "LinkWarningDialog.h"
 
+#include <zv/foundation/GObjectRef.h>
 #include <zv/reading/LinkJudgement.h>
+#include <zv/webview/ScriptEvaluation.h>
 
 #include <initializer_list>
 #include <string>
@@ -27,12 +29,15 @@ struct HoveredLink {
     std::string text;
 };
 
+void setHoveredLink(WebKitWebView* view, HoveredLink link) {
+    g_object_set_data_full(G_OBJECT(view), "zvwk-hovered-link", new HoveredLink(std::move(link)),
+                           +[](gpointer data) { delete static_cast<HoveredLink*>(data); });
+}
+
 void mouseTargetChanged(WebKitWebView* view, WebKitHitTestResult* hit, guint, gpointer) {
     const char* uri = webkit_hit_test_result_context_is_link(hit) ? webkit_hit_test_result_get_link_uri(hit) : nullptr;
     const char* label = uri ? webkit_hit_test_result_get_link_label(hit) : nullptr;
-    auto* hovered = new HoveredLink{uri ? uri : "", label ? label : ""};
-    g_object_set_data_full(G_OBJECT(view), "zvwk-hovered-link", hovered,
-                           +[](gpointer data) { delete static_cast<HoveredLink*>(data); });
+    setHoveredLink(view, {uri ? uri : "", label ? label : ""});
 }
 
 // A link the reading library judges deceptive opens only when the reader,
@@ -64,7 +69,21 @@ gboolean decidePolicy(WebKitWebView* view, WebKitPolicyDecision* decision, WebKi
     return TRUE;
 }
 
+std::string linkScript(std::size_t index, const char* then) {
+    return "(function(){var a=document.querySelectorAll('a[href],area[href]')[" + std::to_string(index) + "];" + then + "})()";
+}
+
 }  // namespace
+
+void followMessageLink(WebKitWebView* view, std::size_t index) {
+    auto held = zv::GObjectRef<WebKitWebView>::ref(view);
+    zv::evaluateJavaScript(view, linkScript(index, "return a?[a.href,a.textContent.replace(/\\s+/g,' ').trim()]:null"),
+                           [held, index](std::optional<zv::Value> link, std::optional<zv::Error>) {
+                               if (!link || !link->is_array() || link->size() != 2) return;
+                               setHoveredLink(held.get(), {(*link)[0].get<std::string>(), (*link)[1].get<std::string>()});
+                               zv::evaluateJavaScript(held.get(), linkScript(index, "if(a)a.click()"));
+                           });
+}
 
 void keepViewOnMessage(WebKitWebView* view) {
     g_signal_connect(view, "decide-policy", G_CALLBACK(decidePolicy), nullptr);

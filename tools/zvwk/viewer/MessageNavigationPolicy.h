@@ -7,8 +7,15 @@
 
 #include <webkit/webkit.h>
 
+#include <cstddef>
+
 namespace zvwk::viewer {
 
 void keepViewOnMessage(WebKitWebView* view);
+
+// Clicks the view's `index`th link (from 0) as the reader would, with the
+// link's text taken as what the pointer was over, so it is judged as a click
+// of the mouse would be. Nothing happens when there is no such link.
+void followMessageLink(WebKitWebView* view, std::size_t index);
 
 }  // namespace zvwk::viewer

@@ -5,6 +5,9 @@
 #include "ViewerWindow.h"
 
 #include <zv/page/ZVWebWindowController.h>
+#include <zv/reading/RemoteContentChoices.h>
+
+#include <algorithm>
 
 namespace zvwk::viewer {
 
@@ -13,6 +16,11 @@ namespace {
 // How long an unattended find is given to count every message and step to
 // the first match before the window is taken as settled.
 constexpr gint64 kFindSettleMicroseconds = 1500 * 1000;
+
+// Zoom steps as browsers take them, within what a message still reads at.
+constexpr double kZoomStep = 1.1;
+constexpr double kSmallestZoom = 0.5;
+constexpr double kLargestZoom = 3;
 
 }  // namespace
 
@@ -24,7 +32,22 @@ ViewerExtensions::ViewerExtensions(ViewerWindow& window) : window_(window) {
     window_.addAction("find", [this] { find_->open(std::nullopt); }, "<Control>f");
     window_.addAction("help", [this] { showPage("MailViewerHelp"); }, "F1");
     window_.addAction("about", [this] { showPage("MailViewerAbout"); });
+    ConversationView& conversation = window_.conversationView();
+    auto zoomTo = [&conversation](double level) {
+        conversation.setZoomLevel(std::clamp(level, kSmallestZoom, kLargestZoom));
+    };
+    window_.addAction("zoom-in", [&conversation, zoomTo] { zoomTo(conversation.zoomLevel() * kZoomStep); });
+    window_.addAction("zoom-out", [&conversation, zoomTo] { zoomTo(conversation.zoomLevel() / kZoomStep); }, "<Control>minus");
+    window_.addAction("zoom-reset", [zoomTo] { zoomTo(1); }, "<Control>0");
+    // Ctrl+= is Ctrl+plus without the Shift most keyboards need for "+".
+    const char* zoomIn[] = {"<Control>plus", "<Control>equal", "<Control>KP_Add", nullptr};
+    gtk_application_set_accels_for_action(gtk_window_get_application(window_.window()), "win.zoom-in", zoomIn);
+    window_.addAction("forget-remote-content-choices", [&conversation] {
+        zv::RemoteContentChoices::shared()->forgetAll();
+        for (const auto& card : conversation.cards()) card->followRememberedChoices();
+    });
     window_.addMenuItem("Find in Conversation", "find");
+    window_.addMenuItem("Forget Remote Content Choices", "forget-remote-content-choices");
     window_.addMenuItem("Help", "help");
     window_.addMenuItem("About the Mail Viewer", "about");
 }

@@ -1,6 +1,8 @@
 // What the viewer adds on top of reading, plugged into the window at one
 // place: find across the conversation (Ctrl+F, the find bar above the
-// conversation) and the About and Help pages (the header bar's menu, F1).
+// conversation), the About and Help pages (the header bar's menu, F1) and
+// the messages' zoom (Ctrl+plus, Ctrl+minus, Ctrl+0) and forgetting every
+// "Always show remote content" choice (the header bar's menu).
 #pragma once
 
 #include <glib.h>
