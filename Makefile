@@ -27,9 +27,10 @@ configure: deps
 build: configure
 	@cmake --build $(BUILD)
 
-# The same tests with AddressSanitizer and UndefinedBehaviorSanitizer.
+# The same tests with AddressSanitizer and UndefinedBehaviorSanitizer, and the
+# work counters the growth tests read (release builds leave them out).
 asan:
-	$(MAKE) test BUILD=build-asan CMAKE_FLAGS="-DZV_SANITIZE=ON -DZV_BENCH=OFF"
+	$(MAKE) test BUILD=build-asan CMAKE_FLAGS="-DZV_SANITIZE=ON -DZV_WORK_COUNTERS=ON -DZV_BENCH=OFF"
 
 # libFuzzer, one target at a time: FUZZ_TARGET names it (fuzz/*.cpp say
 # what each checks), FUZZ_SECONDS bounds the run, FUZZ_SEEDS adds seed

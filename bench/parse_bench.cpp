@@ -4,7 +4,8 @@
 //   parse_bench BENCH_CORPUS [benchmark options]
 //       BENCH_CORPUS is what bench/extract_corpus_html.py writes: corpus/*
 //       (parsed one after another as a list of documents) and
-//       synthetic-newsletter.html (the large mail). Reports bytes per second.
+//       synthetic-newsletter.html (the large mail); a 10 MB document of one
+//       text node is generated. Reports bytes per second.
 //   parse_bench --peak-memory zvhtml|gumbo FILE
 //       Parses FILE once and prints how far the parse raised the process's
 //       peak resident set above what it held before, in KiB. Run it in a
@@ -162,10 +163,17 @@ int main(int argc, char** argv) {
         return 1;
     }
 
+    // One text node of 10 MB: what a long plain-text body wrapped in HTML gives.
+    std::vector<std::string> textNode(1, "<!DOCTYPE html><html><body><p>");
+    while (textNode[0].size() < 10'000'000) textNode[0] += "one long text node without any markup in it, ";
+    textNode[0] += "</p></body></html>";
+
     registerBenchmark("zvhtml/corpus", parseWithZvhtml, &corpus);
     registerBenchmark("gumbo/corpus", parseWithGumbo, &corpus);
     registerBenchmark("zvhtml/synthetic-5MB", parseWithZvhtml, &synthetic);
     registerBenchmark("gumbo/synthetic-5MB", parseWithGumbo, &synthetic);
+    registerBenchmark("zvhtml/text-node-10MB", parseWithZvhtml, &textNode);
+    registerBenchmark("gumbo/text-node-10MB", parseWithGumbo, &textNode);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;

@@ -1,7 +1,8 @@
 // How each operation grows with its input, on generated mail of the shapes
 // that have gone quadratic before: citations side by side, divs nested deep,
 // a wide flat body, one huge text node, a big table, quoting six levels deep
-// repeated, and one element with very many attributes.
+// repeated, one element with very many attributes, and one element that every
+// rule of a long head style sheet matches.
 //
 //   scaling_bench [--scale F] [--shape NAME] [--op NAME]
 //
@@ -101,6 +102,17 @@ const std::vector<Shape>& shapes() {
              html += "<p";
              for (size_t i = 0; i < n; ++i) html += " data-a" + std::to_string(i) + "=v";
              return html + ">One element, many attributes.</p>" + kTail;
+         }},
+        {"rules-on-one-element",
+         [](size_t n) {
+             // A head rule per class, every one matching the one paragraph.
+             std::string html = "<!DOCTYPE html><html><head><style>";
+             std::string classes;
+             for (size_t i = 0; i < n; ++i) {
+                 html += ".c" + std::to_string(i) + " { margin: " + std::to_string(i % 10) + "px }\n";
+                 classes += " c" + std::to_string(i);
+             }
+             return html + "</style></head><body><p class=\"" + classes + "\">One element, every rule.</p>" + kTail;
          }},
     };
     return all;

@@ -42,13 +42,8 @@ bool isExcluded(const std::string& selector, const std::vector<Regex>& exclusion
 
 void appendToInlineStyles(css::BodySelectorIndex& body, const std::string& selector,
                           const std::string& declarations) {
-    for (html::HTMLElement* element : body.elementsMatching(selector)) {
-        const std::string* old = element->attribute("style");
-        std::string style = old ? *old : std::string();
-        style += ' ';
-        style += declarations;
-        element->setAttribute("style", style);
-    }
+    const std::string appended = ' ' + declarations;
+    for (html::HTMLElement* element : body.elementsMatching(selector)) element->appendToAttribute("style", appended);
 }
 
 }  // namespace

@@ -44,6 +44,16 @@ void HTMLElement::setAttribute(std::string_view name, std::string_view value) {
     attributes_.push_back({std::string(name), std::string(value)});
 }
 
+void HTMLElement::appendToAttribute(std::string_view name, std::string_view text) {
+    for (auto& a : attributes_) {
+        if (hasQualifiedName(a, name)) {
+            a.value += text;
+            return;
+        }
+    }
+    attributes_.push_back({std::string(name), std::string(text)});
+}
+
 void HTMLElement::removeAttribute(std::string_view name) {
     std::erase_if(attributes_, [&](const HTMLAttribute& a) { return hasQualifiedName(a, name); });
 }

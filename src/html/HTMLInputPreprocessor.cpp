@@ -82,12 +82,15 @@ bool HTMLInputPreprocessor::nextPiece() {
     return true;
 }
 
+void HTMLInputPreprocessor::startCopying(const char* preparedEnd) {
+    // Normalising seldom grows the text, so one reservation usually holds it all.
+    buffer_.reserve(source_.size() + 1);
+    buffer_.assign(source_.data(), preparedEnd);
+    inPlace_ = false;
+}
+
 bool HTMLInputPreprocessor::prepareMore() {
     if (!nextPiece()) return false;
-    if (buffer_.capacity() == 0 && !pull_) {
-        // Normalising seldom grows the text, so one reservation usually holds it all.
-        buffer_.reserve(source_.size() + 1);
-    }
     const char* const begin = source_.data();
     const char* const sourceEnd = begin + source_.size();
     const char* p = begin + sourcePosition_;
@@ -107,8 +110,13 @@ bool HTMLInputPreprocessor::prepareMore() {
             if (!length) break;
             p += length;  // past the chunk's end, if that is where the sequence ends
         }
-        buffer_.append(run, p);
-        if (p >= chunkEnd) break;
+        if (inPlace_) {
+            if (p >= chunkEnd) break;
+            startCopying(p);
+        } else {
+            buffer_.append(run, p);
+            if (p >= chunkEnd) break;
+        }
         if (*p == '\r') {
             buffer_ += '\n';
             // A CR LF pair split by the chunk's end is still one newline:
@@ -122,6 +130,8 @@ bool HTMLInputPreprocessor::prepareMore() {
         }
     }
     sourcePosition_ = size_t(p - begin);
+    data_ = inPlace_ ? source_.data() : buffer_.data();
+    size_ = inPlace_ ? sourcePosition_ : buffer_.size();
     return true;
 }
 

@@ -1,13 +1,15 @@
 // The tokenizer's input stream: the source with newlines normalised (CR LF and
 // lone CR become LF) and invalid UTF-8 replaced by U+FFFD, prepared into one
-// contiguous buffer a chunk at a time as the tokenizer reaches its end.
+// contiguous buffer a chunk at a time as the tokenizer reaches its end. Until
+// the first byte that needs changing, that buffer is the source itself.
 //
 // Nothing is read at construction, so a caller that takes only the first
 // tokens of a large document pays only for the chunks those tokens cover.
 // The source is either one text held in place or pieces pulled from a
 // callback as they are needed (a file being read and decoded).
-// The buffer can move when invalid bytes make it outgrow its reservation, so
-// hold offsets into it, not pointers, across calls to prepareMore().
+// The buffer can move (from the source to a copy at the first byte that needs
+// changing, or when invalid bytes make a copy outgrow its reservation), so hold
+// offsets into it, not pointers, across calls to prepareMore().
 #pragma once
 
 #include <cstddef>
@@ -25,13 +27,14 @@ public:
     static constexpr size_t kChunkSize = 32 * 1024;
 
     // `source` must stay alive and unchanged while chunks are still to come.
-    explicit HTMLInputPreprocessor(std::string_view source) noexcept : source_(source) {}
+    explicit HTMLInputPreprocessor(std::string_view source) noexcept
+        : source_(source), inPlace_(true), data_(source.data() ? source.data() : "") {}
     // Each call of `pull` gives the next piece (held until the next call),
     // empty at the end; see HTMLTextSource.
     explicit HTMLInputPreprocessor(std::function<std::string_view()> pull) noexcept : pull_(std::move(pull)) {}
 
-    const char* data() const noexcept { return buffer_.data(); }
-    size_t size() const noexcept { return buffer_.size(); }
+    const char* data() const noexcept { return data_; }
+    size_t size() const noexcept { return size_; }
     // Whether the whole source has been prepared.
     bool finished() const noexcept { return sourcePosition_ == source_.size() && !pull_; }
 
@@ -50,9 +53,18 @@ private:
     // false at the end of the input.
     bool nextPiece();
 
+    // Switches from reading the source in place to a copy of what was
+    // prepared so far, at the first byte that needs changing.
+    void startCopying(const char* preparedEnd);
+
     std::string_view source_;
     size_t sourcePosition_ = 0;
+    // Text that needs no change is read where it lies: one source held in
+    // place is only copied from its first CR or invalid byte on.
+    bool inPlace_ = false;
     std::string buffer_;
+    const char* data_ = "";
+    size_t size_ = 0;
     std::function<std::string_view()> pull_;  // dropped once it gives nothing more
     bool pieceEndedWithCR_ = false;           // so an LF opening the next piece is not a second newline
 };

@@ -7,7 +7,7 @@
 #include <zv/html/HTMLElement.h>
 #include <zv/html/HTMLNodeIterator.h>
 #include <zv/html/HTMLSerializer.h>
-#include <zv/html/HTMLWorkCounters.h>
+#include "HTMLWorkCounters.h"
 
 #include "NodeAllocator.h"
 
@@ -69,7 +69,7 @@ HTMLNode* HTMLNode::rootNode() const noexcept {
     auto* n = const_cast<HTMLNode*>(this);
     uint64_t steps = 0;
     for (; n->parent_; ++steps) n = n->parent_;
-    htmlWorkCounters().stepsTowardsDocument += steps;
+    countWork(&HTMLWorkCounters::stepsTowardsDocument, steps);
     return n;
 }
 

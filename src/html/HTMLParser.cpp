@@ -46,8 +46,13 @@ Ref<HTMLDocumentFragment> HTMLParser::parseFragment(const HTMLElement& context) 
     return fragment_;
 }
 
+// The parse ends before the caller's text can, so the tokenizer reads it in
+// place instead of the copy an HTMLParser keeps.
 Ref<HTMLDocument> HTMLDocument::documentWithString(std::string_view html) {
-    return HTMLParser(html).parseDocument();
+    HTMLTokenizer tokenizer(html);
+    Ref<HTMLDocument> document = HTMLDocument::create();
+    HTMLTreeBuilder(tokenizer, HTMLParserOptions{}, nullptr).buildDocument(*document);
+    return document;
 }
 
 void HTMLElement::setInnerHTML(std::string_view html) {

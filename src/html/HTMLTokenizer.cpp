@@ -1,4 +1,4 @@
-#include <zv/html/HTMLTokenizer.h>
+#include "HTMLTokenizer.h"
 
 #include "tokenizer/HTMLTokenizerImpl.h"
 #include "tokenizer/HTMLTokenizerCDATAStates.h"
@@ -157,7 +157,10 @@ void HTMLTokenizer::Impl::startAttribute() {
 // Leaving the attribute name state: a name the tag already has makes the
 // attribute a duplicate, read to its end and then dropped.
 void HTMLTokenizer::Impl::finishAttributeName() {
-    if (!attributeNames.repeatsEarlierName(tag->attributes, attributeCount, counters.attributeNamesCompared)) return;
+    uint64_t compared = 0;
+    const bool repeated = attributeNames.repeatsEarlierName(tag->attributes, attributeCount, compared);
+    countWork(&HTMLWorkCounters::attributeNamesCompared, compared);
+    if (!repeated) return;
     error("duplicate-attribute");
     currentAttributeIsDuplicate = true;
 }

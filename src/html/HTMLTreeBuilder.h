@@ -10,6 +10,7 @@
 
 #include "HTMLElementStack.h"
 #include "HTMLFormattingElementList.h"
+#include "HTMLTokenizer.h"
 
 #include <zv/html/HTMLParser.h>
 

@@ -1,4 +1,4 @@
-#include <zv/html/HTMLTreeDump.h>
+#include "HTMLTreeDump.h"
 
 #include <zv/html/HTMLCharacterData.h>
 #include <zv/html/HTMLDocumentFragment.h>

@@ -1,4 +1,6 @@
-#include <zv/html/HTMLWorkCounters.h>
+#include "HTMLWorkCounters.h"
+
+#if defined(ZV_WORK_COUNTERS)
 
 namespace zv::html {
 
@@ -8,3 +10,5 @@ HTMLWorkCounters& htmlWorkCounters() noexcept {
 }
 
 }  // namespace zv::html
+
+#endif

@@ -2,7 +2,7 @@
 
 #include <zv/foundation/Strings.h>
 #include <zv/html/HTMLEntities.h>
-#include <zv/html/HTMLTokenizer.h>
+#include "HTMLTokenizer.h"
 #include <zv/text/InlineStyle.h>
 
 #include "CaseMapping.h"

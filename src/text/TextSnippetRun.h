@@ -2,7 +2,7 @@
 // tokenizer reads them (a text in memory, a stream being decoded).
 #pragma once
 
-#include <zv/html/HTMLTokenizer.h>
+#include "HTMLTokenizer.h"
 
 #include <optional>
 #include <string>

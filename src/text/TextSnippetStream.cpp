@@ -2,7 +2,7 @@
 
 #include <zv/html/HTMLEncoding.h>
 #include <zv/html/HTMLStreamDecoder.h>
-#include <zv/html/HTMLTokenizer.h>
+#include "HTMLTokenizer.h"
 
 #include "TextSnippetRun.h"
 

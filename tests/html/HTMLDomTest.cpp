@@ -170,6 +170,12 @@ TEST(HTMLDom, AttributesKeepOrderAndReplaceInPlace) {
     a->removeAttribute("href");
     EXPECT_FALSE(a->hasAttribute("href"));
     EXPECT_EQ(a->attribute("missing"), nullptr);
+    a->appendToAttribute("style", " x: 1");
+    a->appendToAttribute("id", "2");
+    a->appendToAttribute("style", " y: 2");
+    ASSERT_EQ(a->attributes().size(), 2u);
+    EXPECT_EQ(a->elementId(), "n2");
+    EXPECT_EQ(*a->attribute("style"), " x: 1 y: 2");
 
     auto use = HTMLElement::create("use", Namespace::SVG);
     use->appendAttribute({"href", "#i", AttributeNamespace::XLink});

@@ -4,7 +4,7 @@
 #include <zv/html/HTMLCharacterData.h>
 #include <zv/html/HTMLParser.h>
 #include <zv/html/HTMLSerializer.h>
-#include <zv/html/HTMLTreeDump.h>
+#include "HTMLTreeDump.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // What the html5lib corpus does not reach: chunked input preparation, partial
 // reads, the token contracts of this interface, and entity decoding/encoding.
 #include <zv/html/HTMLEntities.h>
-#include <zv/html/HTMLTokenizer.h>
+#include "HTMLTokenizer.h"
 
 #include "HTMLInputPreprocessor.h"
 
@@ -114,6 +114,18 @@ TEST(HTMLInputPreprocessor, PreparesOneChunkAtATime) {
     HTMLInputPreprocessor empty("");
     EXPECT_FALSE(empty.prepareMore());
     EXPECT_TRUE(empty.finished());
+}
+
+TEST(HTMLInputPreprocessor, ReadsCleanTextInPlaceAndCopiesFromTheFirstChange) {
+    std::string clean(3 * kChunk, 'a');
+    HTMLInputPreprocessor input(clean);
+    while (input.prepareMore()) {
+    }
+    EXPECT_EQ(input.data(), clean.data());
+    EXPECT_EQ(input.size(), clean.size());
+
+    const std::string head = std::string(2 * kChunk + 5, 'b') + "\xC3\xA9";
+    EXPECT_EQ(prepareAll(head + "\r\nc\xFF" + "d"), head + "\nc" + kReplacement + "d");
 }
 
 TEST(HTMLTokenizer, TokensStraddlingAChunkEndComeOutWhole) {

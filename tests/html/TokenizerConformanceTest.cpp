@@ -2,7 +2,7 @@
 // and compares the tokens (parse errors are not compared). Cases that are
 // known to fail are listed, with the reason, in tokenizer-known-failures.txt
 // beside this file; any other failure fails the test.
-#include <zv/html/HTMLTokenizer.h>
+#include "HTMLTokenizer.h"
 
 #include "UTF8.h"
 

@@ -5,7 +5,7 @@
 // the reason in tree-construction-known-failures.txt beside this file; any
 // other failure fails the test, and a listed case that passes is reported.
 #include <zv/html/HTMLParser.h>
-#include <zv/html/HTMLTreeDump.h>
+#include "HTMLTreeDump.h"
 
 #include <gtest/gtest.h>
 

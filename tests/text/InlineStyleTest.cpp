@@ -1,6 +1,6 @@
 #include <zv/text/InlineStyle.h>
 
-#include <zv/html/HTMLTokenizer.h>
+#include "HTMLTokenizer.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "InputLoop.h"
 
 #include <zv/html/HTMLParser.h>
-#include <zv/html/HTMLTreeDump.h>
+#include "HTMLTreeDump.h"
 
 #include <iostream>
 

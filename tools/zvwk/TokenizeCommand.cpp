@@ -3,7 +3,7 @@
 #include "Commands.h"
 #include "InputLoop.h"
 
-#include <zv/html/HTMLTokenizer.h>
+#include "HTMLTokenizer.h"
 
 #include <nlohmann/json.hpp>
 

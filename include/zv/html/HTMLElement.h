@@ -52,6 +52,9 @@ public:
     bool hasAttribute(std::string_view name) const noexcept { return attribute(name) != nullptr; }
     // Adds the attribute at the end, or replaces the value in place.
     void setAttribute(std::string_view name, std::string_view value);
+    // Appends `text` to the value, adding the attribute when absent. The value
+    // grows in place, so many appends cost their total length, not its square.
+    void appendToAttribute(std::string_view name, std::string_view text);
     void removeAttribute(std::string_view name);
     // Adds without checking for an existing one: for the parser, whose
     // tokens are already free of duplicates.

@@ -1,4 +1,4 @@
-// The HTML parser: the WHATWG tree construction stage over HTMLTokenizer.
+// The HTML parser: the WHATWG tokenizer and tree construction stages.
 //
 // Parses a whole document, or a fragment in the context of an element (what
 // innerHTML does). Input is UTF-8, or bytes whose encoding is sniffed.
@@ -9,7 +9,7 @@
 #include <zv/html/HTMLDocument.h>
 #include <zv/html/HTMLDocumentFragment.h>
 #include <zv/html/HTMLElement.h>
-#include <zv/html/HTMLTokenizer.h>
+#include <zv/html/HTMLToken.h>
 
 #include <memory>
 #include <string>
@@ -17,6 +17,8 @@
 #include <vector>
 
 namespace zv::html {
+
+class HTMLTokenizer;
 
 struct ZV_EXPORT HTMLParserOptions {
     // With scripting on, <noscript> is raw text, as in a browser that runs scripts.
@@ -40,10 +42,6 @@ public:
                                                       std::string_view transportEncoding = {},
                                                       std::string_view defaultEncoding = "windows-1252",
                                                       HTMLParserOptions options = {});
-
-    // The tokenizer, for callers that want tokens rather than a tree. Taking
-    // tokens from it and then parsing is not supported.
-    HTMLTokenizer& tokenizer() noexcept { return *tokenizer_; }
 
     // Each parser parses once: the second call returns what the first built.
     Ref<HTMLDocument> parseDocument();

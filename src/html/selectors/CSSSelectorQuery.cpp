@@ -1,6 +1,6 @@
 #include "CSSSelectorQuery.h"
 
-#include <zv/html/HTMLWorkCounters.h>
+#include "HTMLWorkCounters.h"
 
 #include <vector>
 
@@ -145,7 +145,7 @@ private:
     // With `placed` false the element's place among its siblings is not
     // known: the matcher works it out when a compound needs it.
     void enter(const HTMLElement& element, size_t* order = nullptr, bool placed = true) {
-        ++counters_.elementsEnteredByQueries;
+        countWork(&HTMLWorkCounters::elementsEnteredByQueries);
         size_t parent = depth_;
         size_t mine = ++depth_;
         if (mine >= levels_.size()) grow(2 * levels_.size());
@@ -350,7 +350,6 @@ private:
     SelectorMatchContext context_;
     WalkedElement walked_;
     size_t width_;  // complex selectors in the list
-    HTMLWorkCounters& counters_ = htmlWorkCounters();
     bool matchesAnything_ = false;
     Tracked tracked_;
     std::vector<PositionAmongMatches> amongMatches_;  // the current element's, one per tracked_.nthOf

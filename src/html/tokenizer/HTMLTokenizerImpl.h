@@ -3,9 +3,9 @@
 // and the state families it includes from this folder.
 #pragma once
 
-#include <zv/html/HTMLTokenizer.h>
+#include "HTMLTokenizer.h"
 
-#include <zv/html/HTMLWorkCounters.h>
+#include "HTMLWorkCounters.h"
 
 #include "AttributeNameSet.h"
 #include "CharacterReferences.h"
@@ -429,7 +429,6 @@ struct HTMLTokenizer::Impl {
     std::vector<HTMLTokenAttribute> spareAttributes;  // cut off, for longer lists later
     bool currentAttributeIsDuplicate = false;
     AttributeNameSet attributeNames;  // the current tag's, duplicates left out
-    HTMLWorkCounters& counters = htmlWorkCounters();
     TagNameCache tagNames;
     std::string lastStartTagName;
     size_t markupStart = 0;  // the '<' that opened the markup being read
