@@ -14,7 +14,9 @@ PageFolder::PageFolder() {
 }
 
 PageFolder::~PageFolder() {
-    if (!root_.empty()) EXPECT_EQ(std::system(("rm -rf '" + root_ + "'").c_str()), 0);
+    if (!root_.empty()) {
+        EXPECT_EQ(std::system(("rm -rf '" + root_ + "'").c_str()), 0);
+    }
 }
 
 void PageFolder::write(const std::string& relative, const std::string& contents) const {
