@@ -21,6 +21,7 @@ namespace zvwk::viewer {
 namespace {
 
 using namespace std::chrono_literals;
+using test::evaluate;
 
 std::string fileText(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
@@ -69,17 +70,6 @@ TEST(MessagePrinting, TheHeaderBlockNamesTheMessageEscaped) {
     for (const char* part : {"Q&amp;A &lt;plans&gt;", "Ann &lt;ann@example.org&gt;", "bob@example.org"})
         EXPECT_NE(markup.find(part), std::string::npos) << part;
     EXPECT_EQ(markup.find("Cc:"), std::string::npos) << "no line for what the message lacks";
-}
-
-std::optional<zv::Value> evaluate(WebKitWebView* view, const std::string& script) {
-    auto result = std::make_shared<std::optional<zv::Value>>();
-    auto done = std::make_shared<bool>(false);
-    zv::evaluateJavaScript(view, script, [result, done](std::optional<zv::Value> value, std::optional<zv::Error>) {
-        *result = std::move(value);
-        *done = true;
-    });
-    zv::test::spinUntil([&] { return *done; }, zv::test::kScriptTimeout);
-    return *result;
 }
 
 TEST(ReadingComforts, PicturesBelowTheBodyZoomAndPrint) {

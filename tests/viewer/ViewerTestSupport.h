@@ -1,8 +1,14 @@
 // What the viewer tests share: a scratch folder, and messages written into it.
 #pragma once
 
+#include "WebViewHarness.h"
+
+#include <zv/webview/ScriptEvaluation.h>
+
 #include <filesystem>
 #include <fstream>
+#include <memory>
+#include <optional>
 #include <string>
 
 #include <glib.h>
@@ -52,6 +58,19 @@ inline std::string htmlMessage(const std::string& id, const std::string& subject
                        "\nDate: " + date + "\nMessage-ID: <" + id + ">\n" + extraHeaders +
                        "Content-Type: text/html; charset=utf-8",
                    html);
+}
+
+// The value of `script` in `view`'s page, nothing when it threw or gave no
+// answer within the bound.
+inline std::optional<zv::Value> evaluate(WebKitWebView* view, const std::string& script) {
+    auto result = std::make_shared<std::optional<zv::Value>>();
+    auto done = std::make_shared<bool>(false);
+    zv::evaluateJavaScript(view, script, [result, done](std::optional<zv::Value> value, std::optional<zv::Error>) {
+        *result = std::move(value);
+        *done = true;
+    });
+    zv::test::spinUntil([&] { return *done; }, zv::test::kScriptTimeout);
+    return *result;
 }
 
 }  // namespace zvwk::viewer::test

@@ -28,6 +28,7 @@ namespace zvwk::viewer {
 namespace {
 
 using namespace std::chrono_literals;
+using test::evaluate;
 using test::htmlMessage;
 
 constexpr auto kConversationTimeout = 40s;
@@ -61,17 +62,6 @@ int childWebProcesses() {
     }
     if (proc) closedir(proc);
     return count;
-}
-
-std::optional<zv::Value> evaluate(WebKitWebView* view, const std::string& script) {
-    auto result = std::make_shared<std::optional<zv::Value>>();
-    auto done = std::make_shared<bool>(false);
-    zv::evaluateJavaScript(view, script, [result, done](std::optional<zv::Value> value, std::optional<zv::Error>) {
-        *result = std::move(value);
-        *done = true;
-    });
-    zv::test::spinUntil([&] { return *done; }, zv::test::kScriptTimeout);
-    return *result;
 }
 
 std::string relatedMessage(const std::string& id, const std::string& references, const std::string& html, int minute) {
