@@ -1,6 +1,7 @@
 #include "ViewerWindow.h"
 
 #include "DateText.h"
+#include "ViewerResources.h"
 
 #include <malloc.h>
 
@@ -98,60 +99,23 @@ ViewerWindow::~ViewerWindow() {
 }
 
 void ViewerWindow::buildChrome() {
-    window_ = GTK_WINDOW(gtk_application_window_new(application_));
-    gtk_window_set_default_size(window_, 1280, 820);
+    registerViewerResources();
+    g_autoptr(GtkBuilder) builder = gtk_builder_new_from_resource("/org/zvwebkit/zvwk/viewer/ViewerWindow.ui");
+    window_ = GTK_WINDOW(gtk_builder_get_object(builder, "window"));
+    gtk_window_set_application(window_, application_);
     gtk_window_set_title(window_, ("Mail Viewer – " + mailboxTitle(options_.paths)).c_str());
     g_signal_connect_swapped(window_, "destroy", G_CALLBACK(+[](gpointer self) {
                                  static_cast<ViewerWindow*>(self)->window_ = nullptr;
                              }),
                              this);
-
-    GtkWidget* header = gtk_header_bar_new();
-    GtkWidget* title = gtk_label_new(mailboxTitle(options_.paths).c_str());
-    gtk_widget_add_css_class(title, "title");
-    gtk_header_bar_set_title_widget(GTK_HEADER_BAR(header), title);
-    menu_ = g_menu_new();
-    GtkWidget* menuButton = gtk_menu_button_new();
-    gtk_menu_button_set_icon_name(GTK_MENU_BUTTON(menuButton), "open-menu-symbolic");
-    gtk_menu_button_set_menu_model(GTK_MENU_BUTTON(menuButton), G_MENU_MODEL(menu_));
-    gtk_widget_set_tooltip_text(menuButton, "Main Menu");
-    gtk_header_bar_pack_end(GTK_HEADER_BAR(header), menuButton);
-    gtk_window_set_titlebar(window_, header);
-
-    GtkWidget* side = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    gtk_widget_add_css_class(side, "sidebar");
-    gtk_box_append(GTK_BOX(side), list_->widget());
-    GtkWidget* status = gtk_box_new(GTK_ORIENTATION_VERTICAL, 4);
-    gtk_widget_add_css_class(status, "status");
-    statusLabel_ = gtk_label_new("Opening…");
-    gtk_widget_add_css_class(statusLabel_, "dim-label");
-    gtk_label_set_xalign(GTK_LABEL(statusLabel_), 0);
-    gtk_label_set_ellipsize(GTK_LABEL(statusLabel_), PANGO_ELLIPSIZE_END);
-    progress_ = gtk_progress_bar_new();
-    gtk_box_append(GTK_BOX(status), statusLabel_);
-    gtk_box_append(GTK_BOX(status), progress_);
-    gtk_box_append(GTK_BOX(side), status);
-
-    GtkWidget* main = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    topBarSlot_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    gtk_box_append(GTK_BOX(main), topBarSlot_);
-    contentStack_ = gtk_stack_new();
-    GtkWidget* empty = gtk_label_new("No conversation selected");
-    gtk_widget_add_css_class(empty, "empty-state");
-    gtk_stack_add_named(GTK_STACK(contentStack_), empty, "empty");
+    gtk_label_set_text(GTK_LABEL(gtk_builder_get_object(builder, "title")), mailboxTitle(options_.paths).c_str());
+    menu_ = G_MENU(g_object_ref(gtk_builder_get_object(builder, "menu")));
+    statusLabel_ = GTK_WIDGET(gtk_builder_get_object(builder, "status_label"));
+    progress_ = GTK_WIDGET(gtk_builder_get_object(builder, "progress"));
+    topBarSlot_ = GTK_WIDGET(gtk_builder_get_object(builder, "top_bar_slot"));
+    contentStack_ = GTK_WIDGET(gtk_builder_get_object(builder, "content_stack"));
+    gtk_box_prepend(GTK_BOX(gtk_builder_get_object(builder, "sidebar")), list_->widget());
     gtk_stack_add_named(GTK_STACK(contentStack_), conversation_->widget(), "conversation");
-    gtk_widget_set_vexpand(contentStack_, TRUE);
-    gtk_widget_add_css_class(contentStack_, "conversation-pane");
-    gtk_box_append(GTK_BOX(main), contentStack_);
-
-    GtkWidget* paned = gtk_paned_new(GTK_ORIENTATION_HORIZONTAL);
-    gtk_paned_set_start_child(GTK_PANED(paned), side);
-    gtk_paned_set_end_child(GTK_PANED(paned), main);
-    gtk_paned_set_resize_start_child(GTK_PANED(paned), FALSE);
-    gtk_paned_set_shrink_start_child(GTK_PANED(paned), FALSE);
-    gtk_paned_set_position(GTK_PANED(paned), 390);
-    gtk_widget_set_size_request(side, 300, -1);
-    gtk_window_set_child(window_, paned);
 }
 
 void ViewerWindow::addBatch(std::size_t first, std::vector<MessageSummary> batch) {
