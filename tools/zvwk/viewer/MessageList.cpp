@@ -1,5 +1,7 @@
 #include "MessageList.h"
 
+#include "MessageListRow.h"
+
 #include <vector>
 
 namespace zvwk::viewer {
@@ -7,18 +9,6 @@ namespace zvwk::viewer {
 namespace {
 
 constexpr char kRowKey[] = "zvwk-row";
-
-GtkWidget* rowLabel(const char* cssClass, GtkWidget* box, const char* key) {
-    GtkWidget* label = gtk_label_new("");
-    gtk_widget_add_css_class(label, cssClass);
-    gtk_label_set_xalign(GTK_LABEL(label), 0);
-    gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
-    gtk_label_set_single_line_mode(GTK_LABEL(label), TRUE);
-    g_object_set_data(G_OBJECT(box), key, label);
-    return label;
-}
-
-GtkLabel* labelOf(GtkWidget* box, const char* key) { return GTK_LABEL(g_object_get_data(G_OBJECT(box), key)); }
 
 std::size_t rowOf(gpointer item) { return GPOINTER_TO_SIZE(g_object_get_data(G_OBJECT(item), kRowKey)); }
 
@@ -85,18 +75,7 @@ std::optional<std::size_t> MessageList::selectedRow() const {
 }
 
 void MessageList::onSetup(GtkSignalListItemFactory*, GtkListItem* item, gpointer) {
-    GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 2);
-    gtk_widget_add_css_class(box, "row-box");
-    GtkWidget* top = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
-    GtkWidget* sender = rowLabel("row-sender", box, "sender");
-    gtk_widget_set_hexpand(sender, TRUE);
-    gtk_box_append(GTK_BOX(top), sender);
-    gtk_box_append(GTK_BOX(top), rowLabel("row-count", box, "count"));
-    gtk_box_append(GTK_BOX(top), rowLabel("row-date", box, "date"));
-    gtk_box_append(GTK_BOX(box), top);
-    gtk_box_append(GTK_BOX(box), rowLabel("row-subject", box, "subject"));
-    gtk_box_append(GTK_BOX(box), rowLabel("row-preview", box, "preview"));
-    gtk_list_item_set_child(item, box);
+    gtk_list_item_set_child(item, zvwk_message_list_row_new());
 }
 
 void MessageList::onBind(GtkSignalListItemFactory*, GtkListItem* item, gpointer self) {
@@ -116,16 +95,9 @@ void MessageList::onUnbind(GtkSignalListItemFactory*, GtkListItem* item, gpointe
 
 void MessageList::fill(GtkListItem* item, std::size_t row) {
     ConversationRow data = rowData_(row);
-    GtkWidget* box = gtk_list_item_get_child(item);
-    gtk_label_set_text(labelOf(box, "sender"), data.sender.c_str());
-    gtk_label_set_text(labelOf(box, "subject"), data.subject.c_str());
-    gtk_label_set_text(labelOf(box, "date"), data.date.c_str());
-    gtk_label_set_text(labelOf(box, "preview"), data.preview.empty() ? " " : data.preview.c_str());
-    GtkLabel* count = labelOf(box, "count");
-    gtk_label_set_text(count, std::to_string(data.messageCount).c_str());
-    gtk_widget_set_visible(GTK_WIDGET(count), data.messageCount > 1);
-    if (data.error) gtk_widget_add_css_class(box, "error");
-    else gtk_widget_remove_css_class(box, "error");
+    zvwk_message_list_row_set_conversation(ZVWK_MESSAGE_LIST_ROW(gtk_list_item_get_child(item)), data.sender.c_str(),
+                                           data.subject.c_str(), data.date.c_str(), data.preview.c_str(),
+                                           guint(data.messageCount), data.error);
 }
 
 void MessageList::onSelected(GtkSingleSelection* selection, GParamSpec*, gpointer self) {
