@@ -1,5 +1,7 @@
 #include "ConversationView.h"
 
+#include "ViewerResources.h"
+
 #include <zv/foundation/OperationQueue.h>
 
 namespace zvwk::viewer {
@@ -7,22 +9,12 @@ namespace zvwk::viewer {
 ConversationView::ConversationView() : readQueue_(zv::OperationQueue::create()) {
     readQueue_->setMaxConcurrentOperationCount(2);
     readQueue_->start();
-    scroller_ = gtk_scrolled_window_new();
-    g_object_ref_sink(scroller_);
-    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller_), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
-    gtk_widget_set_hexpand(scroller_, TRUE);
-    gtk_widget_set_vexpand(scroller_, TRUE);
-    column_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 12);
-    gtk_widget_add_css_class(column_, "conversation");
-    title_ = gtk_label_new("");
-    gtk_widget_add_css_class(title_, "conversation-title");
-    gtk_label_set_xalign(GTK_LABEL(title_), 0);
-    gtk_label_set_wrap(GTK_LABEL(title_), TRUE);
-    gtk_label_set_selectable(GTK_LABEL(title_), TRUE);
-    gtk_box_append(GTK_BOX(column_), title_);
-    cardsBox_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 12);
-    gtk_box_append(GTK_BOX(column_), cardsBox_);
-    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller_), column_);
+    registerViewerResources();
+    g_autoptr(GtkBuilder) builder = gtk_builder_new_from_resource("/org/zvwebkit/zvwk/viewer/ConversationView.ui");
+    scroller_ = GTK_WIDGET(g_object_ref(gtk_builder_get_object(builder, "scroller")));
+    column_ = GTK_WIDGET(gtk_builder_get_object(builder, "column"));
+    title_ = GTK_WIDGET(gtk_builder_get_object(builder, "title"));
+    cardsBox_ = GTK_WIDGET(gtk_builder_get_object(builder, "cards"));
 }
 
 ConversationView::~ConversationView() {
