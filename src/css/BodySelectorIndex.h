@@ -11,9 +11,11 @@
 // Escapes, pseudo-classes (":scope" among them), namespaces and the like make
 // the query fall back to a walk. Names are indexed ASCII lower-cased, which
 // finds a superset of the candidates whatever the document's quirks mode;
-// CSSSelector::matches then decides. A selector with `~`, or with combinators
-// whose candidates could each walk the whole depth of a deep body, takes the
-// walk instead, so no selector costs more than one pass over the body.
+// CSSSelector::matches then decides. A selector with a compound left of its
+// subject whose id, class or tag no element of the document has matches
+// nothing. A selector with `~`, or with combinators whose candidates sit so
+// deep that climbing from each would cost more than a walk of the body, takes
+// the walk instead, so no selector costs more than a few passes over the body.
 //
 // The index holds element pointers: the body's tree must not change while it
 // is used, but attributes other than id and class may (the inliner writes

@@ -76,6 +76,7 @@ const SheetCase kSheets[] = {
     {"CombiningSequencesShortenTheSearchToo", "e\xCC\x81" "e\xCC\x81" "e\xCC\x81 p { x: 1; /* c */ }",
      {{"e\xCC\x81" "e\xCC\x81" "e\xCC\x81 p", "x: 1; /* c */"}}},
     {"WithoutThemTheSameCommentGoes", "eee p { x: 1; /* c */ }", {{"eee p", "x: 1;"}}},
+    {"ACommentNeedsFourCharacters", "/*/ p { x: 1; }\n/**/q { y: 2; }", {{"/*/ p", "x: 1;"}, {"q", "y: 2;"}}},
     // "}" with U+0301 after it is one character, not the separator.
     {"ASeparatorJoinedByACombiningMarkDoesNotCut", "p { x: 1; }\xCC\x81 q { y: 2; }",
      {{"p", "x: 1; }\xCC\x81 q"}}},

@@ -47,7 +47,8 @@ const char* kSelectors[] = {
     "a[href^='x]y']", "td > p", "td p + p", "p ~ p", "html body p", ":root p", ":scope > div", "div:not(.x) p",
     "p::before", "p:first-child", "svg", "foreignObject", "foreignobject", "svg|rect", "x-custom", "X-CUSTOM",
     ".a\\:b", "#\xC3\xA4", ".\xC3\xA4", "[style]", "[style] p", "p[style*=\"rule-\"]", "body", "body > div",
-    "div\n p", "template p", "head ~ body p",
+    "div\n p", "template p", "head ~ body p", "a:hover", "div:not(:hover) p", "p:focus", ".nothere p",
+    "#nothere > p", "title ~ p",
 };
 
 std::string trickySheet() {

@@ -250,8 +250,9 @@ private:
         }
 
         ComplexSelector complex;
-        complex.neverMatches = sawPseudoElement;
-        complex.topDown = !sawPseudoElement && leftToRight.size() <= 64;
+        // Said once here, so that a query for `a:hover` returns without a walk.
+        complex.neverMatches = sawPseudoElement || std::any_of(leftToRight.begin(), leftToRight.end(), holdsNever);
+        complex.topDown = !complex.neverMatches && leftToRight.size() <= 64;
         size_t count = leftToRight.size();
         for (size_t i = count; i-- > 0;) {
             leftToRight[i].toLeft = i > 0 ? combinators[i - 1] : leading;
@@ -264,6 +265,12 @@ private:
             complex.relativeScope = relativeScope(leading, combinators);
         }
         return complex;
+    }
+
+    // A user-action or time pseudo-class of the compound itself, not one inside :not() or :is().
+    static bool holdsNever(const CompoundSelector& compound) {
+        return std::any_of(compound.simples.begin(), compound.simples.end(),
+                           [](const SimpleSelector& s) { return s.kind == Kind::Never; });
     }
 
     static RelativeScope relativeScope(Combinator leading, const std::vector<Combinator>& rest) {
