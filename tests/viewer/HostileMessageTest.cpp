@@ -7,6 +7,7 @@
 
 #include "LoopbackServer.h"
 #include "WebViewHarness.h"
+#include "viewer/LinkWarningDialog.h"
 #include "viewer/ViewerWindow.h"
 
 #include <zv/webview/ScriptEvaluation.h>
@@ -112,16 +113,6 @@ TEST(HostileMessage, ShownImagesLeaveTheirTrackersOut) {
     g_object_unref(application);
 }
 
-GtkWindow* shownMessageDialog() {
-    GListModel* toplevels = gtk_window_get_toplevels();
-    for (guint i = 0; i < g_list_model_get_n_items(toplevels); ++i) {
-        GObject* window = G_OBJECT(g_list_model_get_item(toplevels, i));
-        g_object_unref(window);  // the list of toplevels keeps it
-        if (GTK_IS_MESSAGE_DIALOG(window) && gtk_widget_get_visible(GTK_WIDGET(window))) return GTK_WINDOW(window);
-    }
-    return nullptr;
-}
-
 // A link whose user name poses as the host asks before anything opens; the
 // question is answered "Cancel", so nothing does.
 TEST(HostileMessage, ADeceptiveLinkAsksFirst) {
@@ -138,13 +129,13 @@ TEST(HostileMessage, ADeceptiveLinkAsksFirst) {
         ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
         window.showConversation(0);
         ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s));
-        ASSERT_EQ(shownMessageDialog(), nullptr);
+        ASSERT_EQ(shownLinkQuestion(), nullptr);
         WebKitWebView* view = window.conversationView().cards().at(0)->bodyView()->webView();
         zv::evaluateJavaScript(view, "document.getElementById('l').click()", [](std::optional<zv::Value>, std::optional<zv::Error>) {});
-        ASSERT_TRUE(zv::test::spinUntil([] { return shownMessageDialog() != nullptr; }, 10s)) << "no question before the link";
-        GtkWindow* dialog = shownMessageDialog();
+        ASSERT_TRUE(zv::test::spinUntil([] { return shownLinkQuestion() != nullptr; }, 10s)) << "no question before the link";
+        GtkWindow* dialog = shownLinkQuestion();
         gtk_dialog_response(GTK_DIALOG(dialog), GTK_RESPONSE_CANCEL);
-        EXPECT_TRUE(zv::test::spinUntil([] { return shownMessageDialog() == nullptr; }, 5s));
+        EXPECT_TRUE(zv::test::spinUntil([] { return shownLinkQuestion() == nullptr; }, 5s));
     }
     g_object_unref(application);
 }

@@ -39,4 +39,14 @@ GtkWidget* askBeforeOpeningLink(GtkWindow* parent, const std::string& shownText,
     return dialog;
 }
 
+GtkWindow* shownLinkQuestion() {
+    GListModel* toplevels = gtk_window_get_toplevels();
+    for (guint i = 0; i < g_list_model_get_n_items(toplevels); ++i) {
+        GObject* window = G_OBJECT(g_list_model_get_item(toplevels, i));
+        g_object_unref(window);  // the list of toplevels keeps it
+        if (GTK_IS_MESSAGE_DIALOG(window) && gtk_widget_get_mapped(GTK_WIDGET(window))) return GTK_WINDOW(window);
+    }
+    return nullptr;
+}
+
 }  // namespace zvwk::viewer

@@ -15,4 +15,7 @@ namespace zvwk::viewer {
 GtkWidget* askBeforeOpeningLink(GtkWindow* parent, const std::string& shownText, const std::string& href,
                                 const std::string& reason, std::function<void()> open);
 
+// The question while it is on screen, else null.
+GtkWindow* shownLinkQuestion();
+
 }  // namespace zvwk::viewer

@@ -1,6 +1,7 @@
 #include "ViewerApplication.h"
 
 #include "DesktopStyle.h"
+#include "LinkWarningDialog.h"
 #include "MessageNavigationPolicy.h"
 #include "ViewerExtensions.h"
 #include "ViewerStyleSheet.h"
@@ -44,21 +45,10 @@ struct Viewer {
     int linkTicks = 0;
 };
 
-// The question a followed link raised, if one is up.
-GtkWindow* linkWarning() {
-    GListModel* toplevels = gtk_window_get_toplevels();
-    for (guint i = 0; i < g_list_model_get_n_items(toplevels); ++i) {
-        GObject* window = G_OBJECT(g_list_model_get_item(toplevels, i));
-        g_object_unref(window);  // the list of toplevels keeps it
-        if (GTK_IS_MESSAGE_DIALOG(window) && gtk_widget_get_mapped(GTK_WIDGET(window))) return GTK_WINDOW(window);
-    }
-    return nullptr;
-}
-
 void finishScreenshot(Viewer& viewer) {
     std::string error;
     GtkWindow* shown = viewer.page ? viewer.page->window() : viewer.window->window();
-    GtkWindow* over = viewer.arguments.followLink ? linkWarning() : nullptr;
+    GtkWindow* over = viewer.arguments.followLink ? shownLinkQuestion() : nullptr;
     if (!writeWindowPNG(shown, *viewer.arguments.screenshot, error, over)) {
         std::cerr << "zvwk: view: " << error << "\n";
         viewer.status = 1;
@@ -97,7 +87,7 @@ bool readyForScreenshot(Viewer& viewer) {
         return false;
     }
     // A link's question comes a moment after the click, if at all.
-    if (viewer.linkFollowed && !linkWarning() && ++viewer.linkTicks < 30) return false;
+    if (viewer.linkFollowed && !shownLinkQuestion() && ++viewer.linkTicks < 30) return false;
     // A few more ticks so images and the last layout reach the screen.
     return ++viewer.settleTicks > 6;
 }
