@@ -2,6 +2,7 @@
 
 #include "ASCIIText.h"
 #include "InlineStyleValues.h"
+#include "StyleText.h"
 
 #include <zv/html/HTMLElement.h>
 #include <zv/reading/TrackerDetection.h>
@@ -90,7 +91,7 @@ void placeBlockedImagePlaceholder(HTMLElement& image, std::string_view url) {
     parent->insertNode(html::Ref<html::HTMLNode>(placeholder.get()), &image);
     // Kept, hidden, so the document still says what was refused.
     const std::string* own = image.attribute("style");
-    std::string hidden = (own ? *own + ";" : std::string()) + "display:none !important";
+    std::string hidden = (own ? *own + declarationBoundary(*own) : std::string()) + "display:none !important";
     placeholder->appendNode(html::Ref<html::HTMLNode>(&image));
     image.setAttribute("style", hidden);
     if (!label.empty()) placeholder->appendNode(textSpan(label, "opacity:0.85"));

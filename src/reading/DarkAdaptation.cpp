@@ -1,7 +1,7 @@
 #include <zv/reading/DarkAdaptation.h>
 
 #include "ASCIIText.h"
-#include "DarkAdaptationCSS.h"
+#include "StyleText.h"
 #include "DarkAdaptationPalette.h"
 
 #include <zv/html/HTMLElement.h>

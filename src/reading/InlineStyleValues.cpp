@@ -1,6 +1,7 @@
 #include "InlineStyleValues.h"
 
 #include "ASCIIText.h"
+#include "StyleText.h"
 
 #include <zv/html/HTMLElement.h>
 
@@ -19,18 +20,8 @@ std::optional<double> cssPixels(std::string_view text) {
 
 std::optional<std::string> inlineStyleValue(std::string_view style, std::string_view property) {
     std::optional<std::string> found;
-    std::size_t position = 0;
-    while (position < style.size()) {
-        std::size_t end = std::min(style.find(';', position), style.size());
-        std::string_view declaration = style.substr(position, end - position);
-        position = end + 1;
-        std::size_t colon = declaration.find(':');
-        if (colon == std::string_view::npos) continue;
-        if (toASCIILower(trimASCIIWhitespace(declaration.substr(0, colon))) != property) continue;
-        std::string value = toASCIILower(trimASCIIWhitespace(declaration.substr(colon + 1)));
-        if (value.ends_with("!important")) value = std::string(trimASCIIWhitespace(value.substr(0, value.size() - 10)));
-        found = std::move(value);
-    }
+    for (const Declaration& declaration : styleDeclarations(style))
+        if (declaration.name == property) found = toASCIILower(declaration.value);
     return found;
 }
 

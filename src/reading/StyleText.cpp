@@ -1,4 +1,4 @@
-#include "DarkAdaptationCSS.h"
+#include "StyleText.h"
 
 #include "ASCIIText.h"
 

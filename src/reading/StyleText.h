@@ -1,6 +1,6 @@
-// What the dark adaptation reads of a message's CSS: declarations of style
-// attributes as the engine splits them, colours as CSS and the HTML
-// presentational attributes write them.
+// What the reading code reads of a message's CSS: declarations of style
+// attributes as the engine splits them, style sheet rules, and colours as CSS
+// and the HTML presentational attributes write them.
 #pragma once
 
 #include <zv/foundation/Color.h>
