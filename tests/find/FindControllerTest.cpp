@@ -380,13 +380,13 @@ TEST_F(FindControllerTest, EnterSearchesAndKeepsTheFindStringShiftEnterStepsBack
     zv::setFindString("elsewhere");
     controller->clearRecentSearches();
 
-    ASSERT_TRUE(pressKeys("zv-find-keys", "Return"));
+    ASSERT_TRUE(playKeys(shown.window, "key", "Return"));
     EXPECT_TRUE(spinUntil([] { return zv::findString() == "invoice"; }, kScriptTimeout));
     EXPECT_EQ(controller->recentSearches(), std::vector<std::string>{"invoice"});
     spinFor(kQuietPeriod);
     EXPECT_TRUE(found.empty()) << "Enter searches; it does not step";
 
-    ASSERT_TRUE(pressKeys("zv-find-keys", "shift+Return"));
+    ASSERT_TRUE(playKeys(shown.window, "key", "shift+Return"));
     ASSERT_TRUE(spinUntil([&] { return !found.empty(); }, kScriptTimeout));
     EXPECT_TRUE(spinUntil([&] { return controller->indexForKey(m->view->scriptIdent()) == 3; }, kScriptTimeout))
         << "back from no current match is the last";

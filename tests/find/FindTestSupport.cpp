@@ -56,16 +56,4 @@ BarWindow::BarWindow(GtkWidget* child, const char* title) : window(GTK_WINDOW(gt
 
 BarWindow::~BarWindow() { gtk_window_destroy(window); }
 
-bool pressKeys(const char* title, const char* keys) {
-    const char* argv[] = {"xdotool", "search", "--name", title, "windowfocus", "--sync", "key", keys, nullptr};
-    GPid pid = 0;
-    if (!g_spawn_async(nullptr, const_cast<char**>(argv), nullptr,
-                       GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD), nullptr, nullptr, &pid, nullptr))
-        return false;
-    std::optional<int> status;
-    g_child_watch_add(pid, [](GPid, int s, gpointer out) { *static_cast<std::optional<int>*>(out) = s; }, &status);
-    bool exited = spinUntil([&] { return status.has_value(); }, kScriptTimeout);
-    return exited && g_spawn_check_wait_status(*status, nullptr);
-}
-
 }  // namespace zv::test

@@ -25,15 +25,11 @@ struct MessageView {
 // `related` shares its web process (null: a new one).
 MessageView makeMessageView(std::string_view body, WebKitWebView* related = nullptr);
 
-// A window showing `child`, titled `title` (for xdotool to find).
+// A window showing `child`, titled `title`.
 struct BarWindow {
     BarWindow(GtkWidget* child, const char* title);
     ~BarWindow();
     GtkWindow* window;
 };
-
-// Types `keys` (xdotool's names: "Return", "shift+Return") into the window
-// titled `title`; true when xdotool did so within the bound.
-bool pressKeys(const char* title, const char* keys);
 
 }  // namespace zv::test

@@ -1,5 +1,7 @@
 #include "WebViewHarness.h"
 
+#include <gdk/x11/gdkx.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -57,6 +59,21 @@ bool spinUntil(const std::function<bool()>& done, std::chrono::milliseconds time
 
 void spinFor(std::chrono::milliseconds duration) {
     spinUntil([] { return false; }, duration);
+}
+
+bool playKeys(GtkWindow* window, const char* action, const char* keys) {
+    GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(window));
+    if (!GDK_IS_X11_SURFACE(surface)) return false;
+    std::string id = std::to_string(gdk_x11_surface_get_xid(surface));
+    const char* argv[] = {"xdotool", "windowfocus", "--sync", id.c_str(), action, keys, nullptr};
+    GPid pid = 0;
+    if (!g_spawn_async(nullptr, const_cast<char**>(argv), nullptr,
+                       GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD), nullptr, nullptr, &pid, nullptr))
+        return false;
+    std::optional<int> status;
+    g_child_watch_add(pid, [](GPid, int s, gpointer out) { *static_cast<std::optional<int>*>(out) = s; }, &status);
+    bool exited = spinUntil([&] { return status.has_value(); }, kScriptTimeout);
+    return exited && g_spawn_check_wait_status(*status, nullptr);
 }
 
 std::string jsString(std::string_view text) {

@@ -54,6 +54,13 @@ bool spinUntil(const std::function<bool()>& done, std::chrono::milliseconds time
 // Runs the default main context for `duration`, whatever happens.
 void spinFor(std::chrono::milliseconds duration);
 
+// Plays real key input on the display with xdotool (XTest): focuses `window`
+// and runs `action` ("key", "keydown", "keyup") with `keys` in xdotool's
+// names ("Return", "shift+Return"). The window is named by its X id, not
+// searched by title: a search reads every window's name and fails when some
+// other window closes meanwhile. True when xdotool did so within the bound.
+bool playKeys(GtkWindow* window, const char* action, const char* keys);
+
 // Guards a call of the code under test that waits without a bound of its
 // own: if the call has not returned within `timeout` (while it spins the
 // default main context), the process ends with a failure naming `what`, so a

@@ -33,7 +33,6 @@ protected:
         initGtkOnce();
         view = ZVWebView::create();
         window = new WebViewWindow(view->webView(), 300, 200);
-        gtk_window_set_title(window->window(), kTitle);
         ASSERT_TRUE(window->loadHTML("<p>keys</p>"));
         gtk_widget_grab_focus(GTK_WIDGET(view->webView()));
     }
@@ -42,22 +41,6 @@ protected:
         view.reset();
     }
 
-    // Focuses the test window and runs xdotool's `action` ("keydown", "keyup")
-    // with `keys` on the display; true when it succeeded within the bound.
-    static bool xdotool(const char* action, const char* keys) {
-        const char* argv[] = {"xdotool", "search", "--name", kTitle, "windowfocus", "--sync", action, keys, nullptr};
-        GPid pid = 0;
-        if (!g_spawn_async(nullptr, const_cast<char**>(argv), nullptr,
-                           GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD), nullptr, nullptr, &pid,
-                           nullptr))
-            return false;
-        std::optional<int> status;
-        g_child_watch_add(pid, [](GPid, int s, gpointer out) { *static_cast<std::optional<int>*>(out) = s; }, &status);
-        bool exited = spinUntil([&] { return status.has_value(); }, kScriptTimeout);
-        return exited && g_spawn_check_wait_status(*status, nullptr);
-    }
-
-    static constexpr char kTitle[] = "zv-real-key-events";
     static inline std::shared_ptr<ZVWebView> view;
     static inline WebViewWindow* window = nullptr;
 };
@@ -80,7 +63,7 @@ TEST_F(RealKeyEventTest, KeyPressesReachTheViewWithVirtualKeyCodes) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.keys);
         // Held down, so that the last event the view saw is this key's press.
-        ASSERT_TRUE(xdotool("keydown", c.keys));
+        ASSERT_TRUE(playKeys(window->window(), "keydown", c.keys));
         bool seen = spinUntil(
             [&] {
                 const auto& event = view->currentEvent();
@@ -88,7 +71,7 @@ TEST_F(RealKeyEventTest, KeyPressesReachTheViewWithVirtualKeyCodes) {
             },
             kScriptTimeout);
         std::optional<Event> pressed = view->currentEvent();
-        ASSERT_TRUE(xdotool("keyup", c.keys));
+        ASSERT_TRUE(playKeys(window->window(), "keyup", c.keys));
         ASSERT_TRUE(seen) << "no key event with the expected characters reached the view";
         const Event& event = *pressed;
         EXPECT_EQ(event.keyCode, c.code);
