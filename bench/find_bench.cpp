@@ -11,9 +11,13 @@
 //    "found" call for the first match of the next message with matches, and
 //    a step inside a message; the 99th percentile of all the steps.
 //
-// usage: find_bench CORPUS_DIR [QUERY] [MESSAGES] [REPETITIONS]
+// usage: find_bench [--composited] CORPUS_DIR [QUERY] [MESSAGES] [REPETITIONS]
 //   CORPUS_DIR holds the .html documents bench/extract_corpus_html.py writes
 //   (OUT/corpus); the first MESSAGES (50) of them under 200 KB, in name order.
+//   The views are set up as the mail viewer sets up its message views:
+//   without composited layers (a message is a still page); --composited
+//   leaves WebKit's default, which paints every page with the GPU (on a
+//   machine without one, with OpenGL in software).
 // Needs a display (run it under xvfb-run -a). Remote content goes to a dead
 // proxy: the corpus holds live URLs, and the network is not what is measured.
 #include <zv/find/FindOptions.h>
@@ -118,8 +122,13 @@ struct PeerCount {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const bool composited = argc > 1 && std::string(argv[1]) == "--composited";
+    if (composited) {
+        --argc;
+        ++argv;
+    }
     if (argc < 2) {
-        std::fprintf(stderr, "usage: find_bench CORPUS_DIR [QUERY] [MESSAGES] [REPETITIONS]\n");
+        std::fprintf(stderr, "usage: find_bench [--composited] CORPUS_DIR [QUERY] [MESSAGES] [REPETITIONS]\n");
         return 2;
     }
     const std::string query = argc > 2 ? argv[2] : "the";
@@ -155,6 +164,11 @@ int main(int argc, char** argv) {
         zv::ZVWebViewConfiguration configuration;
         if (i == 0) configuration.networkSession = session;
         else configuration.relatedView = zv::GObjectRef<WebKitWebView>::ref(thread->messages[0]->view->webView());
+        if (!composited) {
+            configuration.settings = zv::GObjectRef<WebKitSettings>::adopt(webkit_settings_new());
+            webkit_settings_set_hardware_acceleration_policy(configuration.settings.get(),
+                                                             WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER);
+        }
         auto message = std::make_shared<Message>();
         message->key = "message-" + std::to_string(i);
         message->view = zv::ZVWebView::create(configuration);

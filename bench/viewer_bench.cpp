@@ -12,6 +12,7 @@
 // A plain program: it needs a display (run it under xvfb-run) and the main
 // loop. Usage: viewer_bench [--messages N] [--thread N] [--shared-only] CORPUS_DIR
 // (0 skips a part; --shared-only skips the process-per-view run)
+#include "viewer/SoftwareGL.h"
 #include "viewer/ViewerWindow.h"
 
 #include <zv/scheme/IconThemeSymbols.h>
@@ -335,6 +336,9 @@ int main(int argc, char** argv) {
         return 2;
     }
     gtk_init();
+    // As `zvwk view` starts: cairo where OpenGL is software, unless GSK_RENDERER says otherwise.
+    bool cairo = zvwk::viewer::preferCairoOnSoftwareOpenGL(gdk_display_get_default());
+    std::cout << "renderer: " << (cairo ? "cairo, chosen for software OpenGL" : "GTK's choice") << "\n";
     zv::useIconThemeSymbols();
     std::vector<fs::path> sources = corpusMessages(corpus);
     fs::path scratch = fs::temp_directory_path() / ("zvwk-viewer-bench-" + std::to_string(getpid()));

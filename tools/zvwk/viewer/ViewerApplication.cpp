@@ -3,6 +3,7 @@
 #include "DesktopStyle.h"
 #include "LinkWarningDialog.h"
 #include "MessageNavigationPolicy.h"
+#include "SoftwareGL.h"
 #include "ViewerExtensions.h"
 #include "ViewerStyleSheet.h"
 #include "ViewerWindow.h"
@@ -105,6 +106,7 @@ void activate(GtkApplication* application, gpointer data) {
     auto& viewer = *static_cast<Viewer*>(data);
     if (viewer.window) {
         gtk_window_present(viewer.window->window());
+    restoreRendererChoice();
         return;
     }
     installViewerStyleSheet();
@@ -143,6 +145,7 @@ int runViewer(const ViewArguments& arguments) {
                      "xvfb-run zvwk view --screenshot FILE.png PATH)\n";
         return 1;
     }
+    preferCairoOnSoftwareOpenGL(gdk_display_get_default());
     Viewer viewer;
     viewer.arguments = arguments;
     // Several viewers (and unattended runs) may be open at once, each on its own mailbox.
