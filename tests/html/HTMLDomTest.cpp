@@ -153,7 +153,9 @@ TEST(HTMLDom, CloneOfTemplateCopiesItsContents) {
     auto* copied = copy->as<HTMLElement>();
     ASSERT_NE(copied->templateContent(), nullptr);
     EXPECT_NE(copied->templateContent(), tmpl->templateContent());
+    // A template serializes its contents, which are not its children.
     EXPECT_EQ(copied->outerHTML(), "<template><b>x</b></template>");
+    EXPECT_EQ(copied->innerHTML(), "<b>x</b>");
     EXPECT_EQ(el("div")->templateContent(), nullptr);
 }
 

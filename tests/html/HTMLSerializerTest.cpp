@@ -85,11 +85,4 @@ TEST(HTMLSerializer, TextNodeOnItsOwnEscapesByItsParent) {
     EXPECT_EQ(p->firstChild()->outerHTML(), "a&gt;b");
 }
 
-TEST(HTMLSerializer, TemplateSerializesItsContents) {
-    auto tmpl = HTMLElement::create("template");
-    tmpl->templateContent()->appendNode(withText("i", "x"));
-    EXPECT_EQ(tmpl->outerHTML(), "<template><i>x</i></template>");
-    EXPECT_EQ(tmpl->innerHTML(), "<i>x</i>");
-}
-
 }  // namespace
