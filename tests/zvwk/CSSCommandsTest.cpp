@@ -13,23 +13,23 @@ const char* kMessage =
     "<style>h1, p { margin: 0; }</style><style zv-scope=\"required\">p { x: 1; }</style></head>"
     "<body><h1>Hi</h1><p style=\"color: blue\">text</p></body></html>";
 
-TEST_F(PurgeCSSCommand, RemovesEveryHeadSheetButRequiredOnes) {
-    Outcome run = zvwk("purge-css -", kMessage);
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.err, "");
-    EXPECT_EQ(run.out,
-              "<!DOCTYPE html><html><head><style zv-scope=\"required\">p { x: 1; }</style></head>"
-              "<body><h1>Hi</h1><p style=\"color: blue\">text</p></body></html>\n");
-}
-
-TEST_F(PurgeCSSCommand, FiltersNameTheScopesToRemove) {
-    Outcome run = zvwk("purge-css --filter print --filter --invalid-filter-name-- -", kMessage);
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.out,
-              "<!DOCTYPE html><html><head><style zv-scope=\"required\">p { x: 1; }</style></head>"
-              "<body><h1>Hi</h1><p style=\"color: blue\">text</p></body></html>\n");
-    Outcome screen = zvwk("purge-css --filter screen -", kMessage);
-    EXPECT_EQ(screen.out, std::string(kMessage) + "\n");
+// Without filters every head sheet but the required ones goes; filters name
+// the scopes to remove.
+TEST_F(PurgeCSSCommand, RemovesTheHeadSheetsOfTheNamedScopes) {
+    const std::string purged =
+        "<!DOCTYPE html><html><head><style zv-scope=\"required\">p { x: 1; }</style></head>"
+        "<body><h1>Hi</h1><p style=\"color: blue\">text</p></body></html>\n";
+    const std::pair<const char*, std::string> cases[] = {
+        {"purge-css -", purged},
+        {"purge-css --filter print --filter --invalid-filter-name-- -", purged},
+        {"purge-css --filter screen -", std::string(kMessage) + "\n"},
+    };
+    for (const auto& [args, expected] : cases) {
+        Outcome run = zvwk(args, kMessage);
+        EXPECT_EQ(run.status, 0) << args << ": " << run.err;
+        EXPECT_EQ(run.err, "") << args;
+        EXPECT_EQ(run.out, expected) << args;
+    }
 }
 
 TEST_F(InlineCSSCommand, AppendsHeadRulesInSelectorOrder) {

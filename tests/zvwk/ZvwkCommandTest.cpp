@@ -36,13 +36,6 @@ TEST_F(ZvwkCommand, SerializeRoundTripsEscapes) {
     EXPECT_EQ(run.out, "<html><head></head><body><p title=\"a&quot;b\">1 &lt; 2 &amp;&nbsp;3</p></body></html>\n");
 }
 
-TEST_F(ZvwkCommand, UnreadableInputIsReportedAndTheRestStillProcessed) {
-    Outcome run = zvwk("serialize /nonexistent/a.html -", "<b>ok</b>");
-    EXPECT_NE(run.status, 0);
-    EXPECT_EQ(run.err, "zvwk: /nonexistent/a.html: No such file or directory\n");
-    EXPECT_NE(run.out.find("<b>ok</b>"), std::string::npos) << run.out;
-}
-
 TEST_F(ZvwkCommand, LaunchArgumentsAreTakenAnywhereAndHiddenFromTheCommand) {
     for (const char* args : {"-logZVWebKitErrors YES serialize -", "serialize - -logZVWebKitErrors YES"}) {
         Outcome run = zvwk(args, "<b>ok</b>");
