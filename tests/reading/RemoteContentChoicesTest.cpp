@@ -3,11 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <glib.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -52,51 +48,6 @@ TEST_F(RemoteContentChoicesTest, ChoicesBySenderAndDomainOutliveTheStoreUntilFor
     EXPECT_FALSE(choices->allowsRemoteContent("ann@news.example"));
     choices->forgetAll();
     EXPECT_TRUE(choices->choices().empty());
-}
-
-// A child stores choices one after another and tells the parent each one it
-// was told was stored; the parent kills it mid-stream. Every reported choice
-// must be there, and the database must open cleanly.
-TEST_F(RemoteContentChoicesTest, NothingStoredIsLostWhenTheProcessIsKilled) {
-    RemoteContentChoices::open(path());  // the folder and schema exist before the race
-    int pipeEnds[2];
-    ASSERT_EQ(pipe(pipeEnds), 0);
-    pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        close(pipeEnds[0]);
-        auto choices = RemoteContentChoices::open(path());
-        for (int i = 0;; ++i) {
-            std::string sender = "s" + std::to_string(i) + "@example.org";
-            if (!choices->alwaysAllow(sender, Scope::Sender)) _exit(1);
-            std::string line = sender + "\n";
-            if (write(pipeEnds[1], line.data(), line.size()) < 0) _exit(1);
-        }
-    }
-    close(pipeEnds[1]);
-    std::string reported;
-    char buffer[256];
-    while (std::count(reported.begin(), reported.end(), '\n') < 40) {
-        ssize_t got = read(pipeEnds[0], buffer, sizeof buffer);
-        ASSERT_GT(got, 0) << "the writer stopped early";
-        reported.append(buffer, got);
-    }
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-    while (ssize_t got = read(pipeEnds[0], buffer, sizeof buffer)) {
-        if (got < 0) break;
-        reported.append(buffer, got);
-    }
-    close(pipeEnds[0]);
-
-    auto choices = RemoteContentChoices::open(path());
-    EXPECT_TRUE(choices->isOnDisk());
-    std::size_t start = 0, checked = 0;
-    for (std::size_t end = reported.find('\n'); end != std::string::npos; start = end + 1, end = reported.find('\n', start)) {
-        EXPECT_TRUE(choices->allowsRemoteContent(reported.substr(start, end - start))) << reported.substr(start, end - start);
-        ++checked;
-    }
-    EXPECT_GE(checked, 40u);
 }
 
 TEST_F(RemoteContentChoicesTest, ADamagedFileIsSetAsideAndAFreshStoreStarts) {
