@@ -22,10 +22,6 @@ using Handler = ZVWebViewURLSchemeHandler;
 class HTTPOverridesTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        char* folder = g_dir_make_tmp("zv-http-overrides-XXXXXX", nullptr);
-        folder_ = folder;
-        g_free(folder);
-        URLCache::setShared(URLCache::open(folder_ + "/URLCache.sqlite"));
         handler_ = Handler::create();
         handler_->setupHTTPOverrides();
         delegate_->startedURLRequest = [this](Handler&, const URLRequest& request) { started_.push_back(request.url); };
@@ -34,11 +30,6 @@ protected:
         };
         delegate_->reportedLoadProgress = [this](Handler&, double value) { progress_.push_back(value); };
         handler_->setDelegate(delegate_);
-    }
-
-    void TearDown() override {
-        URLCache::setShared(nullptr);
-        ASSERT_EQ(std::system(("rm -rf '" + folder_ + "'").c_str()), 0);
     }
 
     std::shared_ptr<RecordingTask> start(const std::string& url, double timeout = URLRequest::kDefaultTimeoutInterval) {
@@ -57,7 +48,7 @@ protected:
         return task;
     }
 
-    std::string folder_;
+    test::SharedCacheFolder folder_;
     std::shared_ptr<Handler> handler_;
     std::shared_ptr<ZVWebViewURLSchemeHandlerDelegate> delegate_ = std::make_shared<ZVWebViewURLSchemeHandlerDelegate>();
     std::vector<std::string> started_;

@@ -141,18 +141,8 @@ struct Image {
 class SchemeLoadTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        char* folder = g_dir_make_tmp("zv-scheme-load-XXXXXX", nullptr);
-        folder_ = folder;
-        g_free(folder);
-        URLCache::setShared(URLCache::open(folder_ + "/URLCache.sqlite"));
         server_.setSlowDelay(100ms);
         test::initGtkOnce();
-    }
-
-    void TearDown() override {
-        views_.clear();
-        URLCache::setShared(nullptr);
-        ASSERT_EQ(std::system(("rm -rf '" + folder_ + "'").c_str()), 0);
     }
 
     // The twenty images of view `v`, every URL its own.
@@ -225,7 +215,7 @@ protected:
         views_[v]->view.reset();
     }
 
-    std::string folder_;
+    test::SharedCacheFolder folder_;
     test::LoopbackServer server_;
     Ledger ledger_;
     std::vector<std::unique_ptr<LoadedView>> views_;

@@ -1,6 +1,9 @@
 #include "SchemeTestSupport.h"
 
 #include <zv/foundation/Log.h>
+#include <zv/scheme/URLCache.h>
+
+#include <filesystem>
 
 namespace zv::test {
 
@@ -25,6 +28,19 @@ GLogWriterOutput write(GLogLevelFlags level, const GLogField* fields, gsize coun
 }
 
 }  // namespace
+
+SharedCacheFolder::SharedCacheFolder() {
+    char* made = g_dir_make_tmp("zv-scheme-XXXXXX", nullptr);
+    path_ = made ? made : "";
+    g_free(made);
+    URLCache::setShared(URLCache::open(path_ + "/URLCache.sqlite"));
+}
+
+SharedCacheFolder::~SharedCacheFolder() {
+    URLCache::setShared(nullptr);
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
 
 LogCapture::LogCapture() {
     static std::once_flag once;

@@ -1,5 +1,5 @@
-// What the scheme tests share: a task that records how it was answered, and
-// a capture of the framework's log lines.
+// What the scheme tests share: a task that records how it was answered, a
+// folder for the shared URL cache, and a capture of the framework's log lines.
 #pragma once
 
 #include <zv/foundation/MainThread.h>
@@ -57,6 +57,18 @@ private:
     }
 
     URLRequest request_;
+};
+
+// A folder made for one test, holding the shared URL cache until the test
+// ends; removed with everything in it afterwards.
+class SharedCacheFolder {
+public:
+    SharedCacheFolder();
+    ~SharedCacheFolder();
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
 };
 
 // Records every line logged under the framework's domain from construction

@@ -15,53 +15,44 @@
 namespace zv {
 namespace {
 
-struct URLCase {
-    const char* name;
-    const char* url;
-    double pointSize;
-    SymbolWeight weight;
-    std::optional<Color> color;
-};
-
-// Names the case by its URL in test listings.
-void PrintTo(const URLCase& c, std::ostream* out) { *out << c.url; }
-
 constexpr Color kRed{1, 0, 0, 1};
 
-class SymbolURLTest : public ::testing::TestWithParam<URLCase> {};
-
-TEST_P(SymbolURLTest, ReadsNameSizeWeightAndColour) {
-    const URLCase& c = GetParam();
-    auto request = symbolImageRequestFromURL(c.url);
-    ASSERT_TRUE(request);
-    EXPECT_EQ(request->name, "questionmark.square.dashed");
-    EXPECT_EQ(request->pointSize, c.pointSize);
-    EXPECT_EQ(request->weight, c.weight);
-    EXPECT_EQ(request->color, c.color);
+TEST(SymbolURL, ReadsNameSizeWeightAndColour) {
+    struct Case {
+        const char* query;  // after "wren-symbol:questionmark.square.dashed"
+        double pointSize;
+        SymbolWeight weight;
+        std::optional<Color> color;
+    };
+    const Case cases[] = {
+        {"", 96, SymbolWeight::Regular, std::nullopt},
+        {"?size=36", 72, SymbolWeight::Regular, std::nullopt},
+        {"?size=0", 96, SymbolWeight::Regular, std::nullopt},
+        {"?size=abc", 96, SymbolWeight::Regular, std::nullopt},
+        {"?size=-5", 96, SymbolWeight::Regular, std::nullopt},
+        {"?size=36px", 72, SymbolWeight::Regular, std::nullopt},
+        {"?size", 96, SymbolWeight::Regular, std::nullopt},
+        {"?SIZE=10&size=20", 40, SymbolWeight::Regular, std::nullopt},  // the later size wins
+        {"?weight=BOLD", 96, SymbolWeight::Bold, std::nullopt},
+        {"?weight=ultra", 96, SymbolWeight::UltraLight, std::nullopt},
+        {"?weight=regular", 96, SymbolWeight::Regular, std::nullopt},
+        {"?weight=heavy&weight=whatever", 96, SymbolWeight::Heavy, std::nullopt},  // an unknown weight keeps the last
+        {"?Color=%23FF0000", 96, SymbolWeight::Regular, kRed},
+        {"?color=RED&weight=light", 96, SymbolWeight::Light, kRed},
+        {"?color=nonsense", 96, SymbolWeight::Regular, std::nullopt},
+        {"?size=36&color=%233584e4&weight=light", 72, SymbolWeight::Light,
+         Color{0x35 / 255.0, 0x84 / 255.0, 0xe4 / 255.0, 1}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.query);
+        auto request = symbolImageRequestFromURL(std::string("wren-symbol:questionmark.square.dashed") + c.query);
+        ASSERT_TRUE(request);
+        EXPECT_EQ(request->name, "questionmark.square.dashed");
+        EXPECT_EQ(request->pointSize, c.pointSize);
+        EXPECT_EQ(request->weight, c.weight);
+        EXPECT_EQ(request->color, c.color);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Queries, SymbolURLTest,
-    ::testing::Values(
-        URLCase{"plain", "wren-symbol:questionmark.square.dashed", 96, SymbolWeight::Regular, std::nullopt},
-        URLCase{"size36", "wren-symbol:questionmark.square.dashed?size=36", 72, SymbolWeight::Regular, std::nullopt},
-        URLCase{"sizeZero", "wren-symbol:questionmark.square.dashed?size=0", 96, SymbolWeight::Regular, std::nullopt},
-        URLCase{"sizeNotANumber", "wren-symbol:questionmark.square.dashed?size=abc", 96, SymbolWeight::Regular, std::nullopt},
-        URLCase{"sizeNegative", "wren-symbol:questionmark.square.dashed?size=-5", 96, SymbolWeight::Regular, std::nullopt},
-        URLCase{"sizeWithUnit", "wren-symbol:questionmark.square.dashed?size=36px", 72, SymbolWeight::Regular, std::nullopt},
-        URLCase{"sizeWithoutValue", "wren-symbol:questionmark.square.dashed?size", 96, SymbolWeight::Regular, std::nullopt},
-        URLCase{"laterSizeWins", "wren-symbol:questionmark.square.dashed?SIZE=10&size=20", 40, SymbolWeight::Regular, std::nullopt},
-        URLCase{"weightInCapitals", "wren-symbol:questionmark.square.dashed?weight=BOLD", 96, SymbolWeight::Bold, std::nullopt},
-        URLCase{"weightUltra", "wren-symbol:questionmark.square.dashed?weight=ultra", 96, SymbolWeight::UltraLight, std::nullopt},
-        URLCase{"weightRegular", "wren-symbol:questionmark.square.dashed?weight=regular", 96, SymbolWeight::Regular, std::nullopt},
-        URLCase{"unknownWeightKeepsTheLast", "wren-symbol:questionmark.square.dashed?weight=heavy&weight=whatever", 96, SymbolWeight::Heavy,
-                std::nullopt},
-        URLCase{"colourInHex", "wren-symbol:questionmark.square.dashed?Color=%23FF0000", 96, SymbolWeight::Regular, kRed},
-        URLCase{"colourByName", "wren-symbol:questionmark.square.dashed?color=RED&weight=light", 96, SymbolWeight::Light, kRed},
-        URLCase{"colourUnreadable", "wren-symbol:questionmark.square.dashed?color=nonsense", 96, SymbolWeight::Regular, std::nullopt},
-        URLCase{"placeholderQuery", "wren-symbol:questionmark.square.dashed?size=36&color=%233584e4&weight=light", 72, SymbolWeight::Light,
-                Color{0x35 / 255.0, 0x84 / 255.0, 0xe4 / 255.0, 1}}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(SymbolURL, TextThatIsNoURLReadsAsNothing) {
     EXPECT_FALSE(symbolImageRequestFromURL("questionmark.square.dashed"));

@@ -163,15 +163,5 @@ TEST_F(URLCacheTest, ThreadsShareOneCache) {
     EXPECT_EQ(cache->currentUsage(), 4 * 100 * 16);
 }
 
-TEST_F(URLCacheTest, TheSharedCacheCanBeReplaced) {
-    auto mine = URLCache::open(path_);
-    auto other = URLCache::open(folder_ + "/other.sqlite");
-    URLCache::setShared(mine);
-    EXPECT_EQ(URLCache::shared(), mine);
-    URLCache::setShared(other);
-    EXPECT_EQ(URLCache::shared(), other);
-    URLCache::setShared(nullptr);
-}
-
 }  // namespace
 }  // namespace zv

@@ -32,11 +32,6 @@ struct ImageState {
 class WebViewSchemeTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        char* folder = g_dir_make_tmp("zv-web-view-schemes-XXXXXX", nullptr);
-        folder_ = folder;
-        g_free(folder);
-        URLCache::setShared(URLCache::open(folder_ + "/URLCache.sqlite"));
-
         test::initGtkOnce();
         zvView_ = ZVWebView::create();
         window_ = std::make_unique<test::WebViewWindow>(zvView_->webView());
@@ -57,8 +52,6 @@ protected:
         NotificationCenter::defaultCenter().removeObserver(failures_);
         window_.reset();
         zvView_.reset();
-        URLCache::setShared(nullptr);
-        ASSERT_EQ(std::system(("rm -rf '" + folder_ + "'").c_str()), 0);
     }
 
     WebKitWebView* view() const { return window_->webView(); }
@@ -96,7 +89,7 @@ protected:
         }
     };
 
-    std::string folder_;
+    test::SharedCacheFolder folder_;
     test::LoopbackServer server_;
     std::shared_ptr<ZVWebView> zvView_;
     std::unique_ptr<test::WebViewWindow> window_;
@@ -284,8 +277,8 @@ TEST_F(WebViewSchemeTest, APostGoesOutWithItsBodyAndNeverThroughTheCache) {
 }
 
 TEST_F(WebViewSchemeTest, ACorruptCacheFileIsNoObstacle) {
-    const std::string path = folder_ + "/corrupt/URLCache.sqlite";
-    g_mkdir_with_parents((folder_ + "/corrupt").c_str(), 0700);
+    const std::string path = folder_.path() + "/corrupt/URLCache.sqlite";
+    g_mkdir_with_parents((folder_.path() + "/corrupt").c_str(), 0700);
     std::ofstream(path, std::ios::binary) << std::string(4096, '\x01');
     URLCache::setShared(URLCache::open(path));
 
