@@ -48,6 +48,9 @@ TEST_F(ZvwkInputs, IsReportedOnStandardErrorWithTheRightStatus) {
         {"select p /nonexistent/a.html", false, 1, "zvwk: /nonexistent/a.html: No such file or directory\n"},
         {"purge-css /nonexistent/a.html", false, 1, "zvwk: /nonexistent/a.html: No such file or directory\n"},
         {"purge-css --filter", false, 2, "zvwk: purge-css: --filter needs a scope\n"},
+        {"page", false, 2, "zvwk: page: no page file\n"},
+        {"page a.html --size 3", false, 2, "zvwk: page: unexpected argument '--size'\n"},
+        {"page " + dir + "/absent.html", false, 1, "zvwk: " + dir_.string() + "/absent.html: No such file or directory\n"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.args);
