@@ -179,9 +179,16 @@ std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, bool blo
     return pictureURL;
 }
 
-void rewriteStyleSheet(HTMLElement& style, Rewriter& rewriter) {
+// Rewrites the sheet's remote references; returns how many elements went
+// with its old content. An SVG style element may hold elements (they only
+// add their text to the sheet), and replacing its text frees them.
+std::size_t rewriteStyleSheet(HTMLElement& style, Rewriter& rewriter) {
     std::string css = style.textContent();
-    if (auto value = rewriter.rewrittenRanges(css, reading::cssURLRanges(css))) style.setTextContent(*value);
+    auto value = rewriter.rewrittenRanges(css, reading::cssURLRanges(css));
+    if (!value) return 0;
+    std::size_t dropped = style.querySelectorAll("*").size();
+    style.setTextContent(*value);
+    return dropped;
 }
 
 bool fetchesOrRedirects(const HTMLElement& element) {
@@ -216,7 +223,9 @@ SafeViewReport prepareDocumentForSafeView(html::HTMLDocument& document, const Sa
     Rewriter rewriter(options);
     std::vector<HTMLElement*> removed;
     std::vector<std::pair<HTMLElement*, std::string>> blockedImages;
-    for (HTMLElement* element : root->querySelectorAll("*")) {
+    const std::vector<HTMLElement*> elements = root->querySelectorAll("*");
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        HTMLElement* element = elements[i];
         if (fetchesOrRedirects(*element)) {
             removed.push_back(element);
             continue;
@@ -224,7 +233,9 @@ SafeViewReport prepareDocumentForSafeView(html::HTMLDocument& document, const Sa
         std::string pictureURL = rewriteAttributes(*element, rewriter, options.blockTrackers);
         if (!pictureURL.empty() && !options.allowRemoteContent && options.imagePlaceholders)
             blockedImages.emplace_back(element, std::move(pictureURL));
-        if (element->localName() == "style") rewriteStyleSheet(*element, rewriter);
+        // In document order a style's elements come right after it: the ones
+        // its rewriting dropped are skipped, not visited freed.
+        if (element->localName() == "style") i += rewriteStyleSheet(*element, rewriter);
     }
     for (HTMLElement* element : removed) element->parentNode()->removeChildNode(element);
     for (auto& [image, url] : blockedImages) reading::placeBlockedImagePlaceholder(*image, url);

@@ -75,6 +75,11 @@ TEST(SafeMessageView, RemoteReferencesFoundWhereverTheyFetch) {
         {"<img src=\"WREN-HTTPS://x.example/u.png\"><img src=\"wren-http://x.example/v.png\">",
          {"https://x.example/u.png", "http://x.example/v.png"},
          "<img src=\"wren-https://x.example/u.png\"><img src=\"wren-http://x.example/v.png\">"},
+        // An SVG style sheet may hold elements; rewriting its text drops them.
+        {"<svg><style>p { background: url(http://x.example/w.png) }<g><image href=\"https://x.example/x.png\"></image>"
+         "</g></style></svg>",
+         {"http://x.example/w.png"},
+         "<svg><style>p { background: url(wren-http://x.example/w.png) }</style></svg>"},
         // Links stay, pings and everything that fetches or redirects by itself go.
         {"<a href=\"https://x.example/r\" ping=\"https://x.example/track\">r</a><link rel=stylesheet href=\"https://x.example/s.css\">"
          "<base href=\"https://x.example/\"><meta http-equiv=refresh content=\"0;url=https://x.example/\"><img src=\"cid:t@u\">",
