@@ -2,8 +2,7 @@
 
 #include <epoxy/gl.h>
 
-#include <algorithm>
-#include <cctype>
+#include <cstring>
 
 namespace zvwk::viewer {
 
@@ -23,10 +22,9 @@ std::optional<std::string> openGLRenderer(GdkDisplay* display) {
 }
 
 bool isSoftwareRenderer(const std::string& renderer) {
-    std::string lower(renderer);
-    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
+    g_autofree char* lower = g_ascii_strdown(renderer.c_str(), -1);
     for (const char* software : {"llvmpipe", "softpipe", "software rasterizer", "swrast"})
-        if (lower.find(software) != std::string::npos) return true;
+        if (std::strstr(lower, software)) return true;
     return false;
 }
 
