@@ -42,7 +42,10 @@ ViewerWindow::ViewerWindow(GtkApplication* application, ViewerOptions options)
                                               if (row < conversations().size())
                                                   previewer_->prioritize(conversations()[row].messages.back());
                                           });
-    list_->selectionChanged = [this](std::size_t row) { showConversation(row); };
+    // Selecting a row from showConversation comes back here: that conversation is shown already.
+    list_->selectionChanged = [this](std::size_t row) {
+        if (shown_ != row) showConversation(row);
+    };
     conversation_ = std::make_unique<ConversationView>();
     buildChrome();
 
