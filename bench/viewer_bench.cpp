@@ -6,8 +6,10 @@
 //    time until every preview is computed, resident memory then.
 // 2. A 50-message conversation (bodies taken from the corpus's HTML
 //    messages), every message expanded: time to the first body painted and
-//    to all loaded, memory of the UI process and of the web processes, with
-//    all views in one shared web process against one process per view.
+//    to all loaded (the bodies near the screen; the others wait until
+//    scrolled near), memory of the UI process and of the web processes, with
+//    all views in one shared web process against one process per view; then
+//    the time and memory to make every body view, as find does.
 //
 // A plain program: it needs a display (run it under xvfb-run) and the main
 // loop. Usage: viewer_bench [--messages N] [--thread N] [--shared-only] CORPUS_DIR
@@ -275,6 +277,22 @@ void measureMailbox(GtkApplication* application, const fs::path& maildir, std::s
     waitForChildrenToExit();
 }
 
+// Views far off screen wait until scrolled near; find makes them all. The
+// time and memory that takes, from the loaded conversation.
+void measureEveryView(ViewerWindow& window) {
+    const auto& cards = window.conversationView().cards();
+    Clock::time_point started = Clock::now();
+    for (const auto& card : cards) card->makeBodyViewAnyway();
+    bool loaded = spinUntil(
+        [&] { return std::all_of(cards.begin(), cards.end(), [](const auto& card) { return card->isBodyLoaded(); }); },
+        std::chrono::seconds(300));
+    double took = seconds(started, Clock::now());
+    spinUntil([] { return false; }, std::chrono::seconds(2));  // memory settles
+    long ui = procField("/proc/self/status", "VmRSS");
+    std::cout << "| every body view made as find makes them | all loaded " << (loaded ? took : -1)
+              << " s later | total (UI RSS + PSS) " << (ui + webKitChildren().pssKiB) / 1024 << " MiB |\n";
+}
+
 void measureThread(GtkApplication* application, const fs::path& threadDir, bool shared) {
     ViewerOptions options;
     options.paths = {threadDir.string()};
@@ -306,14 +324,16 @@ void measureThread(GtkApplication* application, const fs::path& threadDir, bool 
     spinUntil([] { return false; }, std::chrono::seconds(2));  // memory settles
     ChildMemory children = webKitChildren();
     long ui = procField("/proc/self/status", "VmRSS");
-    std::size_t views = window->conversationView().cards().size();
+    std::size_t views = window->conversationView().cards().size(), made = 0;
+    for (const auto& card : window->conversationView().cards()) made += card->bodyView() != nullptr;
     std::cout << "| " << views << "-message conversation, " << (shared ? "one shared web process" : "a process per view")
-              << " | first body " << (first ? seconds(started, firstAt) : -1) << " s | all loaded "
+              << " | " << made << " body views made | first body " << (first ? seconds(started, firstAt) : -1) << " s | all loaded "
               << (loaded ? seconds(started, allAt) : -1) << " s (CPU: UI " << uiCPUAll - uiCPUBefore << " s, web "
               << webCPUAll - webCPUBefore << " s) | web processes " << children.processes
               << " | web+network RSS " << children.rssKiB / 1024 << " MiB, PSS " << children.pssKiB / 1024
               << " MiB | UI RSS " << ui / 1024 << " MiB (+" << (ui - uiBefore) / 1024 << ") | total (UI RSS + PSS) "
               << (ui + children.pssKiB) / 1024 << " MiB |\n";
+    measureEveryView(*window);
     window.reset();
     waitForChildrenToExit();
 }

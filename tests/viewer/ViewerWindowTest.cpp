@@ -232,6 +232,43 @@ TEST_F(ViewerWindowTest, FindCountsAcrossTheConversationLoadedOrNot) {
     }
 }
 
+TEST_F(ViewerWindowTest, MessagesFarOffScreenMakeTheirViewsWhenScrolledNearOrSearched) {
+    test::ScratchFolder folder;
+    constexpr int kMessages = 8;
+    for (int i = 0; i < kMessages; ++i) {
+        std::string id = "long" + std::to_string(i) + "@x";
+        std::string body = "<div style=\"height:1500px\">tall " + std::to_string(i) + "</div>";
+        folder.write("box/cur/" + std::to_string(i) + ".long",
+                     htmlMessage(id, i ? "Re: Long" : "Long", body, i ? "References: <long0@x>\n" : "", i));
+    }
+    ViewerOptions options;
+    options.paths = {(folder.path() / "box").string()};
+    options.conversation.expandedNewest = 0;
+    ViewerWindow window(application_, options);
+    ViewerExtensions extensions(window);
+    gtk_window_present(window.window());
+    ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
+    window.showConversation(0);
+    ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, kConversationTimeout));
+    const auto& cards = window.conversationView().cards();
+    ASSERT_EQ(cards.size(), std::size_t(kMessages));
+    EXPECT_TRUE(cards.front()->isBodyLoaded());
+    EXPECT_EQ(cards.back()->bodyView(), nullptr) << "a message 10,000 pixels down";
+
+    GtkAdjustment* scroll = window.conversationView().verticalAdjustment();
+    EXPECT_TRUE(zv::test::spinUntil(
+        [&] {
+            gtk_adjustment_set_value(scroll, gtk_adjustment_get_upper(scroll));
+            return cards.back()->isBodyLoaded();
+        },
+        kConversationTimeout));
+
+    ConversationFind& find = extensions.conversationFind();
+    find.open("tall");
+    EXPECT_TRUE(zv::test::spinUntil([&] { return find.controller().currentCount() == kMessages; }, 20s))
+        << find.controller().currentCount();
+}
+
 TEST_F(ViewerWindowTest, AboutAndHelpAreLocalizedPages) {
     struct Case {
         const char* page;

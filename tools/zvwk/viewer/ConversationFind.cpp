@@ -80,7 +80,7 @@ void ConversationFind::makeDelegate() {
             return;
         }
         self->waiting_[card.get()] = std::move(completion);
-        card->setExpanded(true);
+        card->makeBodyViewAnyway();
     };
     delegate_->foundResultInMessageItem = [weak](zv::ZVWebViewFindController&,
                                                  const zv::ZVWKConversationMessageItemRef& item, zv::Point offset,

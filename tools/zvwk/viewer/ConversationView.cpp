@@ -1,8 +1,12 @@
 #include "ConversationView.h"
 
+#include "MessageBodyView.h"
 #include "ViewerResources.h"
 
 #include <zv/foundation/OperationQueue.h>
+
+#include <algorithm>
+#include <utility>
 
 namespace zvwk::viewer {
 
@@ -15,10 +19,21 @@ ConversationView::ConversationView() : readQueue_(zv::OperationQueue::create()) 
     column_ = GTK_WIDGET(gtk_builder_get_object(builder, "column"));
     title_ = GTK_WIDGET(gtk_builder_get_object(builder, "title"));
     cardsBox_ = GTK_WIDGET(gtk_builder_get_object(builder, "cards"));
+    // "changed" follows every layout that moved the cards, "value-changed" every scroll.
+    g_signal_connect(verticalAdjustment(), "changed", G_CALLBACK(onScrolled), this);
+    g_signal_connect(verticalAdjustment(), "value-changed", G_CALLBACK(onScrolled), this);
+    processView_ = startMessageWebProcess();
+    g_signal_connect(processView_->webView(), "web-process-terminated", G_CALLBACK(onWebProcessTerminated), nullptr);
+}
+
+// A crashed process takes the messages it showed with it; the next ones get a new one.
+void ConversationView::onWebProcessTerminated(WebKitWebView* view, WebKitWebProcessTerminationReason, gpointer) {
+    webkit_web_view_load_html(view, "", "about:blank");
 }
 
 ConversationView::~ConversationView() {
     clear();
+    g_signal_handlers_disconnect_by_data(verticalAdjustment(), this);
     g_object_unref(scroller_);
 }
 
@@ -30,13 +45,14 @@ void ConversationView::clear() {
     for (auto& card : cards_) {
         card->settled = nullptr;
         card->rememberedChoicesChanged = nullptr;
-        card->bodyViewMade = nullptr;
         card->processAnchor = nullptr;
+        card->bodyViewWanted = nullptr;
         gtk_box_remove(GTK_BOX(cardsBox_), card->widget());
     }
     cards_.clear();
-    anchor_.reset();
     reportedFirst_ = reportedAll_ = false;
+    if (nearScreenPass_) g_source_remove(std::exchange(nearScreenPass_, 0));
+    if (firstLayoutTick_) gtk_widget_remove_tick_callback(cardsBox_, std::exchange(firstLayoutTick_, 0));
 }
 
 void ConversationView::show(const std::string& subject, const std::vector<MessageSummary>& messages,
@@ -45,12 +61,15 @@ void ConversationView::show(const std::string& subject, const std::vector<Messag
     options_ = options;
     gtk_label_set_text(GTK_LABEL(title_), subject.empty() ? "(no subject)" : subject.c_str());
     gtk_adjustment_set_value(verticalAdjustment(), 0);
+    size_t firstExpanded = options.expandedNewest == 0 || messages.size() <= options.expandedNewest
+                               ? 0
+                               : messages.size() - options.expandedNewest;
     for (const MessageSummary& summary : messages) {
         auto card = MessageCard::create(summary, {options.dark});
         card->scrollTarget = verticalAdjustment();
         card->setZoomLevel(zoom_);
         card->processAnchor = [this]() -> WebKitWebView* {
-            return options_.shareWebProcess ? anchor_.get() : nullptr;
+            return options_.shareWebProcess ? processView_->webView() : nullptr;
         };
         card->settled = [this](MessageCard& settledCard) { cardLoaded(settledCard); };
         // A choice made on one message applies to the others it covers at once.
@@ -58,21 +77,30 @@ void ConversationView::show(const std::string& subject, const std::vector<Messag
             for (auto& other : cards_)
                 if (other.get() != &changed) other->followRememberedChoices();
         };
-        card->bodyViewMade = [this](MessageCard& made) {
-            if (!anchor_) anchor_ = zv::GObjectRef<WebKitWebView>::ref(made.bodyView()->webView());
-        };
+        card->bodyViewWanted = [this](const MessageCard& asking) { return isNearScreen(asking); };
         gtk_box_append(GTK_BOX(cardsBox_), card->widget());
+        // The expanded messages are read while the other cards are built.
+        // One that could not even be listed settles at once, so it waits
+        // until every card is there.
+        bool expanded = cards_.size() >= firstExpanded;
+        card->setExpanded(expanded);
+        if (expanded && summary.error.empty()) card->readContent(*readQueue_);
         cards_.push_back(std::move(card));
     }
-    size_t firstExpanded = options.expandedNewest == 0 || cards_.size() <= options.expandedNewest
-                               ? 0
-                               : cards_.size() - options.expandedNewest;
-    // The messages on screen are read first, then the folded ones.
-    for (size_t i = firstExpanded; i < cards_.size(); ++i) {
-        cards_[i]->setExpanded(true);
-        cards_[i]->readContent(*readQueue_);
-    }
+    for (size_t i = firstExpanded; i < cards_.size(); ++i)
+        if (!cards_[i]->summary().error.empty()) cards_[i]->readContent(*readQueue_);
     for (size_t i = 0; i < firstExpanded; ++i) cards_[i]->readContent(*readQueue_);
+    // The first layout need not move the scroll bar, so it is watched for.
+    firstLayoutTick_ = gtk_widget_add_tick_callback(
+        cardsBox_,
+        +[](GtkWidget*, GdkFrameClock*, gpointer data) -> gboolean {
+            auto* self = static_cast<ConversationView*>(data);
+            if (self->cards_.empty() || !isLaidOut(*self->cards_.front())) return G_SOURCE_CONTINUE;
+            self->firstLayoutTick_ = 0;
+            self->makeViewsNearScreen();
+            return G_SOURCE_REMOVE;
+        },
+        this, nullptr);
 }
 
 void ConversationView::setZoomLevel(double level) {
@@ -82,10 +110,52 @@ void ConversationView::setZoomLevel(double level) {
 
 bool ConversationView::isLoaded() const {
     for (const auto& card : cards_) {
-        if (!card->isContentRead() && card->isExpanded()) return false;
-        if (card->isExpanded() && !card->isError() && !card->isBodyLoaded()) return false;
+        if (!card->isExpanded() || card->isError()) continue;
+        if (!card->isContentRead()) return false;
+        if (card->awaitsBodyView() ? !isLaidOut(*card) || isNearScreen(*card) : !card->isBodyLoaded()) return false;
     }
     return true;
+}
+
+// Within a screen above or below what is shown; in a column not on screen,
+// every card, as nothing tells which will be. Before the cards' first
+// layout, only the topmost expanded one, which is on screen unless folded
+// cards fill the screen above it: its body need not wait for the layout.
+bool ConversationView::isNearScreen(const MessageCard& card) const {
+    if (!gtk_widget_get_mapped(scroller_)) return true;
+    if (!isLaidOut(card)) {
+        auto first = std::find_if(cards_.begin(), cards_.end(), [](const auto& c) { return c->isExpanded(); });
+        return first != cards_.end() && first->get() == &card;
+    }
+    graphene_rect_t bounds;
+    if (!gtk_widget_compute_bounds(card.widget(), column_, &bounds)) return false;
+    GtkAdjustment* adjustment = verticalAdjustment();
+    double page = gtk_adjustment_get_page_size(adjustment), top = gtk_adjustment_get_value(adjustment);
+    return bounds.origin.y < top + 2 * page && bounds.origin.y + bounds.size.height > top - page;
+}
+
+bool ConversationView::isLaidOut(const MessageCard& card) { return gtk_widget_get_height(card.widget()) > 0; }
+
+// A card that settled while the cards above it still had their old heights
+// may have seen a neighbour near that the next layout moved away: loading
+// is checked again after each layout, not only when a card settles.
+void ConversationView::makeViewsNearScreen() {
+    for (auto& card : cards_) card->makeBodyViewIfWanted();
+    reportIfLoaded();
+}
+
+// Layout signals arrive while GTK allocates, where no widget may be added:
+// the views are made from an idle pass after it.
+void ConversationView::onScrolled(GtkAdjustment*, gpointer data) {
+    auto* self = static_cast<ConversationView*>(data);
+    if (self->nearScreenPass_ || self->cards_.empty()) return;
+    self->nearScreenPass_ = g_idle_add_once(
+        +[](gpointer data) {
+            auto* self = static_cast<ConversationView*>(data);
+            self->nearScreenPass_ = 0;
+            self->makeViewsNearScreen();
+        },
+        self);
 }
 
 void ConversationView::cardLoaded(MessageCard& card) {
@@ -94,10 +164,13 @@ void ConversationView::cardLoaded(MessageCard& card) {
         reportedFirst_ = true;
         if (firstBodyLoaded) firstBodyLoaded();
     }
-    if (!reportedAll_ && isLoaded()) {
-        reportedAll_ = true;
-        if (loaded) loaded();
-    }
+    reportIfLoaded();
+}
+
+void ConversationView::reportIfLoaded() {
+    if (reportedAll_ || !isLoaded()) return;
+    reportedAll_ = true;
+    if (loaded) loaded();
 }
 
 void ConversationView::scrollToWidget(GtkWidget* widget, double below) {

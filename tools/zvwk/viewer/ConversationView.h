@@ -1,8 +1,12 @@
 // A conversation in one scrolling column: its subject, then a card per
-// message, oldest first. Every body view of the conversation shares one web
-// process: the first view made is the anchor, and each later one is made as
-// its related view. Older messages start collapsed to their preview line
+// message, oldest first. Every body view shares one web process, started
+// with the conversation view on a blank page of its own (starting a process
+// takes about 0.3 s) and kept for every conversation shown in it; each body
+// view is made as that page's related view. Older messages start collapsed to their preview line
 // when the conversation is long; their views are made when they are opened.
+// An expanded message more than a screen away from what is shown makes its
+// view when scrolling brings it near: a web view costs its page's layout and
+// painting whether it is seen or not.
 #pragma once
 
 #include "MessageCard.h"
@@ -40,7 +44,8 @@ public:
     void clear();
 
     const std::vector<std::shared_ptr<MessageCard>>& cards() const { return cards_; }
-    // Every expanded card's body has loaded and has its height.
+    // Every expanded card near the screen has loaded its body and has its
+    // height (the others wait, see above).
     bool isLoaded() const;
     // Run on the main thread when the first body, and when all bodies of the
     // conversation shown, have loaded.
@@ -60,7 +65,12 @@ public:
 
 private:
     void cardLoaded(MessageCard& card);
-
+    void reportIfLoaded();
+    static void onWebProcessTerminated(WebKitWebView* view, WebKitWebProcessTerminationReason, gpointer);
+    bool isNearScreen(const MessageCard& card) const;
+    static bool isLaidOut(const MessageCard& card);
+    void makeViewsNearScreen();
+    static void onScrolled(GtkAdjustment*, gpointer self);
 
     GtkWidget* scroller_ = nullptr;  // held by a reference of its own
     GtkWidget* column_ = nullptr;
@@ -68,11 +78,13 @@ private:
     GtkWidget* cardsBox_ = nullptr;
     std::shared_ptr<zv::OperationQueue> readQueue_;  // reads and prepares the messages
     std::vector<std::shared_ptr<MessageCard>> cards_;
-    zv::GObjectRef<WebKitWebView> anchor_;
+    std::shared_ptr<zv::ZVWebView> processView_;
     ConversationOptions options_;
     double zoom_ = 1;
     bool reportedFirst_ = false;
     bool reportedAll_ = false;
+    guint nearScreenPass_ = 0;  // an idle source
+    guint firstLayoutTick_ = 0;  // a tick callback of cardsBox_
 };
 
 }  // namespace zvwk::viewer

@@ -93,4 +93,12 @@ MessageBodyView makeMessageBodyView(const MessageContent& content, WebKitWebView
     return body;
 }
 
+std::shared_ptr<zv::ZVWebView> startMessageWebProcess() {
+    zv::ZVWebViewConfiguration configuration;
+    configuration.settings = messageSettings();
+    auto view = zv::ZVWebView::create(configuration);
+    webkit_web_view_load_html(view->webView(), "", "about:blank");
+    return view;
+}
+
 }  // namespace zvwk::viewer

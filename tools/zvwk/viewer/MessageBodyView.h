@@ -30,4 +30,8 @@ struct MessageBodyView {
 MessageBodyView makeMessageBodyView(const MessageContent& content, WebKitWebView* relatedView, GCallback heightChanged,
                                     gpointer data);
 
+// A view with the message views' settings on a blank page, never shown: it
+// starts a web process that message views made related to it share.
+std::shared_ptr<zv::ZVWebView> startMessageWebProcess();
+
 }  // namespace zvwk::viewer

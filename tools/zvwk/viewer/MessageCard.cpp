@@ -20,7 +20,10 @@ namespace zvwk::viewer {
 
 namespace {
 
-constexpr int kLoadingHeight = 48;
+// A body's height until its page reports one, and a placeholder's: about a
+// screen of text, so that a conversation of them scrolls much as it will
+// once shown, and views made near the screen do not pull more cards near.
+constexpr int kLoadingHeight = 320;
 
 std::string initials(const std::string& name) {
     std::string out;
@@ -148,8 +151,6 @@ void MessageCard::build() {
     gtk_box_append(GTK_BOX(root_), buildHeader());
     bodyBox_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     gtk_box_append(GTK_BOX(root_), bodyBox_);
-    remoteBar_ = buildRemoteBar();
-    gtk_box_append(GTK_BOX(bodyBox_), remoteBar_);
     updateExpansion();
 }
 
@@ -255,7 +256,33 @@ void MessageCard::updateExpansion() {
     updateBodyButtons();
     if (expanded_) gtk_widget_remove_css_class(root_, "collapsed");
     else gtk_widget_add_css_class(root_, "collapsed");
-    if (expanded_ && contentRead_ && !isError() && !view_) makeBodyView();
+    // Held while the message is read too: cards laid out without their
+    // bodies' room would all look near the screen.
+    showPlaceholder(expanded_ && !view_ && !isError());
+    makeBodyViewIfWanted();
+}
+
+void MessageCard::makeBodyViewIfWanted() {
+    if (!awaitsBodyView()) return;
+    if (viewDemanded_ || !bodyViewWanted || bodyViewWanted(*this)) makeBodyView();
+}
+
+void MessageCard::makeBodyViewAnyway() {
+    viewDemanded_ = true;
+    setExpanded(true);
+    makeBodyViewIfWanted();
+}
+
+void MessageCard::showPlaceholder(bool shown) {
+    if (shown == (placeholder_ != nullptr)) return;
+    if (!shown) {
+        gtk_box_remove(GTK_BOX(bodyBox_), placeholder_);
+        placeholder_ = nullptr;
+        return;
+    }
+    placeholder_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    gtk_widget_set_size_request(placeholder_, -1, kLoadingHeight);
+    gtk_box_insert_child_after(GTK_BOX(bodyBox_), placeholder_, remoteBar_);
 }
 
 void MessageCard::updateBodyButtons() {
@@ -268,11 +295,11 @@ void MessageCard::updateBodyButtons() {
 }
 
 void MessageCard::makeBodyView() {
+    showPlaceholder(false);
     WebKitWebView* anchor = processAnchor ? processAnchor() : nullptr;
     MessageBodyView body = makeMessageBodyView(content_, anchor, G_CALLBACK(onHeightMessage), this);
     view_ = std::move(body.view);
     handler_ = std::move(body.handler);
-    if (bodyViewMade) bodyViewMade(*this);
 
     WebKitWebView* webView = view_->webView();
     g_signal_connect(webView, "load-changed", G_CALLBACK(onLoadChanged), this);
@@ -314,13 +341,20 @@ void MessageCard::loadBody() {
 // Shown, remote content keeps its trackers out; the bar then counts them,
 // and names the remembered choice that showed it.
 void MessageCard::updateRemoteBar() {
+    bool worthSaying = !allowRemote_ || trackers_ > 0 || remembered_;
+    bool shown = remoteReferences_ > 0 && worthSaying && !asPlainText_;
+    // Made when first needed: most messages never show one.
+    if (!remoteBar_ && !shown) return;
+    if (!remoteBar_) {
+        remoteBar_ = buildRemoteBar();
+        gtk_box_prepend(GTK_BOX(bodyBox_), remoteBar_);
+    }
     auto* bar = ZVWK_REMOTE_CONTENT_BAR(remoteBar_);
     std::string rememberedFor;
     if (remembered_) rememberedFor = *remembered_ == Scope::Sender ? lowerCase(summary_.fromAddress) : domainOf(summary_.fromAddress);
     if (allowRemote_) zvwk_remote_content_bar_show_shown(bar, guint(trackers_), remembered_ ? rememberedFor.c_str() : nullptr);
     else zvwk_remote_content_bar_show_blocked(bar);
-    bool worthSaying = !allowRemote_ || trackers_ > 0 || remembered_;
-    gtk_widget_set_visible(remoteBar_, remoteReferences_ > 0 && worthSaying && !asPlainText_);
+    gtk_widget_set_visible(remoteBar_, shown);
 }
 
 void MessageCard::print(GtkPrintSettings* settings, std::function<void()> finished) {

@@ -63,7 +63,6 @@ public:
     // (none: a process of its own); told when the card made its view, and
     // when it has settled: its body loaded with its height, or its error shown.
     std::function<WebKitWebView*()> processAnchor;
-    std::function<void(MessageCard&)> bodyViewMade;
     std::function<void(MessageCard&)> settled;
     // Where wheel events over the body go.
     GtkAdjustment* scrollTarget = nullptr;
@@ -74,8 +73,19 @@ public:
     bool isExpanded() const { return expanded_; }
     void setExpanded(bool expanded);
 
-    // The body view; null while collapsed and never expanded, and for errors.
+    // The body view; null while collapsed and never expanded, for errors, and
+    // while bodyViewWanted keeps it waiting.
     const std::shared_ptr<zv::ZVWebView>& bodyView() const { return view_; }
+    // Asked before an expanded card makes its body view; a card told no
+    // shows a placeholder until makeBodyViewIfWanted or makeBodyViewAnyway.
+    // Without it, the view is made as soon as the message is read.
+    std::function<bool(const MessageCard&)> bodyViewWanted;
+    // Expanded and read, with no body view yet.
+    bool awaitsBodyView() const { return expanded_ && contentRead_ && !isError() && !view_; }
+    void makeBodyViewIfWanted();
+    // Expands the card and makes its view whether wanted or not (find
+    // searches every message), now or as soon as the message is read.
+    void makeBodyViewAnyway();
     zv::ZVWebViewURLSchemeHandler* schemeHandler() const { return handler_.get(); }
     bool isBodyLoaded() const { return bodyLoaded_; }
     // The document the view shows (or will show when it is made).
@@ -134,6 +144,7 @@ private:
     void updateExpansion();
     void updateBodyButtons();
     void updateRemoteBar();
+    void showPlaceholder(bool shown);
 
     static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self);
     static void onHeightMessage(WebKitUserContentManager*, JSCValue* value, gpointer self);
@@ -152,10 +163,12 @@ private:
     GtkWidget* printButton_ = nullptr;
     GtkWidget* originalColoursButton_ = nullptr;  // only in the dark style
     GtkWidget* bodyBox_ = nullptr;
-    GtkWidget* remoteBar_ = nullptr;
+    GtkWidget* remoteBar_ = nullptr;  // first in bodyBox_ once made
+    GtkWidget* placeholder_ = nullptr;  // stands for a body view not made yet
     std::shared_ptr<zv::ZVWebView> view_;
     std::shared_ptr<zv::ZVWebViewURLSchemeHandler> handler_;
     bool expanded_ = false;
+    bool viewDemanded_ = false;
     bool allowRemote_ = false;
     std::optional<zv::RemoteContentChoices::Scope> remembered_;
     bool asPlainText_ = false;
