@@ -3,7 +3,8 @@
 //
 // The body view (MessageBodyView.h) is sized to its content's height, so the
 // conversation scrolls as one page (wheel events over a view scroll the
-// conversation). It fetches nothing from the network: remote references are
+// conversation); a page taller than a view can draw keeps the tallest height
+// that can be drawn and scrolls inside it. It fetches nothing from the network: remote references are
 // blocked (see MessageDocument.h) until "Show remote content" on the card's
 // bar loads them through the "wren-http"/"wren-https" schemes and the URL
 // cache. The bar can also remember the choice for the sender or the sender's
@@ -168,6 +169,7 @@ private:
     bool preparedOriginal_ = false;
     bool heightKnown_ = false;
     bool navigationFinished_ = false;
+    bool scrollsInside_ = false;  // the page is taller than a view can draw
     int bodyHeight_ = 0;
     double zoom_ = 1;
     int pageHeight_ = 0;  // in the page's CSS pixels
