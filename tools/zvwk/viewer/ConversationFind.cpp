@@ -123,8 +123,9 @@ void ConversationFind::cardSettled(MessageCard& card) {
     completion(card.isBodyLoaded() ? card.bodyView() : nullptr);
 }
 
-// `offset` is the match's top in the message's page, which never scrolls
-// itself: the column scrolls to put it a little below the top.
+// `offset` is the match's top in the message's page, which scrolls itself
+// only when taller than its view can be: the column scrolls to put it a
+// little below the top.
 void ConversationFind::scrollToMatch(const zv::ZVWKConversationMessageItemRef& item, zv::Point offset) {
     auto card = cardOf(item);
     if (!card || !card->bodyView()) return;

@@ -248,6 +248,8 @@ MessageContent contentFromBytes(std::string_view bytes) {
     if (body) readParts(body, content);
     if (!body)
         content.error = "the message has no body";
+    else if (parsed.issues.truncated && headerBlockLength(bytes) == bytes.size())
+        content.error = "the message is truncated: it ends inside its headers";
     else if (parsed.issues.truncated)
         content.error = "the message is truncated: it ends inside a part";
     else if (parsed.issues.damaged)

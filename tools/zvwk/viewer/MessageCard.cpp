@@ -12,7 +12,9 @@
 
 #include <zv/foundation/MainThread.h>
 #include <zv/foundation/OperationQueue.h>
+#include <zv/webview/ScriptEvaluation.h>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -24,6 +26,11 @@ namespace {
 // screen of text, so that a conversation of them scrolls much as it will
 // once shown, and views made near the screen do not pull more cards near.
 constexpr int kLoadingHeight = 320;
+// A body view draws through a backing store of its own size: taller than a
+// cairo surface can be (32767 device pixels) it draws nothing, and GTK's GL
+// renderer aborts on the texture it cannot make. Past this height (also what
+// GL drivers commonly take as a texture) the page scrolls inside its view.
+constexpr int kTallestBodyInDevicePixels = 16384;
 
 std::string initials(const std::string& name) {
     std::string out;
@@ -335,6 +342,7 @@ void MessageCard::loadBody() {
     bodyLoaded_ = false;
     heightKnown_ = false;
     navigationFinished_ = false;
+    scrollsInside_ = false;
     webkit_web_view_load_html(view_->webView(), preparedHTML_.c_str(), "about:blank");
 }
 
@@ -432,6 +440,12 @@ void MessageCard::updateHeightFromPage(int height) {
     pageHeight_ = height;
     // The page measures in CSS pixels, which the zoom makes larger on screen.
     height = int(std::ceil(height * zoom_));
+    const int tallest = kTallestBodyInDevicePixels / gtk_widget_get_scale_factor(GTK_WIDGET(view_->webView()));
+    if (height > tallest && !scrollsInside_) {
+        scrollsInside_ = true;
+        zv::evaluateJavaScript(view_->webView(), "document.documentElement.style.overflowY='auto'");
+    }
+    height = std::min(height, tallest);
     bodyHeight_ = height;
     heightKnown_ = true;
     gtk_widget_set_size_request(GTK_WIDGET(view_->webView()), -1, height);
@@ -460,7 +474,7 @@ void MessageCard::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer 
 gboolean MessageCard::onScroll(GtkEventControllerScroll* controller, double, double dy, gpointer self) {
     auto* card = static_cast<MessageCard*>(self);
     GtkAdjustment* target = card->scrollTarget;
-    if (!target) return FALSE;
+    if (!target || card->scrollsInside_) return FALSE;
     double step = dy;
     if (gtk_event_controller_scroll_get_unit(controller) == GDK_SCROLL_UNIT_WHEEL)
         step = dy * std::pow(gtk_adjustment_get_page_size(target), 2.0 / 3.0);

@@ -3,11 +3,13 @@
 //
 // The body view (MessageBodyView.h) is sized to its content's height, so the
 // conversation scrolls as one page (wheel events over a view scroll the
-// conversation). It fetches nothing from the network: remote references are
-// blocked (see MessageDocument.h) until "Show remote content" on the card's
-// bar loads them through the "wren-http"/"wren-https" schemes and the URL
-// cache. The bar can also remember the choice for the sender or the sender's
-// domain (zv::RemoteContentChoices); a message a remembered choice covers is
+// conversation); a page taller than a view can draw gets the tallest view that
+// can be drawn and scrolls inside it, under the wheel too. The view fetches
+// nothing from the network: remote references are blocked (see
+// MessageDocument.h) until "Show remote content" on the card's bar loads them
+// through the "wren-http"/"wren-https" schemes and the URL cache. The bar can
+// also remember the choice for the sender or the sender's domain
+// (zv::RemoteContentChoices); a message a remembered choice covers is
 // prepared with its remote content from the start, so it loads once.
 // A collapsed card shows its preview line and makes no view until it is
 // expanded. A message that cannot be read shows an error card instead.
@@ -181,6 +183,7 @@ private:
     bool preparedOriginal_ = false;
     bool heightKnown_ = false;
     bool navigationFinished_ = false;
+    bool scrollsInside_ = false;  // the page is taller than a view can draw
     int bodyHeight_ = 0;
     double zoom_ = 1;
     int pageHeight_ = 0;  // in the page's CSS pixels
