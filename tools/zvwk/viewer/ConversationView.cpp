@@ -22,6 +22,10 @@ ConversationView::ConversationView() : readQueue_(zv::OperationQueue::create()) 
     // "changed" follows every layout that moved the cards, "value-changed" every scroll.
     g_signal_connect(verticalAdjustment(), "changed", G_CALLBACK(onScrolled), this);
     g_signal_connect(verticalAdjustment(), "value-changed", G_CALLBACK(onScrolled), this);
+}
+
+void ConversationView::startWebProcess() {
+    if (processView_) return;
     processView_ = startMessageWebProcess();
     g_signal_connect(processView_->webView(), "web-process-terminated", G_CALLBACK(onWebProcessTerminated), nullptr);
 }
@@ -58,6 +62,7 @@ void ConversationView::clear() {
 void ConversationView::show(const std::string& subject, const std::vector<MessageSummary>& messages,
                             const ConversationOptions& options) {
     clear();
+    startWebProcess();
     options_ = options;
     gtk_label_set_text(GTK_LABEL(title_), subject.empty() ? "(no subject)" : subject.c_str());
     gtk_adjustment_set_value(verticalAdjustment(), 0);

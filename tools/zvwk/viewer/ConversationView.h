@@ -1,8 +1,8 @@
 // A conversation in one scrolling column: its subject, then a card per
-// message, oldest first. Every body view shares one web process, started
-// with the conversation view on a blank page of its own (starting a process
-// takes about 0.3 s) and kept for every conversation shown in it; each body
-// view is made as that page's related view. Older messages start collapsed to their preview line
+// message, oldest first. Every body view shares one web process, started on
+// a blank page of its own (by startWebProcess, or by the first conversation
+// shown) and kept for every conversation shown in it; each body view is made
+// as that page's related view. Older messages start collapsed to their preview line
 // when the conversation is long; their views are made when they are opened.
 // An expanded message more than a screen away from what is shown makes its
 // view when scrolling brings it near: a web view costs its page's layout and
@@ -38,6 +38,10 @@ public:
     ConversationView& operator=(const ConversationView&) = delete;
 
     GtkWidget* widget() const { return scroller_; }
+
+    // Starting a web process takes about 0.3 s: a window starts it early,
+    // when that delays nothing on screen.
+    void startWebProcess();
 
     void show(const std::string& subject, const std::vector<MessageSummary>& messages,
               const ConversationOptions& options);

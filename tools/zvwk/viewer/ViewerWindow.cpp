@@ -94,6 +94,7 @@ ViewerWindow::ViewerWindow(GtkApplication* application, ViewerOptions options)
 
 ViewerWindow::~ViewerWindow() {
     if (selectSource_) g_source_remove(selectSource_);
+    if (startSource_) g_source_remove(startSource_);
     loader_->cancel();
     previewer_->cancel();
     conversation_->clear();
@@ -134,6 +135,20 @@ void ViewerWindow::addBatch(std::size_t first, std::vector<MessageSummary> batch
     }
     list_->appendRows(grouper_.conversations().size() - before);
     for (std::size_t row : grown) list_->refreshRow(row);
+    if (!webProcessStarting_) {
+        // After the first rows are drawn too, but before anything is
+        // selected: a conversation then opens without waiting for a process.
+        webProcessStarting_ = true;
+        startSource_ = g_idle_add_full(
+            G_PRIORITY_LOW,
+            [](gpointer self) -> gboolean {
+                auto* window = static_cast<ViewerWindow*>(self);
+                window->startSource_ = 0;
+                window->conversation_->startWebProcess();
+                return G_SOURCE_REMOVE;
+            },
+            this, nullptr);
+    }
     if (!shown_ && !selectPending_ && options_.select.value_or(0) < list_->rowCount()) {
         // After the first rows are drawn: opening a conversation takes a
         // moment, and the list should not wait for it.

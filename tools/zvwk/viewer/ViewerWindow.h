@@ -97,6 +97,8 @@ private:
     std::optional<std::size_t> shown_;
     bool selectPending_ = false;
     guint selectSource_ = 0;
+    guint startSource_ = 0;  // starts the message views' web process
+    bool webProcessStarting_ = false;
     std::int64_t now_ = 0;
 };
 
