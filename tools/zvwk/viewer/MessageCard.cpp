@@ -22,10 +22,11 @@ namespace zvwk::viewer {
 
 namespace {
 
-// A body's height until its page reports one, and a placeholder's: about a
-// screen of text, so that a conversation of them scrolls much as it will
-// once shown, and views made near the screen do not pull more cards near.
-constexpr int kLoadingHeight = 320;
+constexpr int kLoadingHeight = 48;
+// Where a body will be, until its page reports its height: about a screen of
+// text, so that a conversation of them scrolls much as it will once shown,
+// and views made near the screen do not pull more cards near.
+constexpr int kPlaceholderHeight = 320;
 // A body view draws through a backing store of its own size: taller than a
 // cairo surface can be (32767 device pixels) it draws nothing, and GTK's GL
 // renderer aborts on the texture it cannot make. Past this height (also what
@@ -263,9 +264,9 @@ void MessageCard::updateExpansion() {
     updateBodyButtons();
     if (expanded_) gtk_widget_remove_css_class(root_, "collapsed");
     else gtk_widget_add_css_class(root_, "collapsed");
-    // Held while the message is read too: cards laid out without their
-    // bodies' room would all look near the screen.
-    showPlaceholder(expanded_ && !view_ && !isError());
+    // Held while the message is read and its view loads too: cards laid out
+    // without their bodies' room would all look near the screen.
+    showPlaceholder(expanded_ && !isError() && !heightKnown_);
     makeBodyViewIfWanted();
 }
 
@@ -288,7 +289,7 @@ void MessageCard::showPlaceholder(bool shown) {
         return;
     }
     placeholder_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    gtk_widget_set_size_request(placeholder_, -1, kLoadingHeight);
+    gtk_widget_set_size_request(placeholder_, -1, kPlaceholderHeight);
     gtk_box_insert_child_after(GTK_BOX(bodyBox_), placeholder_, remoteBar_);
 }
 
@@ -302,7 +303,6 @@ void MessageCard::updateBodyButtons() {
 }
 
 void MessageCard::makeBodyView() {
-    showPlaceholder(false);
     WebKitWebView* anchor = processAnchor ? processAnchor() : nullptr;
     MessageBodyView body = makeMessageBodyView(content_, anchor, G_CALLBACK(onHeightMessage), this);
     view_ = std::move(body.view);
@@ -437,6 +437,7 @@ void MessageCard::setZoomLevel(double level) {
 
 void MessageCard::updateHeightFromPage(int height) {
     if (height <= 0) return;
+    showPlaceholder(false);
     pageHeight_ = height;
     // The page measures in CSS pixels, which the zoom makes larger on screen.
     height = int(std::ceil(height * zoom_));
