@@ -1,8 +1,8 @@
 // A conversation in one scrolling column: its subject, then a card per
 // message, oldest first. Every body view shares one web process, started on
 // a blank page of its own (by startWebProcess, or by the first conversation
-// shown) and kept for every conversation shown in it; each body view is made
-// as that page's related view. Older messages start collapsed to their preview line
+// shown) and kept for the next fifty conversations shown in it; each body
+// view is made as that page's related view. Older messages start collapsed to their preview line
 // when the conversation is long; their views are made when they are opened.
 // An expanded message more than a screen away from what is shown makes its
 // view when scrolling brings it near: a web view costs its page's layout and
@@ -70,6 +70,7 @@ public:
 private:
     void cardLoaded(MessageCard& card);
     void reportIfLoaded();
+    static gboolean trimHeap(gpointer self);
     static void onWebProcessTerminated(WebKitWebView* view, WebKitWebProcessTerminationReason, gpointer);
     bool isNearScreen(const MessageCard& card) const;
     static bool isLaidOut(const MessageCard& card);
@@ -83,12 +84,15 @@ private:
     std::shared_ptr<zv::OperationQueue> readQueue_;  // reads and prepares the messages
     std::vector<std::shared_ptr<MessageCard>> cards_;
     std::shared_ptr<zv::ZVWebView> processView_;
+    int conversationsInProcess_ = 0;
     ConversationOptions options_;
     double zoom_ = 1;
     bool reportedFirst_ = false;
     bool reportedAll_ = false;
     guint nearScreenPass_ = 0;  // an idle source
     guint firstLayoutTick_ = 0;  // a tick callback of cardsBox_
+    guint trimSource_ = 0;  // an idle source
+    bool heapToTrim_ = false;  // a conversation was cleared since the last trim
 };
 
 }  // namespace zvwk::viewer
