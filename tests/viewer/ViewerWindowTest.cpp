@@ -232,9 +232,9 @@ TEST_F(ViewerWindowTest, FindCountsAcrossTheConversationLoadedOrNot) {
     }
 }
 
-TEST_F(ViewerWindowTest, MessagesFarOffScreenMakeTheirViewsWhenScrolledNearOrSearched) {
+TEST_F(ViewerWindowTest, MessagesFarOffScreenMakeTheirViewsWhenScrolledNearOrSearchedWithoutMovingTheScreen) {
     test::ScratchFolder folder;
-    constexpr int kMessages = 8;
+    constexpr int kMessages = 12;
     for (int i = 0; i < kMessages; ++i) {
         std::string id = "long" + std::to_string(i) + "@x";
         std::string body = "<div style=\"height:1500px\">tall " + std::to_string(i) + "</div>";
@@ -253,7 +253,7 @@ TEST_F(ViewerWindowTest, MessagesFarOffScreenMakeTheirViewsWhenScrolledNearOrSea
     const auto& cards = window.conversationView().cards();
     ASSERT_EQ(cards.size(), std::size_t(kMessages));
     EXPECT_TRUE(cards.front()->isBodyLoaded());
-    EXPECT_EQ(cards.back()->bodyView(), nullptr) << "a message 10,000 pixels down";
+    EXPECT_EQ(cards.back()->bodyView(), nullptr) << "a message 15,000 pixels down";
 
     GtkAdjustment* scroll = window.conversationView().verticalAdjustment();
     EXPECT_TRUE(zv::test::spinUntil(
@@ -262,6 +262,21 @@ TEST_F(ViewerWindowTest, MessagesFarOffScreenMakeTheirViewsWhenScrolledNearOrSea
             return cards.back()->isBodyLoaded();
         },
         kConversationTimeout));
+
+    // A body above the screen that loads now keeps what is on screen where it is.
+    auto onScreen = [&] {
+        graphene_rect_t bounds;
+        EXPECT_TRUE(gtk_widget_compute_bounds(cards.back()->widget(), gtk_widget_get_parent(cards.back()->widget()), &bounds));
+        return bounds.origin.y - gtk_adjustment_get_value(scroll);
+    };
+    auto above = std::ranges::find_if(cards, [](const auto& card) { return card->bodyView() == nullptr; });
+    ASSERT_NE(above, cards.end());
+    zv::test::spinUntil([] { return false; }, 300ms);
+    double before = onScreen();
+    (*above)->makeBodyViewAnyway();
+    ASSERT_TRUE(zv::test::spinUntil([&] { return (*above)->isBodyLoaded(); }, kConversationTimeout));
+    zv::test::spinUntil([] { return false; }, 300ms);
+    EXPECT_NEAR(onScreen(), before, 1.0);
 
     ConversationFind& find = extensions.conversationFind();
     find.open("tall");

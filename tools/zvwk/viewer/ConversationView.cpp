@@ -29,7 +29,7 @@ ConversationView::ConversationView() : readQueue_(zv::OperationQueue::create()) 
     title_ = GTK_WIDGET(gtk_builder_get_object(builder, "title"));
     cardsBox_ = GTK_WIDGET(gtk_builder_get_object(builder, "cards"));
     // "changed" follows every layout that moved the cards, "value-changed" every scroll.
-    g_signal_connect(verticalAdjustment(), "changed", G_CALLBACK(onScrolled), this);
+    g_signal_connect(verticalAdjustment(), "changed", G_CALLBACK(onLaidOut), this);
     g_signal_connect(verticalAdjustment(), "value-changed", G_CALLBACK(onScrolled), this);
 }
 
@@ -61,10 +61,12 @@ void ConversationView::clear() {
         card->rememberedChoicesChanged = nullptr;
         card->processAnchor = nullptr;
         card->bodyViewWanted = nullptr;
+        card->bodyHeightChanging = nullptr;
         gtk_box_remove(GTK_BOX(cardsBox_), card->widget());
     }
     cards_.clear();
     reportedFirst_ = reportedAll_ = false;
+    pendingShift_ = 0;
     if (nearScreenPass_) g_source_remove(std::exchange(nearScreenPass_, 0));
     if (trimSource_) g_source_remove(std::exchange(trimSource_, 0));
     if (firstLayoutTick_) gtk_widget_remove_tick_callback(cardsBox_, std::exchange(firstLayoutTick_, 0));
@@ -101,6 +103,7 @@ void ConversationView::show(const std::string& subject, const std::vector<Messag
                 if (other.get() != &changed) other->followRememberedChoices();
         };
         card->bodyViewWanted = [this](const MessageCard& asking) { return isNearScreen(asking); };
+        card->bodyHeightChanging = [this](MessageCard& changing, int delta) { keepScreenAbove(changing, delta); };
         gtk_box_append(GTK_BOX(cardsBox_), card->widget());
         // The expanded messages are read while the other cards are built.
         // One that could not even be listed settles at once, so it waits
@@ -167,8 +170,26 @@ void ConversationView::makeViewsNearScreen() {
     reportIfLoaded();
 }
 
+// A body above the screen that takes its height (a view made there, loaded
+// in place of its placeholder) would move what the reader is looking at: the
+// column scrolls by as much once the layout has made room for it.
+void ConversationView::keepScreenAbove(const MessageCard& card, int delta) {
+    graphene_rect_t bounds;
+    if (!isLaidOut(card) || !gtk_widget_compute_bounds(card.widget(), column_, &bounds)) return;
+    if (bounds.origin.y + bounds.size.height <= gtk_adjustment_get_value(verticalAdjustment())) pendingShift_ += delta;
+}
+
 // Layout signals arrive while GTK allocates, where no widget may be added:
 // the views are made from an idle pass after it.
+// "changed" comes before the column is placed at the value: a shift set
+// now never reaches the screen.
+void ConversationView::onLaidOut(GtkAdjustment* adjustment, gpointer data) {
+    auto* self = static_cast<ConversationView*>(data);
+    if (self->pendingShift_)
+        gtk_adjustment_set_value(adjustment, gtk_adjustment_get_value(adjustment) + std::exchange(self->pendingShift_, 0));
+    onScrolled(adjustment, data);
+}
+
 void ConversationView::onScrolled(GtkAdjustment*, gpointer data) {
     auto* self = static_cast<ConversationView*>(data);
     if (self->nearScreenPass_ || self->cards_.empty()) return;

@@ -75,6 +75,8 @@ private:
     bool isNearScreen(const MessageCard& card) const;
     static bool isLaidOut(const MessageCard& card);
     void makeViewsNearScreen();
+    void keepScreenAbove(const MessageCard& card, int delta);
+    static void onLaidOut(GtkAdjustment* adjustment, gpointer self);
     static void onScrolled(GtkAdjustment*, gpointer self);
 
     GtkWidget* scroller_ = nullptr;  // held by a reference of its own
@@ -93,6 +95,7 @@ private:
     guint firstLayoutTick_ = 0;  // a tick callback of cardsBox_
     guint trimSource_ = 0;  // an idle source
     bool heapToTrim_ = false;  // a conversation was cleared since the last trim
+    int pendingShift_ = 0;  // pixels to scroll by after the next layout
 };
 
 }  // namespace zvwk::viewer

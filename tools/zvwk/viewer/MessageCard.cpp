@@ -318,6 +318,8 @@ void MessageCard::makeBodyView() {
     webkit_web_view_set_zoom_level(webView, zoom_);
     gtk_widget_set_hexpand(GTK_WIDGET(webView), TRUE);
     gtk_widget_set_size_request(GTK_WIDGET(webView), -1, kLoadingHeight);
+    // The view takes its loading height out of the placeholder's room.
+    if (placeholder_) gtk_widget_set_size_request(placeholder_, -1, kPlaceholderHeight - kLoadingHeight);
     gtk_widget_add_css_class(GTK_WIDGET(webView), "message-body");
     gtk_box_insert_child_after(GTK_BOX(bodyBox_), GTK_WIDGET(webView), remoteBar_);
     loadBody();
@@ -437,6 +439,10 @@ void MessageCard::setZoomLevel(double level) {
 
 void MessageCard::updateHeightFromPage(int height) {
     if (height <= 0) return;
+    int before = 0, held = 0;
+    gtk_widget_get_size_request(GTK_WIDGET(view_->webView()), nullptr, &before);
+    if (placeholder_) gtk_widget_get_size_request(placeholder_, nullptr, &held);
+    before += held;
     showPlaceholder(false);
     pageHeight_ = height;
     // The page measures in CSS pixels, which the zoom makes larger on screen.
@@ -449,6 +455,7 @@ void MessageCard::updateHeightFromPage(int height) {
     height = std::min(height, tallest);
     bodyHeight_ = height;
     heightKnown_ = true;
+    if (bodyHeightChanging && height != before) bodyHeightChanging(*this, height - before);
     gtk_widget_set_size_request(GTK_WIDGET(view_->webView()), -1, height);
     view_->setContentSize({double(gtk_widget_get_width(GTK_WIDGET(view_->webView()))), double(height)});
     if (navigationFinished_) finishBodyLoad();

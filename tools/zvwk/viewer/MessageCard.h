@@ -66,6 +66,9 @@ public:
     // when it has settled: its body loaded with its height, or its error shown.
     std::function<WebKitWebView*()> processAnchor;
     std::function<void(MessageCard&)> settled;
+    // Told before the body takes its page's height, with the pixels it
+    // grows by (less than 0: shrinks by).
+    std::function<void(MessageCard&, int)> bodyHeightChanging;
     // Where wheel events over the body go.
     GtkAdjustment* scrollTarget = nullptr;
 
