@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace zv {
@@ -33,10 +34,21 @@ bool hasControl(std::string_view text) {
     return false;
 }
 
-// GUri accepts a host with spaces or quotes in it; no resolver would.
+bool isIPv6Literal(std::string_view host) {
+    return std::count(host.begin(), host.end(), ':') >= 2 &&
+           host.find_first_not_of("0123456789abcdefABCDEF:.") == std::string_view::npos;
+}
+
+// GUri accepts a host with spaces or quotes in it; no resolver would. It also
+// decodes the host, and a decoded "/", "?", "#", "@", "%" or ":" (outside
+// an IPv6 address) would end the host or start another part when the URL is
+// written out: "https://a%2F.b/" would come back as host "a" and path "/.b/".
 bool isPlausibleHost(std::string_view host) {
-    for (char c : host)
-        if (isControl(c) || std::string_view(" <>\"{}|\\^`").find(c) != std::string_view::npos) return false;
+    const bool ipv6 = isIPv6Literal(host);
+    for (char c : host) {
+        if (isControl(c) || std::string_view(" <>\"{}|\\^`/?#@[]%").find(c) != std::string_view::npos) return false;
+        if (c == ':' && !ipv6) return false;
+    }
     return true;
 }
 

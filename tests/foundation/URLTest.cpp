@@ -82,7 +82,8 @@ TEST(URL, ResolvesReferencesAgainstABase) {
 TEST(URL, BadInputGivesNothing) {
     for (const char* text : {"", "   ", "no scheme", "relative/path.html", "://x", "http://exa mple.com/",
                              "http://host:99999/", "http://[::1/", "http://a/%zz", "http://a/b\nc", "http://a\x7F/",
-                             "http://\"quoted\"/"}) {
+                             "http://\"quoted\"/", "https://a%2F.b/", "https://a%3Fb/", "https://a%23b/",
+                             "https://a%40b/", "https://a%3Ab/", "https://a%2525b/"}) {
         EXPECT_FALSE(URL::parse(text)) << text;
     }
     EXPECT_FALSE(URL::parse(std::string_view("http://a/\0b", 11)));
