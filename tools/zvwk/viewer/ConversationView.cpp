@@ -179,8 +179,6 @@ void ConversationView::keepScreenAbove(const MessageCard& card, int delta) {
     if (bounds.origin.y + bounds.size.height <= gtk_adjustment_get_value(verticalAdjustment())) pendingShift_ += delta;
 }
 
-// Layout signals arrive while GTK allocates, where no widget may be added:
-// the views are made from an idle pass after it.
 // "changed" comes before the column is placed at the value: a shift set
 // now never reaches the screen.
 void ConversationView::onLaidOut(GtkAdjustment* adjustment, gpointer data) {
@@ -190,6 +188,8 @@ void ConversationView::onLaidOut(GtkAdjustment* adjustment, gpointer data) {
     onScrolled(adjustment, data);
 }
 
+// Layout signals arrive while GTK allocates, where no widget may be added:
+// the views are made from an idle pass after it.
 void ConversationView::onScrolled(GtkAdjustment*, gpointer data) {
     auto* self = static_cast<ConversationView*>(data);
     if (self->nearScreenPass_ || self->cards_.empty()) return;
