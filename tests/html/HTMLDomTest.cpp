@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 using namespace zv::html;
 
 namespace {
@@ -244,6 +246,46 @@ TEST(HTMLDom, DeepTreesAreClonedSerializedAndFreedWithoutRecursion) {
     EXPECT_NE(html.find("bottom"), std::string::npos);
     copy = nullptr;
     root = nullptr;  // must not overflow the stack
+}
+
+// Node memory is handed between threads: trees built on threads that have
+// ended, freed on others while those build new trees from the same memory.
+TEST(HTMLDom, TreesOutliveTheirThreadAndAreFreedOnAnother) {
+    auto build = [](int tag) {
+        auto root = el("div");
+        for (int i = 0; i < 1500; ++i) root->appendNode(el("b"))->appendNode(text(std::to_string(tag + i)));
+        return root;
+    };
+    auto expected = [](int tag) {
+        std::string html = "<div>";
+        for (int i = 0; i < 1500; ++i) html += "<b>" + std::to_string(tag + i) + "</b>";
+        return html + "</div>";
+    };
+    std::vector<Ref<HTMLElement>> trees(40);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&, t] {
+            for (int i = t; i < 40; i += 4) trees[i] = build(i * 10000);
+        });
+    for (std::thread& thread : threads) thread.join();
+    threads.clear();
+
+    std::vector<char> rebuiltIntact(2);
+    for (int t = 0; t < 2; ++t)
+        threads.emplace_back([&, t] {
+            bool intact = true;
+            for (int i = t * 10; i < t * 10 + 10; ++i) {
+                trees[i] = nullptr;
+                auto tree = build(-i);
+                intact = intact && tree->outerHTML() == expected(-i);
+            }
+            rebuiltIntact[t] = intact;
+        });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_TRUE(rebuiltIntact[0] && rebuiltIntact[1]);
+    for (int i = 20; i < 40; ++i) EXPECT_EQ(trees[i]->outerHTML(), expected(i * 10000)) << i;
+    trees.clear();
+    EXPECT_EQ(build(7)->outerHTML(), expected(7));
 }
 
 }  // namespace
