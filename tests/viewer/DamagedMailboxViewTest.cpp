@@ -1,5 +1,6 @@
 // A damaged mailbox (scripts/make-damaged-mailbox) in the viewer: the list
-// holds every entry that is a file, each conversation settles within a bound,
+// holds every entry that is a file and the status names the others, each row
+// says something, each conversation settles within a bound,
 // a damaged message as an error card that says why, and a sound message still
 // opens after all of them.
 #include "ViewerTestSupport.h"
@@ -89,6 +90,23 @@ TEST(DamagedMailboxView, EveryConversationSettlesAndASoundMessageStillOpens) {
             if (const Expected* e = expectationFor(message.location.path)) listed.insert(e->file);
         EXPECT_EQ(window.messages().size(), expected.size());
         EXPECT_EQ(listed.size(), expected.size());
+        // ... and the viewer says why it passed over each.
+        std::string passedOver;
+        for (const std::string& error : window.mailboxErrors()) passedOver += error + "\n";
+        for (const char* why : {"dangling:2,S: a link to nothing", "folder.eml: a folder, not a message",
+                                "fifo.eml: not a regular file"})
+            EXPECT_NE(passedOver.find(why), std::string::npos) << passedOver;
+
+        // A list row says why its message shows nothing, as the card does.
+        ASSERT_TRUE(zv::test::spinUntil([&] { return window.arePreviewsDone(); }, kSettleBound));
+        for (std::size_t message = 0; message < window.messages().size(); ++message) {
+            const Expected* e = expectationFor(window.messages()[message].location.path);
+            ASSERT_NE(e, nullptr);
+            EXPECT_FALSE(window.preview(message).empty()) << e->file;
+            if (std::string_view(e->file) == "cut-header") {
+                EXPECT_NE(window.preview(message).find("ends inside its headers"), std::string::npos);
+            }
+        }
 
         std::set<std::string> seen;
         for (std::size_t row = 0; row < window.conversations().size(); ++row) {

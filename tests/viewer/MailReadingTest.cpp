@@ -34,7 +34,8 @@ TEST(MailboxReading, EveryStoreFormGivesItsMessages) {
     scratch.write("folder/notes.txt", "not mail");
     scratch.write("maildir/cur/1700000000.a:2,S", htmlMessage("e@x", "Older", "<p>e</p>"));
     scratch.write("maildir/new/1800000000.b", htmlMessage("f@x", "Newer", "<p>f</p>"));
-    // Not messages: a hidden file and a folder; a link is followed.
+    // Not messages: a hidden file, passed over, and a folder, named among the
+    // errors; a link is followed.
     scratch.write("maildir/cur/.1900000000.hidden", htmlMessage("d@x", "Hidden", "<p>d</p>"));
     std::filesystem::create_directories(scratch.path() / "maildir/cur/1950000000.folder");
     std::filesystem::create_symlink(scratch.path() / "single.eml", scratch.path() / "maildir/cur/1750000000.link");
@@ -48,15 +49,17 @@ TEST(MailboxReading, EveryStoreFormGivesItsMessages) {
     struct Case {
         std::string operand;
         std::multiset<std::string> subjects;
+        std::string error = {};
     } cases[] = {
         {"single.eml", {"Single"}},
         {"folder", {"One", "Two"}},
-        {"maildir", {"Older", "Single", "Newer"}},
+        {"maildir", {"Older", "Single", "Newer"}, "1950000000.folder: a folder, not a message"},
         {"box.mbox", {"First", "Second", "Third"}},
     };
     for (const Case& c : cases) {
         MailboxListing listing = listMailbox({(scratch.path() / c.operand).string()});
-        EXPECT_TRUE(listing.errors.empty()) << c.operand;
+        EXPECT_EQ(listing.errors.size(), c.error.empty() ? 0u : 1u) << c.operand;
+        for (const std::string& error : listing.errors) EXPECT_TRUE(error.ends_with(c.error)) << error;
         EXPECT_EQ(subjectsOf(listing), c.subjects) << c.operand;
     }
 

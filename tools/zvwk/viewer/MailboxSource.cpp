@@ -35,6 +35,14 @@ bool isMaildir(const fs::path& dir) {
     return fs::is_directory(dir / "cur", ec) || fs::is_directory(dir / "new", ec);
 }
 
+// Why an entry of a Maildir folder was passed over.
+std::string notAMessageFile(const std::string& path, unsigned char type) {
+    std::error_code ec;
+    if (!fs::exists(path, ec)) return "a link to nothing";
+    if (type == DT_DIR || fs::is_directory(path, ec)) return "a folder, not a message";
+    return "not a regular file";
+}
+
 // A Maildir's file names start with the delivery time, so the name order is
 // the arrival order; newest first. Read with readdir and sorted by the names
 // in place: with a path object made per file, or two per comparison, a
@@ -58,6 +66,8 @@ void addMaildir(const fs::path& dir, MailboxListing& listing) {
             const bool unsure = entry->d_type == DT_UNKNOWN || entry->d_type == DT_LNK;
             if (entry->d_type == DT_REG || (unsure && fs::is_regular_file(path, typeError)))
                 files.push_back({std::move(path), folder.size()});
+            else
+                listing.errors.push_back(path + ": " + notAMessageFile(path, entry->d_type));
         }
         closedir(stream);
     }

@@ -60,9 +60,10 @@ ViewerWindow::ViewerWindow(GtkApplication* application, ViewerOptions options)
                 std::lock_guard lock(*locationsMutex);
                 location = (*locations)[message];
             }
+            // A message with no text to show says why instead, as its card does.
             MessageContent content = readMessageContent(location);
-            return content.error.empty() || content.html || content.plain ? previewOfContent(content)
-                                                                          : content.error;
+            std::string preview = previewOfContent(content);
+            return preview.empty() ? content.error : preview;
         },
         [this](std::size_t message, std::string preview) { previewReady(message, std::move(preview)); });
 
@@ -194,6 +195,7 @@ void ViewerWindow::updateStatus() {
                (conversations().size() == 1 ? " conversation" : " conversations");
     }
     if (!mailboxErrors_.empty()) text += "  ·  " + mailboxErrors_.front();
+    if (mailboxErrors_.size() > 1) text += " (and " + withThousands(mailboxErrors_.size() - 1) + " more)";
     gtk_label_set_text(GTK_LABEL(statusLabel_), text.c_str());
     gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(progress_), fraction);
     gtk_widget_set_visible(progress_, !arePreviewsDone());

@@ -45,6 +45,8 @@ public:
     const std::vector<MessageSummary>& messages() const { return messages_; }
     const std::vector<Conversation>& conversations() const { return grouper_.conversations(); }
     std::size_t previewsDone() const { return previewsDone_; }
+    // The list's preview line of a message; empty until computed.
+    const std::string& preview(std::size_t message) const { return previews_[message]; }
     bool isMailboxRead() const { return mailboxRead_; }
     bool arePreviewsDone() const { return mailboxRead_ && previewsDone_ == messages_.size(); }
     // Operands that could not be read, as "PATH: reason".
