@@ -194,9 +194,15 @@ void ViewerWindow::updateStatus() {
                withThousands(conversations().size()) +
                (conversations().size() == 1 ? " conversation" : " conversations");
     }
-    if (!mailboxErrors_.empty()) text += "  ·  " + mailboxErrors_.front();
-    if (mailboxErrors_.size() > 1) text += " (and " + withThousands(mailboxErrors_.size() - 1) + " more)";
+    // The count comes first: a long path is cut at the label's end. The
+    // tooltip lists them all.
+    std::string errors;
+    for (const std::string& error : mailboxErrors_) errors += (errors.empty() ? "" : "\n") + error;
+    if (mailboxErrors_.size() > 1) text += "  ·  " + withThousands(mailboxErrors_.size()) + " not read: ";
+    else if (!mailboxErrors_.empty()) text += "  ·  ";
+    if (!mailboxErrors_.empty()) text += mailboxErrors_.front();
     gtk_label_set_text(GTK_LABEL(statusLabel_), text.c_str());
+    gtk_widget_set_tooltip_text(statusLabel_, errors.empty() ? nullptr : errors.c_str());
     gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(progress_), fraction);
     gtk_widget_set_visible(progress_, !arePreviewsDone());
 }
