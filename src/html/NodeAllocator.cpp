@@ -124,8 +124,9 @@ Chunk* chunkOf(void* block) noexcept {
     return reinterpret_cast<Chunk*>(reinterpret_cast<uintptr_t>(block) & ~uintptr_t(kChunkSize - 1));
 }
 
-// What threads share: chunks of ended threads, empty chunks, and blocks freed
-// away from their chunk's thread. Never destroyed, since threads free during exit.
+// What threads share: the lock over blocks freed away from their chunk's
+// thread, the chunks of ended threads and the empty chunks given back. Never
+// destroyed, since threads free during exit.
 struct Shared {
     std::mutex mutex;
     OwnedList orphans[kClasses];
