@@ -284,6 +284,45 @@ TEST_F(ViewerWindowTest, MessagesFarOffScreenMakeTheirViewsWhenScrolledNearOrSea
         << find.controller().currentCount();
 }
 
+// A page taller than a view can draw scrolls inside its view; a match near
+// its end must still come on screen, the page scrolled as well as the column.
+TEST_F(ViewerWindowTest, FindBringsAMatchDeepInAPageThatScrollsInsideItsView) {
+    test::ScratchFolder folder;
+    folder.write("box/cur/1.tall", htmlMessage("tall@x", "Tall",
+                                               "<div style=\"height:40000px\">top</div><p id=deep>needle at the end</p>"));
+    ViewerOptions options;
+    options.paths = {(folder.path() / "box").string()};
+    ViewerWindow window(application_, options);
+    ViewerExtensions extensions(window);
+    gtk_window_present(window.window());
+    ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
+    window.showConversation(0);
+    ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, kConversationTimeout));
+    MessageCard& card = *window.conversationView().cards().at(0);
+    GtkWidget* view = GTK_WIDGET(card.bodyView()->webView());
+    GtkAdjustment* scroll = window.conversationView().verticalAdjustment();
+    ASSERT_TRUE(zv::test::spinUntil([&] { return gtk_adjustment_get_upper(scroll) > 16000; }, 10s)) << "laid out";
+    ASSERT_LT(gtk_widget_get_height(view), 20000) << "the view stops short of the page";
+
+    ConversationFind& find = extensions.conversationFind();
+    find.open("needle");
+    ASSERT_TRUE(zv::test::spinUntil([&] { return find.controller().currentCount() == 1; }, 10s));
+    find.controller().findNext();
+    auto matchOnScreen = [&] {
+        std::optional<zv::Value> top =
+            test::evaluate(card.bodyView()->webView(), "document.getElementById('deep').getBoundingClientRect().top");
+        if (!top || !top->is_number()) return false;
+        graphene_point_t inView = GRAPHENE_POINT_INIT(0, float(top->get<double>()));
+        graphene_point_t inColumn;
+        GtkWidget* column = gtk_widget_get_parent(card.widget());
+        if (!gtk_widget_compute_point(view, column, &inView, &inColumn)) return false;
+        double shown = gtk_adjustment_get_value(scroll);
+        return top->get<double>() >= 0 && top->get<double>() < gtk_widget_get_height(view) && inColumn.y >= shown &&
+               inColumn.y < shown + gtk_adjustment_get_page_size(scroll);
+    };
+    EXPECT_TRUE(zv::test::spinUntil(matchOnScreen, 10s));
+}
+
 TEST_F(ViewerWindowTest, AboutAndHelpAreLocalizedPages) {
     struct Case {
         const char* page;

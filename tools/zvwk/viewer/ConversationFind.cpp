@@ -123,13 +123,18 @@ void ConversationFind::cardSettled(MessageCard& card) {
     completion(card.isBodyLoaded() ? card.bodyView() : nullptr);
 }
 
-// `offset` is the match's top in the message's page, which scrolls itself
-// only when taller than its view can be: the column scrolls to put it a
-// little below the top.
+// `offset` is the match's top below the page's visible top. A page taller
+// than its view can be scrolls inside it, and first brings the match into
+// the view; then the column scrolls to put it a little below the top.
 void ConversationFind::scrollToMatch(const zv::ZVWKConversationMessageItemRef& item, zv::Point offset) {
     auto card = cardOf(item);
     if (!card || !card->bodyView()) return;
-    conversation_.scrollToWidget(GTK_WIDGET(card->bodyView()->webView()), offset.y - 80);
+    card->revealInPage(offset.y, [weak = weak_from_this(), weakCard = std::weak_ptr(card)](double shown) {
+        auto self = weak.lock();
+        auto card = weakCard.lock();
+        if (!self || !card || !card->bodyView()) return;
+        self->conversation_.scrollToWidget(GTK_WIDGET(card->bodyView()->webView()), shown - 80);
+    });
 }
 
 }  // namespace zvwk::viewer

@@ -461,6 +461,17 @@ void MessageCard::updateHeightFromPage(int height) {
     if (navigationFinished_) finishBodyLoad();
 }
 
+void MessageCard::revealInPage(double top, std::function<void(double shown)> shown) {
+    const double visible = bodyHeight_ / zoom_;
+    if (!scrollsInside_ || !view_ || (top >= 0 && top < visible)) return shown(top);
+    const std::string script = "(function () { const before = window.scrollY; window.scrollBy(0, " +
+                               std::to_string(top - visible / 3) + "); return window.scrollY - before; })()";
+    zv::evaluateJavaScript(view_->webView(), script,
+                           [top, shown = std::move(shown)](std::optional<zv::Value> moved, std::optional<zv::Error>) {
+                               shown(moved && moved->is_number() ? top - moved->get<double>() : top);
+                           });
+}
+
 void MessageCard::finishBodyLoad() {
     if (bodyLoaded_) return;
     bodyLoaded_ = true;

@@ -96,6 +96,12 @@ public:
     // The document the view shows (or will show when it is made).
     const std::string& preparedHTML() const { return preparedHTML_; }
     int bodyHeight() const { return bodyHeight_; }
+    // Hands `shown` where a point `top` CSS pixels below the page's visible
+    // top is in the view: there, unless the page scrolls inside a view too
+    // short for it and the point is out of sight; then the page is scrolled
+    // to bring it a third of the way down, or as near as the page's end
+    // allows, and `shown` is called once the page has scrolled.
+    void revealInPage(double top, std::function<void(double shown)> shown);
 
     std::size_t blockedRemoteReferences() const { return allowRemote_ ? 0 : remoteReferences_; }
     // Trackers kept out of the shown remote content.
