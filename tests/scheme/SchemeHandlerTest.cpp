@@ -5,7 +5,6 @@
 #include "LoopbackServer.h"
 #include "SchemeTestSupport.h"
 
-#include <zv/foundation/NotificationCenter.h>
 #include <zv/scheme/IconThemeSymbols.h>
 
 #include <gtest/gtest.h>
@@ -15,49 +14,15 @@
 namespace zv {
 namespace {
 
+using test::FailureNotifications;
 using test::kAnswerTimeout;
 using test::RecordingTask;
+using test::Reports;
+using test::resource;
 using Handler = ZVWebViewURLSchemeHandler;
-
-// Records the handler's reports.
-struct Reports {
-    std::shared_ptr<ZVWebViewURLSchemeHandlerDelegate> delegate = std::make_shared<ZVWebViewURLSchemeHandlerDelegate>();
-    std::vector<std::string> started;
-    std::vector<std::string> completed;
-    std::vector<double> progress;
-
-    Reports() {
-        delegate->startedURLRequest = [this](Handler&, const URLRequest& request) { started.push_back(request.url); };
-        delegate->completedURLRequest = [this](Handler&, const URLRequest& request, const auto&, const auto&) {
-            completed.push_back(request.url);
-        };
-        delegate->reportedLoadProgress = [this](Handler&, double value) { progress.push_back(value); };
-    }
-};
-
-// Counts the failure notifications of one web view.
-struct FailureNotifications {
-    const void* view;
-    std::vector<Value> userInfos;
-    ObserverToken token;
-
-    explicit FailureNotifications(const void* webView) : view(webView) {
-        token = NotificationCenter::defaultCenter().addObserver(
-            ZVWebViewResourceLoadFailedNotification, view,
-            [this](const Notification& notification) { userInfos.push_back(notification.userInfo); });
-    }
-    ~FailureNotifications() { NotificationCenter::defaultCenter().removeObserver(token); }
-};
 
 bool waitForAnswer(const RecordingTask& task) {
     return spinMainContextUntil([&] { return task.answered(); }, kAnswerTimeout);
-}
-
-std::shared_ptr<ZVMimeResource> resource(std::string mimeType, Data data) {
-    auto made = std::make_shared<ZVMimeResource>();
-    made->MIMEType = std::move(mimeType);
-    made->data = std::move(data);
-    return made;
 }
 
 class SchemeHandlerTest : public ::testing::Test {
