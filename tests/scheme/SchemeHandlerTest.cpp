@@ -239,7 +239,7 @@ protected:
     }
 };
 
-TEST_F(ContentIdTest, ServesTableThenProviderThenPlaceholder) {
+TEST_F(ContentIdTest, ServesTableThenProviderThenPlaceholderWithOrWithoutAProvider) {
     auto provider = std::make_shared<Provider>();
     provider->parts["cid:fromStore"] = {"image/gif", Data{'G', 'I', 'F'}};
     provider->parts["cid:typeless"] = {std::nullopt, Data{1}};
@@ -271,12 +271,11 @@ TEST_F(ContentIdTest, ServesTableThenProviderThenPlaceholder) {
     EXPECT_TRUE(handler->completedLoads().empty());
     EXPECT_TRUE(reports.completed.empty());
     EXPECT_TRUE(reports.progress.empty());
-}
 
-TEST_F(ContentIdTest, WithoutAProviderAMissingPartIsThePlaceholder) {
-    auto handler = Handler::create();
-    handler->setupHTTPOverrides();
-    expectPlaceholder(*load(handler, "cid:missing"));
+    // Without a provider a missing part is the placeholder too.
+    auto bare = Handler::create();
+    bare->setupHTTPOverrides();
+    expectPlaceholder(*load(bare, "cid:missing"));
 }
 
 TEST_F(ContentIdTest, RoutinesDoNotKeepTheirHandlerAlive) {
