@@ -172,7 +172,13 @@ void ViewerWindow::previewReady(std::size_t message, std::string preview) {
     ++previewsDone_;
     std::size_t row = conversationOfMessage_[message];
     if (conversations()[row].messages.back() == message) list_->refreshRow(row);
-    if (previewsDone_ % 256 == 0 || previewsDone_ == messages_.size()) updateStatus();
+    // A label set per preview would cost a large mailbox a relayout each; a
+    // tenth of a second apart still counts visibly.
+    const gint64 now = g_get_monotonic_time();
+    if (now - statusShownAt_ >= 100'000 || previewsDone_ == messages_.size()) {
+        statusShownAt_ = now;
+        updateStatus();
+    }
     if (!arePreviewsDone()) return;
     // The preview threads have parsed every message of the mailbox; glibc
     // keeps what they freed resident in their arenas until asked for it.

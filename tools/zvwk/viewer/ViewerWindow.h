@@ -95,6 +95,7 @@ private:
     ConversationGrouper grouper_;
     std::size_t expected_ = 0;
     std::size_t previewsDone_ = 0;
+    gint64 statusShownAt_ = 0;  // when a finished preview last updated the status
     bool mailboxRead_ = false;
     std::optional<std::size_t> shown_;
     bool selectPending_ = false;
