@@ -47,77 +47,47 @@ TEST(FindResults, CountsSumAndFirstLastFollowCountAndIndex) {
     EXPECT_EQ(results.totalCount(), 0);
 }
 
-struct Conversation {
-    Keys keys{"m1", "m2", "m3"};
-    FindResults results;
-    Conversation(int64_t a, int64_t b, int64_t c) {
-        results.setCount("m1", a);
-        results.setCount("m2", b);
-        results.setCount("m3", c);
+// One step in a conversation of three messages with these counts, from
+// these indexes; a value left out is not checked.
+TEST(FindStepping, StepsInsideAMessageThenToTheNextWithMatchesAndWraps) {
+    using Indexes = std::vector<std::pair<std::string, int64_t>>;
+    constexpr auto Next = FindDirection::Next, Previous = FindDirection::Previous;
+    const struct {
+        const char* what;
+        std::vector<int64_t> counts;
+        Indexes before;
+        std::optional<size_t> from;
+        FindDirection direction;
+        size_t item;
+        std::optional<bool> looped, entered;
+        Indexes after;
+    } cases[] = {
+        {"an exhausted message is left for the next with matches", {2, 0, 4}, {{"m1", 1}}, 0, Next, 2, false, true,
+         {{"m1", -1}, {"m3", 0}}},
+        {"after the last match the walk wraps", {2, 0, 4}, {{"m1", -1}, {"m3", 3}}, 2, Next, 0, true, {}, {{"m1", 0}}},
+        {"inside a message until its last match; the page moves the index", {2, 0, 4}, {{"m3", 1}}, 2, Next, 2, {},
+         false, {{"m3", 1}}},
+        {"backwards enters at the last match", {2, 0, 4}, {}, {}, Previous, 2, {}, {}, {{"m3", 3}}},
+        {"backwards from a first match", {2, 0, 4}, {{"m3", 0}}, 2, Previous, 0, false, {}, {{"m1", 1}}},
+        {"the only message with matches is reached again after a full turn", {0, 3, 0}, {{"m2", 2}}, 1, Next, 1, true,
+         false, {{"m2", -1}}},
+        {"no matches anywhere stays on the first message", {0, 0, 0}, {}, {}, Next, 0, false, {}, {}},
+    };
+    const Keys keys{"m1", "m2", "m3"};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        FindResults results;
+        for (size_t i = 0; i < keys.size(); ++i) results.setCount(*keys[i], c.counts[i]);
+        for (const auto& [key, index] : c.before) results.setIndex(key, index);
+        auto step = zv::stepToItem(keys, c.from, c.direction, results);
+        ASSERT_TRUE(step);
+        EXPECT_EQ(step->item, c.item);
+        if (c.looped) EXPECT_EQ(step->looped, *c.looped);
+        if (c.entered) EXPECT_EQ(step->entered, *c.entered);
+        for (const auto& [key, index] : c.after) EXPECT_EQ(results.indexForKey(key), index) << key;
     }
-};
-
-TEST(FindStepping, LeavesAnExhaustedMessageForTheNextWithMatchesAndWraps) {
-    Conversation c(2, 0, 4);
-    c.results.setIndex("m1", 1);
-    auto step = zv::stepToItem(c.keys, 0, FindDirection::Next, c.results);
-    ASSERT_TRUE(step);
-    EXPECT_EQ(step->item, 2u);
-    EXPECT_FALSE(step->looped);
-    EXPECT_TRUE(step->entered);
-    EXPECT_EQ(c.results.indexForKey("m1"), -1);
-    EXPECT_EQ(c.results.indexForKey("m3"), 0);
-
-    c.results.setIndex("m3", 3);
-    step = zv::stepToItem(c.keys, 2, FindDirection::Next, c.results);
-    ASSERT_TRUE(step);
-    EXPECT_EQ(step->item, 0u);
-    EXPECT_TRUE(step->looped);
-    EXPECT_EQ(c.results.indexForKey("m1"), 0);
-}
-
-TEST(FindStepping, StaysInsideAMessageUntilItsLastMatch) {
-    Conversation c(2, 0, 4);
-    c.results.setIndex("m3", 1);
-    auto step = zv::stepToItem(c.keys, 2, FindDirection::Next, c.results);
-    ASSERT_TRUE(step);
-    EXPECT_EQ(step->item, 2u);
-    EXPECT_FALSE(step->entered);
-    EXPECT_EQ(c.results.indexForKey("m3"), 1);  // the page moves it
-}
-
-TEST(FindStepping, BackwardsEntersAtTheLastMatch) {
-    Conversation c(2, 0, 4);
-    auto step = zv::stepToItem(c.keys, std::nullopt, FindDirection::Previous, c.results);
-    ASSERT_TRUE(step);
-    EXPECT_EQ(step->item, 2u);
-    EXPECT_EQ(c.results.indexForKey("m3"), 3);
-    c.results.setIndex("m3", 0);
-    step = zv::stepToItem(c.keys, 2, FindDirection::Previous, c.results);
-    ASSERT_TRUE(step);
-    EXPECT_EQ(step->item, 0u);
-    EXPECT_FALSE(step->looped);
-    EXPECT_EQ(c.results.indexForKey("m1"), 1);
-}
-
-TEST(FindStepping, TheOnlyMessageWithMatchesIsReachedAgainAfterAFullTurn) {
-    Conversation c(0, 3, 0);
-    c.results.setIndex("m2", 2);
-    auto step = zv::stepToItem(c.keys, 1, FindDirection::Next, c.results);
-    ASSERT_TRUE(step);
-    EXPECT_EQ(step->item, 1u);
-    EXPECT_TRUE(step->looped);
-    EXPECT_FALSE(step->entered);
-    EXPECT_EQ(c.results.indexForKey("m2"), -1);
-}
-
-TEST(FindStepping, NoMatchesAnywhereStaysOnTheFirstMessage) {
-    Conversation c(0, 0, 0);
-    auto step = zv::stepToItem(c.keys, std::nullopt, FindDirection::Next, c.results);
-    ASSERT_TRUE(step);
-    EXPECT_EQ(step->item, 0u);
-    EXPECT_FALSE(step->looped);
-    EXPECT_FALSE(zv::stepToItem({}, std::nullopt, FindDirection::Next, c.results));
+    FindResults none;
+    EXPECT_FALSE(zv::stepToItem({}, std::nullopt, Next, none));
 }
 
 TEST(SearchValues, QuotedPhrasesFirstThenWords) {

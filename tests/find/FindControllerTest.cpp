@@ -84,6 +84,22 @@ protected:
         gtk_editable_set_text(GTK_EDITABLE(controller.searchField()), text.c_str());
         controller.findNow();
     }
+    // Searches and waits for the total over the views to become `total`.
+    bool searchUntil(ZVWebViewFindController& controller, const std::string& text, int64_t total) {
+        search(controller, text);
+        return spinUntil([&] { return controller.currentCount() == total; }, kScriptTimeout);
+    }
+    // A controller of this message's web view alone.
+    std::shared_ptr<ZVWebViewFindController> controllerOf(const Message& m) {
+        auto controller = ZVWebViewFindController::create(delegate);
+        controller->setWebviews({m.view});
+        return controller;
+    }
+    static std::shared_ptr<Thread> conversation(std::vector<std::shared_ptr<Message>> messages) {
+        auto thread = std::make_shared<Thread>();
+        thread->messages = std::move(messages);
+        return thread;
+    }
     // Waits for the next step's report.
     Found step(ZVWebViewFindController& controller, bool forward) {
         size_t before = found.size();
@@ -99,11 +115,9 @@ protected:
 };
 
 TEST_F(FindControllerTest, ThreeViewsTotalAndStepAcrossWithWrapAround) {
-    auto thread = std::make_shared<Thread>();
-    thread->messages = {message("m1", 1, true), message("m2", 0, true), message("m3", 2, true)};
+    auto thread = conversation({message("m1", 1, true), message("m2", 0, true), message("m3", 2, true)});
     auto controller = ZVWebViewFindController::create(thread, delegate);
-    search(*controller, "invoice");
-    ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 6; }, kScriptTimeout));
+    ASSERT_TRUE(searchUntil(*controller, "invoice", 6));
     int64_t total = 0;
     int calls = 0;
     controller->getFindResultCount([&](int64_t running) { total = running, ++calls; });
@@ -131,7 +145,6 @@ TEST_F(FindControllerTest, ThreeViewsTotalAndStepAcrossWithWrapAround) {
 }
 
 TEST_F(FindControllerTest, AMessageAdaptedForTheDarkIsCountedAndSteppedAlike) {
-    auto thread = std::make_shared<Thread>();
     auto plain = message("plain", 1, true);
     auto dark = message("dark", 2, false);
     auto document = zv::html::HTMLParser("<table bgcolor=#f3f3f3><tr><td><font color=#333>" + dark->body + "</font></table>")
@@ -139,21 +152,17 @@ TEST_F(FindControllerTest, AMessageAdaptedForTheDarkIsCountedAndSteppedAlike) {
     ASSERT_GT(zv::adaptDocumentForDarkAppearance(*document).textColors, 0u);
     dark->body = document->body()->innerHTML();
     load(*dark);
-    thread->messages = {plain, dark};
-    auto controller = ZVWebViewFindController::create(thread, delegate);
-    search(*controller, "invoice");
-    ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 6; }, kScriptTimeout));
+    auto controller = ZVWebViewFindController::create(conversation({plain, dark}), delegate);
+    ASSERT_TRUE(searchUntil(*controller, "invoice", 6));
     for (int i = 0; i < 3; ++i) step(*controller, true);
     EXPECT_EQ(found.back().key, "dark");
     EXPECT_EQ(controller->indexForKey("dark"), 0);
 }
 
 TEST_F(FindControllerTest, EntersBackwardsAtTheLastMatch) {
-    auto thread = std::make_shared<Thread>();
-    thread->messages = {message("m1", 1, true), message("m2", 2, true)};
+    auto thread = conversation({message("m1", 1, true), message("m2", 2, true)});
     auto controller = ZVWebViewFindController::create(thread, delegate);
-    search(*controller, "invoice");
-    ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 6; }, kScriptTimeout));
+    ASSERT_TRUE(searchUntil(*controller, "invoice", 6));
     Found f = step(*controller, false);
     EXPECT_EQ(f.key, "m2");
     EXPECT_EQ(controller->indexForKey("m2"), 3);
@@ -161,8 +170,7 @@ TEST_F(FindControllerTest, EntersBackwardsAtTheLastMatch) {
 }
 
 TEST_F(FindControllerTest, AMessageNotLoadedIsCountedByTheHostAndLoadedWhenSteppedInto) {
-    auto thread = std::make_shared<Thread>();
-    thread->messages = {message("m1", 1, true), message("m2", 2, false)};
+    auto thread = conversation({message("m1", 1, true), message("m2", 2, false)});
     thread->messages[1]->hostCount = 4;
     int loads = 0;
     delegate->loadWebViewIfNeededForItem = [&](const zv::ZVWKConversationMessageItemRef& item, auto completion) {
@@ -188,12 +196,10 @@ TEST_F(FindControllerTest, AMessageNotLoadedIsCountedByTheHostAndLoadedWhenStepp
 
 TEST_F(FindControllerTest, SingleViewStepsReportWrapping) {
     auto m = message("", 2, true);  // two lines of two matches
-    auto controller = ZVWebViewFindController::create(delegate);
-    controller->setWebviews({m->view});
+    auto controller = controllerOf(*m);
     EXPECT_FALSE(m->view->scriptIdent().empty());
     EXPECT_TRUE(m->view->scriptsLoaded());
-    search(*controller, "invoice");
-    ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 4; }, kScriptTimeout));
+    ASSERT_TRUE(searchUntil(*controller, "invoice", 4));
     for (bool looped : {false, false, false, false, true}) EXPECT_EQ(step(*controller, true).looped, looped);
     EXPECT_TRUE(step(*controller, false).looped) << "back from the first match";
     auto scrollY = m->window->evaluate("window.scrollY").value;
@@ -212,8 +218,7 @@ TEST_F(FindControllerTest, ReplaceEditsTheFirstViewAndRefreshesTheCount) {
     auto controller = ZVWebViewFindController::create(delegate, ZVWebViewFindController::ShowReplace);
     EXPECT_TRUE(gtk_widget_get_visible(controller->replaceContainer()));
     controller->setWebviews({m->view});
-    search(*controller, "invoice");
-    ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 4; }, kScriptTimeout));
+    ASSERT_TRUE(searchUntil(*controller, "invoice", 4));
     controller->replace(0);  // empty replacement: nothing happens
     spinFor(kQuietPeriod);
     EXPECT_EQ(controller->currentCount(), 4);
@@ -347,10 +352,8 @@ TEST_F(FindControllerTest, MenuCountLabelAndRecents) {
 
 TEST_F(FindControllerTest, TheMenuFollowsSettingsChangedElsewhereWhenShownAndTogglingSearchesAgain) {
     auto m = message("", 1, true);  // "Invoice 0 invoice"
-    auto controller = ZVWebViewFindController::create(delegate);
-    controller->setWebviews({m->view});
-    search(*controller, "invoice");
-    ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 2; }, kScriptTimeout));
+    auto controller = controllerOf(*m);
+    ASSERT_TRUE(searchUntil(*controller, "invoice", 2));
     for (auto [stored, count] : {std::pair{false, 1}, std::pair{true, 2}}) {
         controller->toggleSearchItem(ZVWebViewFindController::TagIgnoreCase);
         EXPECT_EQ(zv::storedIgnoreCase(), stored);
@@ -371,8 +374,7 @@ TEST_F(FindControllerTest, TheMenuFollowsSettingsChangedElsewhereWhenShownAndTog
 TEST_F(FindControllerTest, EnterSearchesAndKeepsTheFindStringShiftEnterStepsBack) {
     if (!g_find_program_in_path("xdotool")) GTEST_SKIP() << "xdotool is not installed (scripts/install-deps)";
     auto m = message("", 2, true);
-    auto controller = ZVWebViewFindController::create(delegate);
-    controller->setWebviews({m->view});
+    auto controller = controllerOf(*m);
     BarWindow shown(controller->findView(), "zv-find-keys");
     gtk_widget_grab_focus(controller->searchField());
     gtk_editable_set_text(GTK_EDITABLE(controller->searchField()), "invoice");
@@ -394,8 +396,7 @@ TEST_F(FindControllerTest, EnterSearchesAndKeepsTheFindStringShiftEnterStepsBack
 
 TEST_F(FindControllerTest, FocusingTheFieldTakesTheValueOrElseTheFindString) {
     auto m = message("", 1, true);
-    auto controller = ZVWebViewFindController::create(delegate);
-    controller->setWebviews({m->view});
+    auto controller = controllerOf(*m);
     const struct {
         std::optional<std::string> value;
         const char* findString;
@@ -414,10 +415,8 @@ TEST_F(FindControllerTest, FocusingTheFieldTakesTheValueOrElseTheFindString) {
 
 TEST_F(FindControllerTest, SearchingAgainKeepsTheCurrentMatchNumber) {
     auto m = message("", 2, true);
-    auto controller = ZVWebViewFindController::create(delegate);
-    controller->setWebviews({m->view});
-    search(*controller, "invoice");
-    ASSERT_TRUE(spinUntil([&] { return controller->currentCount() == 4; }, kScriptTimeout));
+    auto controller = controllerOf(*m);
+    ASSERT_TRUE(searchUntil(*controller, "invoice", 4));
     for (int i = 0; i < 3; ++i) step(*controller, true);
     const std::string key = m->view->scriptIdent();
     ASSERT_TRUE(spinUntil([&] { return controller->indexForKey(key) == 2; }, kScriptTimeout));
@@ -435,8 +434,7 @@ TEST_F(FindControllerTest, SearchingAgainKeepsTheCurrentMatchNumber) {
 }
 
 TEST_F(FindControllerTest, VisibleMessagesAreSearchedAgainOnlyWhileTheBarShows) {
-    auto thread = std::make_shared<Thread>();
-    thread->messages = {message("m1", 1, true), message("m2", 3, false)};
+    auto thread = conversation({message("m1", 1, true), message("m2", 3, false)});
     thread->messages[0]->view->setScriptIdent("");
     std::vector<std::string> scrolled;
     auto hostOnly = std::make_shared<zv::ZVWebviewFindDelegate>();

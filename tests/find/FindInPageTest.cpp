@@ -21,6 +21,14 @@ constexpr char kText[] = "Invoice invoice INVOICE invoices preinvoice.Die Rechnu
 const std::string kMatchRanges = "[...(CSS.highlights.get('zv-find-match') || [])]";
 constexpr char kCurrentRanges[] = "(CSS.highlights.get('zv-find-current') || new Set()).size";
 
+// The count the page reports for its current search; -2 when it gave none.
+int64_t resultCount(zv::ZVWebView& view) {
+    std::optional<int64_t> answer;
+    view.getFindResultCount([&](int64_t n) { answer = n; });
+    EXPECT_TRUE(spinUntil([&] { return answer.has_value(); }, kScriptTimeout));
+    return answer.value_or(-2);
+}
+
 class FindInPageTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() { page = std::make_unique<MessageView>(makeMessageView(kBody)); }
@@ -28,10 +36,7 @@ protected:
 
     static int64_t count(const std::string& text, int64_t options) {
         page->view->highlightOccurrencesOfString(text, options);
-        std::optional<int64_t> answer;
-        page->view->getFindResultCount([&](int64_t n) { answer = n; });
-        EXPECT_TRUE(spinUntil([&] { return answer.has_value(); }, kScriptTimeout));
-        return answer.value_or(-2);
+        return resultCount(*page->view);
     }
     static double step(bool forward) {
         std::optional<double> position;
@@ -87,10 +92,7 @@ TEST(FindInPageWithoutHighlights, MarksTheMatches) {
     auto fresh = makeMessageView(kBody);
     ASSERT_TRUE(fresh.window->evaluate("window.Highlight = undefined; true").ok());
     fresh.view->highlightOccurrencesOfString("invoice", 257);
-    std::optional<int64_t> answer;
-    fresh.view->getFindResultCount([&](int64_t n) { answer = n; });
-    ASSERT_TRUE(spinUntil([&] { return answer.has_value(); }, kScriptTimeout));
-    EXPECT_EQ(*answer, 5);
+    EXPECT_EQ(resultCount(*fresh.view), 5);
     EXPECT_EQ(fresh.window->evaluate("document.querySelectorAll('mark').length").value, 7)
         << "the split match is marked in three pieces";
     fresh.view->replaceAll("x");
@@ -117,10 +119,7 @@ TEST(FindInPageAndHost, CountTheSameWordsDigitsBoundariesAndFolding) {
     };
     for (const auto& c : cases) {
         view.view->highlightOccurrencesOfString(c.text, c.options);
-        std::optional<int64_t> page;
-        view.view->getFindResultCount([&](int64_t n) { page = n; });
-        ASSERT_TRUE(spinUntil([&] { return page.has_value(); }, kScriptTimeout));
-        EXPECT_EQ(*page, c.expected) << "page: " << c.text << " with options " << c.options;
+        EXPECT_EQ(resultCount(*view.view), c.expected) << "page: " << c.text << " with options " << c.options;
         EXPECT_EQ(zv::countMatchesInText(kFolding, {c.text}, c.options), c.expected)
             << "host: " << c.text << " with options " << c.options;
     }
@@ -171,10 +170,7 @@ TEST_F(FindInPageTest, ReplaceOneThenAll) {
     fresh.view->replaceAndMoveToNext("bill");
     fresh.view->replaceAndMoveToNext("note");
     EXPECT_EQ(fresh.window->evaluate("document.body.textContent").value, "one bill, two note, three invoice");
-    std::optional<int64_t> left;
-    fresh.view->getFindResultCount([&](int64_t n) { left = n; });
-    ASSERT_TRUE(spinUntil([&] { return left.has_value(); }, kScriptTimeout));
-    EXPECT_EQ(*left, 1);
+    EXPECT_EQ(resultCount(*fresh.view), 1);
     fresh.view->replaceAll("x");
     EXPECT_EQ(fresh.window->evaluate("document.body.textContent").value, "one bill, two note, three x");
     EXPECT_EQ(fresh.window->evaluate(kMatchRanges + ".length").value, 0);
@@ -193,10 +189,7 @@ TEST(FindInPageWithPageScriptsOff, UserScriptsStillSearch) {
                                 "file:///"));
     EXPECT_EQ(window.evaluate("document.title").value, "") << "the page's own script must not run";
     view->highlightOccurrencesOfString("invoice", 257);
-    std::optional<int64_t> answer;
-    view->getFindResultCount([&](int64_t n) { answer = n; });
-    ASSERT_TRUE(spinUntil([&] { return answer.has_value(); }, kScriptTimeout));
-    EXPECT_EQ(*answer, 2);
+    EXPECT_EQ(resultCount(*view), 2);
 }
 
 TEST(FindInPageWithoutScript, CountIsMinusOne) {
@@ -204,10 +197,7 @@ TEST(FindInPageWithoutScript, CountIsMinusOne) {
     auto view = zv::ZVWebView::create();
     WebViewWindow window(view->webView());
     ASSERT_TRUE(window.loadHTML("<p>plain</p>"));
-    std::optional<int64_t> answer;
-    view->getFindResultCount([&](int64_t n) { answer = n; });
-    ASSERT_TRUE(spinUntil([&] { return answer.has_value(); }, kScriptTimeout));
-    EXPECT_EQ(*answer, -1);
+    EXPECT_EQ(resultCount(*view), -1);
     EXPECT_FALSE(view->atLast());
 }
 

@@ -5,7 +5,6 @@
 #include "LoopbackServer.h"
 #include "SchemeTestSupport.h"
 
-#include <zv/foundation/NotificationCenter.h>
 #include <zv/scheme/URLCache.h>
 
 #include <gtest/gtest.h>
@@ -24,12 +23,7 @@ protected:
     void SetUp() override {
         handler_ = Handler::create();
         handler_->setupHTTPOverrides();
-        delegate_->startedURLRequest = [this](Handler&, const URLRequest& request) { started_.push_back(request.url); };
-        delegate_->completedURLRequest = [this](Handler&, const URLRequest& request, const auto&, const auto&) {
-            completed_.push_back(request.url);
-        };
-        delegate_->reportedLoadProgress = [this](Handler&, double value) { progress_.push_back(value); };
-        handler_->setDelegate(delegate_);
+        handler_->setDelegate(reports_.delegate);
     }
 
     std::shared_ptr<RecordingTask> start(const std::string& url, double timeout = URLRequest::kDefaultTimeoutInterval) {
@@ -50,10 +44,7 @@ protected:
 
     test::SharedCacheFolder folder_;
     std::shared_ptr<Handler> handler_;
-    std::shared_ptr<ZVWebViewURLSchemeHandlerDelegate> delegate_ = std::make_shared<ZVWebViewURLSchemeHandlerDelegate>();
-    std::vector<std::string> started_;
-    std::vector<std::string> completed_;
-    std::vector<double> progress_;
+    test::Reports reports_;
     test::LoopbackServer server_;
 };
 
@@ -66,9 +57,9 @@ TEST_F(HTTPOverridesTest, FirstLoadGoesToTheNetworkTheSecondToTheCache) {
     EXPECT_EQ(first->response->statusCode, 200);
     EXPECT_EQ(first->response->mimeType, "image/png");
     EXPECT_EQ(first->data, test::LoopbackServer::png());
-    EXPECT_EQ(started_, std::vector<std::string>{url});
-    EXPECT_EQ(completed_, std::vector<std::string>{url});
-    EXPECT_EQ(progress_, std::vector<double>{1.0});
+    EXPECT_EQ(reports_.started, std::vector<std::string>{url});
+    EXPECT_EQ(reports_.completed, std::vector<std::string>{url});
+    EXPECT_EQ(reports_.progress, std::vector<double>{1.0});
     EXPECT_TRUE(handler_->pendingLoads().empty());
 
     auto second = load(url);
@@ -79,7 +70,7 @@ TEST_F(HTTPOverridesTest, FirstLoadGoesToTheNetworkTheSecondToTheCache) {
     EXPECT_TRUE(second->answeredOnMainThread);  // though read off it
     EXPECT_EQ(server_.hits("/image.png"), 1);
     // Untracked: no report, no count.
-    EXPECT_EQ(completed_.size(), 1u);
+    EXPECT_EQ(reports_.completed.size(), 1u);
     EXPECT_EQ(handler_->completedLoads(), std::vector<std::string>{url});
 
     auto misses = log.linesStartingWith("RequestCache: no cached response for ");
@@ -116,17 +107,13 @@ TEST_F(HTTPOverridesTest, TextKeepsItsEncodingName) {
 }
 
 TEST_F(HTTPOverridesTest, ExclusionFailsCountsAndNotifiesOnce) {
-    std::vector<Value> notified;
-    auto token = NotificationCenter::defaultCenter().addObserver(
-        ZVWebViewResourceLoadFailedNotification, this, [&](const Notification& n) { notified.push_back(n.userInfo); });
+    test::FailureNotifications failures(this);
     auto task = load("wren-exclude-https://127.0.0.1/tracker.gif");
-    NotificationCenter::defaultCenter().removeObserver(token);
     ASSERT_TRUE(task->error);
     EXPECT_EQ(task->error->code, 2112);
-    ASSERT_EQ(notified.size(), 1u);
-    EXPECT_EQ(notified[0]["URL"], "wren-exclude-https://127.0.0.1/tracker.gif");
+    EXPECT_EQ(failures.userInfos, (std::vector<Value>{Value{{"URL", "wren-exclude-https://127.0.0.1/tracker.gif"}}}));
     EXPECT_EQ(handler_->completedLoads(), std::vector<std::string>{"wren-exclude-https://127.0.0.1/tracker.gif"});
-    EXPECT_EQ(progress_, std::vector<double>{1.0});
+    EXPECT_EQ(reports_.progress, std::vector<double>{1.0});
     EXPECT_EQ(server_.hits("/tracker.gif"), 0);
 }
 
@@ -135,12 +122,12 @@ TEST_F(HTTPOverridesTest, ProgressCountsLoadsStillOnTheWire) {
     auto quick = start(server_.wrenURL("/image-quick.png"));
     ASSERT_TRUE(spinMainContextUntil([&] { return quick->answered(); }, kAnswerTimeout));
     EXPECT_EQ(handler_->pendingLoads(), std::vector<std::string>{server_.wrenURL("/stall")});
-    EXPECT_EQ(progress_, std::vector<double>{0.5});
+    EXPECT_EQ(reports_.progress, std::vector<double>{0.5});
 
     ASSERT_TRUE(spinMainContextUntil([&] { return server_.stalledCount() == 1; }, kAnswerTimeout));
     server_.releaseStalled();
     ASSERT_TRUE(spinMainContextUntil([&] { return stalled->answered(); }, kAnswerTimeout));
-    EXPECT_EQ(progress_, (std::vector<double>{0.5, 1.0}));
+    EXPECT_EQ(reports_.progress, (std::vector<double>{0.5, 1.0}));
     EXPECT_TRUE(handler_->pendingLoads().empty());
     EXPECT_EQ(stalled->answers, 1);
 }
@@ -172,7 +159,7 @@ TEST_F(HTTPOverridesTest, ANetworkFailureFailsTheTaskCountsItAndLogs) {
     EXPECT_EQ(task->error->domain, kURLErrorDomain);
     EXPECT_EQ(task->error->code, kURLErrorCannotConnectToHost);
     EXPECT_EQ(handler_->completedLoads(), std::vector<std::string>{url});
-    EXPECT_EQ(completed_, std::vector<std::string>{url});
+    EXPECT_EQ(reports_.completed, std::vector<std::string>{url});
     EXPECT_TRUE(handler_->pendingLoads().empty());
     auto lines = log.linesStartingWith("Error handling URL: ");
     ASSERT_EQ(lines.size(), 1u);

@@ -5,7 +5,6 @@
 #include "LoopbackServer.h"
 #include "SchemeTestSupport.h"
 
-#include <zv/foundation/NotificationCenter.h>
 #include <zv/scheme/IconThemeSymbols.h>
 
 #include <gtest/gtest.h>
@@ -15,49 +14,15 @@
 namespace zv {
 namespace {
 
+using test::FailureNotifications;
 using test::kAnswerTimeout;
 using test::RecordingTask;
+using test::Reports;
+using test::resource;
 using Handler = ZVWebViewURLSchemeHandler;
-
-// Records the handler's reports.
-struct Reports {
-    std::shared_ptr<ZVWebViewURLSchemeHandlerDelegate> delegate = std::make_shared<ZVWebViewURLSchemeHandlerDelegate>();
-    std::vector<std::string> started;
-    std::vector<std::string> completed;
-    std::vector<double> progress;
-
-    Reports() {
-        delegate->startedURLRequest = [this](Handler&, const URLRequest& request) { started.push_back(request.url); };
-        delegate->completedURLRequest = [this](Handler&, const URLRequest& request, const auto&, const auto&) {
-            completed.push_back(request.url);
-        };
-        delegate->reportedLoadProgress = [this](Handler&, double value) { progress.push_back(value); };
-    }
-};
-
-// Counts the failure notifications of one web view.
-struct FailureNotifications {
-    const void* view;
-    std::vector<Value> userInfos;
-    ObserverToken token;
-
-    explicit FailureNotifications(const void* webView) : view(webView) {
-        token = NotificationCenter::defaultCenter().addObserver(
-            ZVWebViewResourceLoadFailedNotification, view,
-            [this](const Notification& notification) { userInfos.push_back(notification.userInfo); });
-    }
-    ~FailureNotifications() { NotificationCenter::defaultCenter().removeObserver(token); }
-};
 
 bool waitForAnswer(const RecordingTask& task) {
     return spinMainContextUntil([&] { return task.answered(); }, kAnswerTimeout);
-}
-
-std::shared_ptr<ZVMimeResource> resource(std::string mimeType, Data data) {
-    auto made = std::make_shared<ZVMimeResource>();
-    made->MIMEType = std::move(mimeType);
-    made->data = std::move(data);
-    return made;
 }
 
 class SchemeHandlerTest : public ::testing::Test {
@@ -274,7 +239,7 @@ protected:
     }
 };
 
-TEST_F(ContentIdTest, ServesTableThenProviderThenPlaceholder) {
+TEST_F(ContentIdTest, ServesTableThenProviderThenPlaceholderWithOrWithoutAProvider) {
     auto provider = std::make_shared<Provider>();
     provider->parts["cid:fromStore"] = {"image/gif", Data{'G', 'I', 'F'}};
     provider->parts["cid:typeless"] = {std::nullopt, Data{1}};
@@ -306,12 +271,11 @@ TEST_F(ContentIdTest, ServesTableThenProviderThenPlaceholder) {
     EXPECT_TRUE(handler->completedLoads().empty());
     EXPECT_TRUE(reports.completed.empty());
     EXPECT_TRUE(reports.progress.empty());
-}
 
-TEST_F(ContentIdTest, WithoutAProviderAMissingPartIsThePlaceholder) {
-    auto handler = Handler::create();
-    handler->setupHTTPOverrides();
-    expectPlaceholder(*load(handler, "cid:missing"));
+    // Without a provider a missing part is the placeholder too.
+    auto bare = Handler::create();
+    bare->setupHTTPOverrides();
+    expectPlaceholder(*load(bare, "cid:missing"));
 }
 
 TEST_F(ContentIdTest, RoutinesDoNotKeepTheirHandlerAlive) {

@@ -194,12 +194,9 @@ protected:
         loaded->window = std::make_unique<test::WebViewWindow>(loaded->view->webView(), 320, 240);
         auto handler = Handler::create();
         handler->setupHTTPOverrides();
-        for (int k = 0; k < 3; ++k) {
-            auto part = std::make_shared<ZVMimeResource>();
-            part->MIMEType = "image/png";
-            part->data = test::pngImage(3, 2, 0, 0, 1);
-            handler->addResource(part, "cid:part-" + std::to_string(v) + "-" + std::to_string(k) + "@load");
-        }
+        for (int k = 0; k < 3; ++k)
+            handler->addResource(test::resource("image/png", test::pngImage(3, 2, 0, 0, 1)),
+                                 "cid:part-" + std::to_string(v) + "-" + std::to_string(k) + "@load");
         ledger_.watch(*handler);
         setURLSchemeHandler(loaded->view->webView(), handler);
         loaded->handler = handler;

@@ -29,6 +29,30 @@ GLogWriterOutput write(GLogLevelFlags level, const GLogField* fields, gsize coun
 
 }  // namespace
 
+Reports::Reports() {
+    delegate->startedURLRequest = [this](ZVWebViewURLSchemeHandler&, const URLRequest& request) {
+        started.push_back(request.url);
+    };
+    delegate->completedURLRequest = [this](ZVWebViewURLSchemeHandler&, const URLRequest& request, const auto&,
+                                           const auto&) { completed.push_back(request.url); };
+    delegate->reportedLoadProgress = [this](ZVWebViewURLSchemeHandler&, double value) { progress.push_back(value); };
+}
+
+FailureNotifications::FailureNotifications(const void* webView) {
+    token = NotificationCenter::defaultCenter().addObserver(
+        ZVWebViewResourceLoadFailedNotification, webView,
+        [this](const Notification& notification) { userInfos.push_back(notification.userInfo); });
+}
+
+FailureNotifications::~FailureNotifications() { NotificationCenter::defaultCenter().removeObserver(token); }
+
+std::shared_ptr<ZVMimeResource> resource(std::string mimeType, Data data) {
+    auto made = std::make_shared<ZVMimeResource>();
+    made->MIMEType = std::move(mimeType);
+    made->data = std::move(data);
+    return made;
+}
+
 SharedCacheFolder::SharedCacheFolder() {
     char* made = g_dir_make_tmp("zv-scheme-XXXXXX", nullptr);
     path_ = made ? made : "";

@@ -1,9 +1,12 @@
-// What the scheme tests share: a task that records how it was answered, a
-// folder for the shared URL cache, and a capture of the framework's log lines.
+// What the scheme tests share: a task that records how it was answered, what
+// a handler reports, a folder for the shared URL cache, and a capture of the
+// framework's log lines.
 #pragma once
 
 #include <zv/foundation/MainThread.h>
+#include <zv/foundation/NotificationCenter.h>
 #include <zv/scheme/URLSchemeTask.h>
+#include <zv/scheme/ZVWebViewURLSchemeHandler.h>
 
 #include <glib.h>
 
@@ -58,6 +61,32 @@ private:
 
     URLRequest request_;
 };
+
+// Records what a handler reports to its delegate.
+struct Reports {
+    Reports();
+    Reports(const Reports&) = delete;
+    Reports& operator=(const Reports&) = delete;
+
+    std::shared_ptr<ZVWebViewURLSchemeHandlerDelegate> delegate = std::make_shared<ZVWebViewURLSchemeHandlerDelegate>();
+    std::vector<std::string> started;
+    std::vector<std::string> completed;
+    std::vector<double> progress;
+};
+
+// Records the failure notifications posted for one web view while it lives.
+struct FailureNotifications {
+    explicit FailureNotifications(const void* webView);
+    ~FailureNotifications();
+    FailureNotifications(const FailureNotifications&) = delete;
+    FailureNotifications& operator=(const FailureNotifications&) = delete;
+
+    std::vector<Value> userInfos;
+    ObserverToken token;
+};
+
+// A message part of type `mimeType` holding `data`.
+std::shared_ptr<ZVMimeResource> resource(std::string mimeType, Data data);
 
 // A folder made for one test, holding the shared URL cache until the test
 // ends; removed with everything in it afterwards.

@@ -128,75 +128,72 @@ TEST_F(IconThemeSymbolsTest, AColourReplacesTheIconsOwn) {
 }
 
 TEST_F(IconThemeSymbolsTest, WeightThickensAndThins) {
-    int ultraLight = coverage("wren-symbol:paperclip?size=48&weight=ultra");
-    int light = coverage("wren-symbol:paperclip?size=48&weight=light");
-    int regular = coverage("wren-symbol:paperclip?size=48");
-    int bold = coverage("wren-symbol:paperclip?size=48&weight=bold");
-    int black = coverage("wren-symbol:paperclip?size=48&weight=black");
-    EXPECT_LT(ultraLight, light);
-    EXPECT_LT(light, regular);
-    EXPECT_LT(regular, bold);
-    EXPECT_LT(bold, black);
+    int thinner = 0;
+    for (const char* weight : {"&weight=ultra", "&weight=light", "", "&weight=bold", "&weight=black"}) {
+        const int covered = coverage(std::string("wren-symbol:paperclip?size=48") + weight);
+        EXPECT_LT(thinner, covered) << weight;
+        thinner = covered;
+    }
 }
 
-TEST_F(IconThemeSymbolsTest, HandleSymbolRequestAnswersPNGOrFileDoesNotExist) {
+// What a scheme routine answered.
+struct Answer {
     std::optional<URLResponse> response;
     std::optional<Data> data;
     std::optional<Error> error;
     bool untracked = false;
-    auto capture = [&](auto r, auto d, auto e, bool u) {
-        response = std::move(r);
-        data = std::move(d);
-        error = std::move(e);
-        untracked = u;
-    };
+
+    ZVWebViewURLSchemeHandler::Completion completion() {
+        return [this](auto r, auto d, auto e, bool u) { *this = {std::move(r), std::move(d), std::move(e), u}; };
+    }
+};
+
+TEST_F(IconThemeSymbolsTest, HandleSymbolRequestAnswersPNGOrFileDoesNotExist) {
+    Answer answer;
     URLRequest request;
     request.url = "wren-symbol:paperclip?size=10";
-    ZVWebViewURLSchemeHandler::handleSymbolRequest(request, capture);
-    ASSERT_TRUE(response && data);
-    EXPECT_FALSE(error);
-    EXPECT_TRUE(untracked);
-    EXPECT_EQ(response->url, request.url);
-    EXPECT_EQ(response->mimeType, "image/png");
-    EXPECT_EQ(response->expectedContentLength, std::int64_t(data->size()));
-    EXPECT_EQ(test::pngPixel(*data, 0, 0)->width, 20);
+    ZVWebViewURLSchemeHandler::handleSymbolRequest(request, answer.completion());
+    ASSERT_TRUE(answer.response && answer.data);
+    EXPECT_FALSE(answer.error);
+    EXPECT_TRUE(answer.untracked);
+    EXPECT_EQ(answer.response->url, request.url);
+    EXPECT_EQ(answer.response->mimeType, "image/png");
+    EXPECT_EQ(answer.response->expectedContentLength, std::int64_t(answer.data->size()));
+    EXPECT_EQ(test::pngPixel(*answer.data, 0, 0)->width, 20);
 
     request.url = "wren-symbol:no.such.symbol";
-    ZVWebViewURLSchemeHandler::handleSymbolRequest(request, capture);
-    EXPECT_FALSE(response || data);
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->domain, kURLErrorDomain);
-    EXPECT_EQ(error->code, kURLErrorFileDoesNotExist);
-    EXPECT_FALSE(untracked);
+    ZVWebViewURLSchemeHandler::handleSymbolRequest(request, answer.completion());
+    EXPECT_FALSE(answer.response || answer.data);
+    ASSERT_TRUE(answer.error);
+    EXPECT_EQ(answer.error->domain, kURLErrorDomain);
+    EXPECT_EQ(answer.error->code, kURLErrorFileDoesNotExist);
+    EXPECT_FALSE(answer.untracked);
 
     // Without a renderer no symbol exists.
     auto renderer = symbolRenderer();
     setSymbolRenderer(nullptr);
     request.url = "wren-symbol:paperclip";
-    ZVWebViewURLSchemeHandler::handleSymbolRequest(request, capture);
+    ZVWebViewURLSchemeHandler::handleSymbolRequest(request, answer.completion());
     setSymbolRenderer(renderer);
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->code, kURLErrorFileDoesNotExist);
+    ASSERT_TRUE(answer.error);
+    EXPECT_EQ(answer.error->code, kURLErrorFileDoesNotExist);
 }
 
 TEST_F(IconThemeSymbolsTest, ThePlaceholderIsTheLightSymbolInTheAccentColour) {
-    std::optional<URLResponse> response;
-    std::optional<Data> data;
-    ZVWebViewURLSchemeHandler::makeMissingResourceWithHandler([&](auto r, auto d, auto, bool) {
-        response = std::move(r);
-        data = std::move(d);
-    });
-    ASSERT_TRUE(response && data);
-    auto request = symbolImageRequestFromURL(response->url);
+    Answer answer;
+    ZVWebViewURLSchemeHandler::makeMissingResourceWithHandler(answer.completion());
+    ASSERT_TRUE(answer.response && answer.data);
+    const Data& data = *answer.data;
+    auto request = symbolImageRequestFromURL(answer.response->url);
     ASSERT_TRUE(request);
     EXPECT_EQ(*request, (SymbolImageRequest{"questionmark.square.dashed", 72, SymbolWeight::Light, controlAccentColor()}));
-    EXPECT_EQ(*data, *renderIconThemeSymbol(*request));
+    EXPECT_EQ(data, *renderIconThemeSymbol(*request));
     // Every pixel it covers is the accent colour.
     Color accent = controlAccentColor();
     bool found = false;
     for (int y = 0; y < 72 && !found; ++y) {
         for (int x = 0; x < 72 && !found; ++x) {
-            auto pixel = test::pngPixel(*data, x, y);
+            auto pixel = test::pngPixel(data, x, y);
             if (pixel->a < 64) continue;
             found = true;
             EXPECT_NEAR(pixel->r, std::lround(accent.r * 255), 3);

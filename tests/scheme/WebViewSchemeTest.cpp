@@ -7,7 +7,6 @@
 #include "SchemeTestSupport.h"
 #include "WebViewHarness.h"
 
-#include <zv/foundation/NotificationCenter.h>
 #include <zv/scheme/URLCache.h>
 #include <zv/webview/ZVWebView.h>
 
@@ -37,19 +36,13 @@ protected:
         window_ = std::make_unique<test::WebViewWindow>(zvView_->webView());
         handler_ = Handler::create(provider_);
         handler_->setupHTTPOverrides();
-        handler_->setDelegate(delegate_);
-        delegate_->completedURLRequest = [this](Handler&, const URLRequest& request, const auto&, const auto&) {
-            completed_.push_back(request.url);
-        };
-        delegate_->reportedLoadProgress = [this](Handler&, double value) { progress_.push_back(value); };
+        handler_->setDelegate(reports_.delegate);
         setURLSchemeHandler(view(), handler_);
-        failures_ = NotificationCenter::defaultCenter().addObserver(
-            ZVWebViewResourceLoadFailedNotification, zvView_.get(),
-            [this](const Notification& n) { failedURLs_.push_back(n.userInfo["URL"].get<std::string>()); });
+        failures_ = std::make_unique<test::FailureNotifications>(zvView_.get());
     }
 
     void TearDown() override {
-        NotificationCenter::defaultCenter().removeObserver(failures_);
+        failures_.reset();
         window_.reset();
         zvView_.reset();
     }
@@ -62,6 +55,15 @@ protected:
         for (const auto& [id, url] : images)
             html += "<img id='" + id + "' src='" + url + "' onerror='this.dataset.failed=1'>";
         return window_->loadHTML(html, server_.url("/").c_str());
+    }
+
+    // An empty page, not waited for.
+    void loadBlankPage() { window_->loadHTML("<!doctype html><body>", server_.url("/").c_str()); }
+
+    // Adds an image of `url` to the page as the global `name`, without waiting for it.
+    void addImage(const std::string& name, const std::string& url) {
+        window_->evaluate("var " + name + " = new Image(); " + name + ".src = " + test::jsString(url) +
+                          "; document.body.append(" + name + "); 0");
     }
 
     std::map<std::string, ImageState> images() {
@@ -95,48 +97,73 @@ protected:
     std::unique_ptr<test::WebViewWindow> window_;
     std::shared_ptr<Provider> provider_ = std::make_shared<Provider>();
     std::shared_ptr<Handler> handler_;
-    std::shared_ptr<ZVWebViewURLSchemeHandlerDelegate> delegate_ = std::make_shared<ZVWebViewURLSchemeHandlerDelegate>();
-    std::vector<std::string> completed_;
-    std::vector<double> progress_;
-    std::vector<std::string> failedURLs_;
-    ObserverToken failures_;
+    test::Reports reports_;
+    std::unique_ptr<test::FailureNotifications> failures_;
 };
 
-TEST_F(WebViewSchemeTest, EverySchemeServesItsImages) {
+// Every scheme, and every way a server can fail, on one page: each image
+// ends as its source says and each tracked load is reported exactly once.
+TEST_F(WebViewSchemeTest, EverySchemeAndServerFaultEndsItsImageExactlyOnce) {
     test::LogCapture log;
-    auto part = std::make_shared<ZVMimeResource>();
-    part->MIMEType = "image/png";
-    part->data = test::pngImage(5, 4, 0, 0, 1);
-    handler_->addResource(part, "cid:table@host");
-    const std::string remote = server_.wrenURL("/image.png");
-    ASSERT_TRUE(loadImages({
-        {"table", "cid:table@host"},
-        {"store", "cid:store@host"},
-        {"missing", "cid:missing@host"},
-        {"remote", remote},
-        {"excluded", "wren-exclude-https://127.0.0.1/pixel.gif"},
-        {"symbol", "wren-symbol:paperclip"},
-        {"small", "wren-symbol:paperclip?size=10&weight=bold&color=%23ff0000"},
-        {"unknown", "wren-symbol:no.such.symbol"},
-    }));
-    auto states = images();
-    ASSERT_EQ(states.size(), 8u);
-    expectImage(states["table"], 5, 4);
-    expectImage(states["store"], 6, 2);
-    expectImage(states["missing"], 72, 72);
-    expectImage(states["remote"], 4, 3);
-    expectImage(states["symbol"], 96, 96);
-    expectImage(states["small"], 20, 20);
-    EXPECT_TRUE(states["excluded"].failed);
-    EXPECT_TRUE(states["unknown"].failed);
+    server_.setSlowDelay(300ms);
+    handler_->addResource(test::resource("image/png", test::pngImage(5, 4, 0, 0, 1)), "cid:table@host");
+    const std::string excluded = "wren-exclude-https://127.0.0.1/pixel.gif";
+    std::string unreachable;
+    {
+        test::LoopbackServer gone;
+        unreachable = gone.wrenURL("/image.png");
+    }
+    const struct {
+        const char* id;
+        std::string url;
+        int width, height;  // 0: the image fails
+        bool tracked;       // a network load, a refusal or an unknown symbol
+    } rows[] = {
+        {"table", "cid:table@host", 5, 4, false},
+        {"store", "cid:store@host", 6, 2, false},
+        {"missing", "cid:missing@host", 72, 72, false},
+        {"remote", server_.wrenURL("/image.png"), 4, 3, true},
+        {"excluded", excluded, 0, 0, true},
+        {"symbol", "wren-symbol:paperclip", 96, 96, false},
+        {"small", "wren-symbol:paperclip?size=10&weight=bold&color=%23ff0000", 20, 20, false},
+        {"unknown", "wren-symbol:no.such.symbol", 0, 0, true},
+        {"error", server_.wrenURL("/status500"), 0, 0, true},  // a 500 answer that is no image
+        {"reset", server_.wrenURL("/reset"), 0, 0, true},
+        {"truncated", server_.wrenURL("/truncated"), 0, 0, true},
+        {"gone", unreachable, 0, 0, true},  // a network error is not "nothing answered"
+        {"slow", server_.wrenURL("/slow"), 4, 3, true},
+        {"stall", server_.wrenURL("/stall"), 4, 3, true},
+    };
+    std::vector<std::pair<std::string, std::string>> page;
+    std::multiset<std::string> tracked;
+    for (const auto& row : rows) {
+        page.emplace_back(row.id, row.url);
+        if (row.tracked) tracked.insert(row.url);
+    }
+    // The stalled request is let go once the page is waiting for it.
+    guint timer = g_timeout_add(50, [](gpointer data) -> gboolean {
+        auto* server = static_cast<test::LoopbackServer*>(data);
+        if (server->stalledCount() == 0) return G_SOURCE_CONTINUE;
+        server->releaseStalled();
+        return G_SOURCE_REMOVE;
+    }, &server_);
+    const bool loaded = loadImages(page);
+    const bool released = server_.stalledCount() == 0;
+    if (!released) g_source_remove(timer);
+    ASSERT_TRUE(loaded);
+    EXPECT_TRUE(released);
 
-    // Tracked: the network load, the refusal and the unknown symbol.
-    std::multiset<std::string> tracked(completed_.begin(), completed_.end());
-    EXPECT_EQ(tracked, (std::multiset<std::string>{remote, "wren-exclude-https://127.0.0.1/pixel.gif",
-                                                   "wren-symbol:no.such.symbol"}));
-    ASSERT_EQ(progress_.size(), 3u);
-    EXPECT_EQ(progress_.back(), 1.0);
-    EXPECT_EQ(failedURLs_, std::vector<std::string>{"wren-exclude-https://127.0.0.1/pixel.gif"});
+    auto states = images();
+    ASSERT_EQ(states.size(), std::size(rows));
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.id);
+        if (row.width == 0) EXPECT_TRUE(states[row.id].failed);
+        else expectImage(states[row.id], row.width, row.height);
+    }
+    EXPECT_EQ(std::multiset<std::string>(reports_.completed.begin(), reports_.completed.end()), tracked);
+    ASSERT_EQ(reports_.progress.size(), tracked.size());
+    EXPECT_EQ(reports_.progress.back(), 1.0);
+    EXPECT_EQ(failures_->userInfos, (std::vector<Value>{Value{{"URL", excluded}}}));
     EXPECT_TRUE(handler_->pendingLoads().empty());
     EXPECT_TRUE(log.linesStartingWith("Exception in").empty());
 }
@@ -145,7 +172,7 @@ TEST_F(WebViewSchemeTest, ASecondDisplayComesFromTheCache) {
     const std::string remote = server_.wrenURL("/image-again.png");
     ASSERT_TRUE(loadImages({{"first", remote}}));
     expectImage(images()["first"], 4, 3);
-    ASSERT_EQ(completed_.size(), 1u);
+    ASSERT_EQ(reports_.completed.size(), 1u);
 
     // The message shown again, in a new view (a view of its own would answer
     // from its page cache before asking any handler).
@@ -164,58 +191,10 @@ TEST_F(WebViewSchemeTest, ASecondDisplayComesFromTheCache) {
               1u);
 }
 
-TEST_F(WebViewSchemeTest, ANetworkFailureEndsTheImageAndCountsTheLoad) {
-    std::string unreachable;
-    {
-        test::LoopbackServer gone;
-        unreachable = gone.wrenURL("/image.png");
-    }
-    ASSERT_TRUE(loadImages({{"gone", unreachable}}));
-    EXPECT_TRUE(images()["gone"].failed);
-    EXPECT_EQ(handler_->completedLoads(), std::vector<std::string>{unreachable});
-    EXPECT_EQ(progress_, std::vector<double>{1.0});
-    EXPECT_TRUE(failedURLs_.empty());  // a network error is not "nothing answered"
-}
-
-TEST_F(WebViewSchemeTest, ServerFaultsEndEveryImageExactlyOnce) {
-    test::LogCapture log;
-    server_.setSlowDelay(300ms);
-    std::vector<std::pair<std::string, std::string>> page{
-        {"error", server_.wrenURL("/status500")}, {"reset", server_.wrenURL("/reset")},
-        {"truncated", server_.wrenURL("/truncated")}, {"slow", server_.wrenURL("/slow")},
-        {"stall", server_.wrenURL("/stall")}};
-    // The stalled request is let go once the page is waiting for it.
-    bool released = false;
-    guint timer = g_timeout_add(50, [](gpointer data) -> gboolean {
-        auto* server = static_cast<test::LoopbackServer*>(data);
-        if (server->stalledCount() == 0) return G_SOURCE_CONTINUE;
-        server->releaseStalled();
-        return G_SOURCE_REMOVE;
-    }, &server_);
-    ASSERT_TRUE(loadImages(page));
-    released = server_.stalledCount() == 0;
-    if (!released) g_source_remove(timer);
-    EXPECT_TRUE(released);
-
-    auto states = images();
-    EXPECT_TRUE(states["error"].failed);  // a 500 answer that is no image
-    EXPECT_TRUE(states["reset"].failed);
-    EXPECT_TRUE(states["truncated"].failed);
-    expectImage(states["slow"], 4, 3);
-    expectImage(states["stall"], 4, 3);
-    std::multiset<std::string> tracked(completed_.begin(), completed_.end());
-    std::multiset<std::string> expected;
-    for (const auto& [id, url] : page) expected.insert(url);
-    EXPECT_EQ(tracked, expected);
-    EXPECT_TRUE(handler_->pendingLoads().empty());
-    EXPECT_TRUE(log.linesStartingWith("Exception in").empty());
-}
-
 TEST_F(WebViewSchemeTest, StoppingTheLoadCancelsTheHandlerForGood) {
     test::LogCapture log;
-    window_->loadHTML("<!doctype html><body>", server_.url("/").c_str());
-    window_->evaluate("let img = new Image(); img.src = " + test::jsString(server_.wrenURL("/stall")) +
-                      "; document.body.append(img); 0");
+    loadBlankPage();
+    addImage("img", server_.wrenURL("/stall"));
     ASSERT_TRUE(test::spinUntil([&] { return server_.stalledCount() == 1; }, 10s));
     EXPECT_FALSE(handler_->cancelled());
 
@@ -224,14 +203,11 @@ TEST_F(WebViewSchemeTest, StoppingTheLoadCancelsTheHandlerForGood) {
 
     // The answer that comes afterwards is dropped, and counted.
     server_.releaseStalled();
-    ASSERT_TRUE(test::spinUntil([&] { return completed_.size() == 1; }, 10s));
+    ASSERT_TRUE(test::spinUntil([&] { return reports_.completed.size() == 1; }, 10s));
 
     // Later loads of the same handler get no answer either.
-    auto part = std::make_shared<ZVMimeResource>();
-    part->MIMEType = "image/png";
-    part->data = test::pngImage(2, 2, 0, 0, 0);
-    handler_->addResource(part, "cid:late@host");
-    window_->evaluate("let late = new Image(); late.src = 'cid:late@host'; document.body.append(late); 0");
+    handler_->addResource(test::resource("image/png", test::pngImage(2, 2, 0, 0, 0)), "cid:late@host");
+    addImage("late", "cid:late@host");
     test::spinFor(test::kQuietPeriod);
     auto late = window_->evaluate("[late.complete, late.naturalWidth]");
     ASSERT_TRUE(late.ok());
@@ -240,9 +216,8 @@ TEST_F(WebViewSchemeTest, StoppingTheLoadCancelsTheHandlerForGood) {
 }
 
 TEST_F(WebViewSchemeTest, NavigatingAwayStopsAPendingLoad) {
-    window_->loadHTML("<!doctype html><body>", server_.url("/").c_str());
-    window_->evaluate("let img = new Image(); img.src = " + test::jsString(server_.wrenURL("/stall-away")) +
-                      "; document.body.append(img); 0");
+    loadBlankPage();
+    addImage("img", server_.wrenURL("/stall-away"));
     ASSERT_TRUE(test::spinUntil([&] { return server_.stalledCount() == 1; }, 10s));
     ASSERT_TRUE(window_->loadHTML("<p>elsewhere</p>", server_.url("/").c_str()));
     EXPECT_TRUE(test::spinUntil([&] { return handler_->cancelled(); }, 10s));
@@ -251,8 +226,8 @@ TEST_F(WebViewSchemeTest, NavigatingAwayStopsAPendingLoad) {
 TEST_F(WebViewSchemeTest, ATaskDroppedUnansweredIsStillReportedStopped) {
     handler_->registerScheme("drop", [](const URLRequest&, Handler::Completion) {});
     setURLSchemeHandler(view(), handler_, "drop");
-    window_->loadHTML("<!doctype html><body>", server_.url("/").c_str());
-    window_->evaluate("let img = new Image(); img.src = 'drop:1'; document.body.append(img); 0");
+    loadBlankPage();
+    addImage("img", "drop:1");
     test::spinFor(test::kQuietPeriod);
     EXPECT_EQ(ZVWebView::owning(view()), zvView_);
     EXPECT_FALSE(handler_->cancelled());

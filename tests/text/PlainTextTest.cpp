@@ -91,7 +91,7 @@ TEST(PlainTextQuotes, TheCitationPassPrefixesParagraphsAtEveryDepth) {
     EXPECT_EQ(quote->querySelector(":scope > blockquote > p")->textContent(), ">>b");
 }
 
-TEST(PlainTextSeparator, ParagraphBodiesGetALineFeedBeforeTheDashes) {
+TEST(PlainTextSeparator, ParagraphBodiesGetALineFeedBeforeTheDashesWhichRunIntoTheNextBlock) {
     // A span separator: its text, the line feed before the inserted br, "----".
     EXPECT_EQ(bodyText("<p>Reply<span id=zv-reply-separator>On Mon, A wrote:</span></p><p>x</p>"),
               "ReplyOn Mon, A wrote:\n----\nx");
@@ -104,6 +104,9 @@ TEST(PlainTextSeparator, ParagraphBodiesGetALineFeedBeforeTheDashes) {
     EXPECT_EQ(bodyText("<div><span id=zv-reply-separator>sep</span></div>"), "sep\n----");
     // Only the first element with the id counts.
     EXPECT_EQ(bodyText("<p><i id=zv-reply-separator>1</i></p><p><i id=zv-reply-separator>2</i></p>"), "1\n----\n2");
+    // br and "----" go between the separator and its next sibling; nothing
+    // ends the dashes' line before the paragraph's text.
+    EXPECT_EQ(bodyText("<div id=zv-reply-separator>s</div><p>next</p>"), "s\n\n----next");
 }
 
 TEST(PlainTextSeparator, NoteBodiesGetNoLineFeedForTheBreak) {
@@ -112,12 +115,6 @@ TEST(PlainTextSeparator, NoteBodiesGetNoLineFeedForTheBreak) {
     EXPECT_EQ(bodyText("<div zv-note>Reply</div><div id=zv-reply-separator>On Mon</div>"
                        "<blockquote type=cite><div>x</div></blockquote>"),
               "Reply\nOn Mon\n----x");
-}
-
-TEST(PlainTextSeparator, TheDashesRunIntoTheBlockAfterThem) {
-    // br and "----" go between the separator and its next sibling; nothing
-    // ends the dashes' line before the paragraph's text.
-    EXPECT_EQ(bodyText("<div id=zv-reply-separator>s</div><p>next</p>"), "s\n\n----next");
 }
 
 TEST(PlainTextBreaks, TrailingBreaksGoAndTextIsTrimmedUpToTheFirstOtherElement) {

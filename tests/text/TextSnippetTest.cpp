@@ -10,7 +10,7 @@ namespace {
 using namespace zv;
 
 struct Case {
-    const char* html;
+    std::string html;
     long maxLength;
     unsigned options;
     std::optional<std::string> expected;
@@ -73,13 +73,10 @@ TEST(TextSnippet, MarkupDecidesWhatIsCollected) {
         {"</b></div>a</p>b<p>c", 0, 0, "a bc"},
         {"<div><span>a</div>b</span>", 0, 0, "a b"},
         {"<div<p>x", 0, 0, "x"},
+        {std::string("<p>a\0b</p>", 10), 0, 0, "ab"},
+        {std::string("<svg>a\0b</svg>", 14), 0, 0, "a\uFFFDb"},
+        {std::string("<title>a\0b</title>", 18), 0, 0, "a\uFFFDb"},
     });
-    const std::pair<std::string, std::string> nulls[] = {
-        {std::string("<p>a\0b</p>", 10), "ab"},
-        {std::string("<svg>a\0b</svg>", 14), "a\uFFFDb"},
-        {std::string("<title>a\0b</title>", 18), "a\uFFFDb"},
-    };
-    for (const auto& [html, expected] : nulls) EXPECT_EQ(textSnippetForHTML(html, 0, 0), expected);
     std::string deep;
     for (int i = 0; i < 20000; ++i) deep += "<span>";
     for (int i = 0; i < 20000; ++i) deep += "</div>";

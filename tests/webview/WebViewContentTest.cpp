@@ -1,6 +1,6 @@
 // Loading parsed documents, the body height scripts, the selection script
 // and the debug dumps, on a plain web view.
-#include "WebViewHarness.h"
+#include "WebViewTestSupport.h"
 
 #include <zv/html/HTMLParser.h>
 #include <zv/webview/WebViewContent.h>
@@ -18,28 +18,23 @@ const char kSizedPage[] =
     "<body style='margin:0'><div id=a style='height:100px'></div><div id=b style='height:40px'></div>"
     "<div id=c style='height:7px'></div></body>";
 
-class WebViewContentTest : public ::testing::Test {
+class WebViewContentTest : public SharedWindowTest {
 protected:
-    static void SetUpTestSuite() { window = new WebViewWindow(); }
-    static void TearDownTestSuite() {
-        delete window;
-        window = nullptr;
-    }
-    WebKitWebView* webView() { return window->webView(); }
+    static WebKitWebView* webView() { return window->webView(); }
 
-    struct Answer {
-        bool called = false;
-        std::optional<Value> value;
-        std::optional<Error> error;
-    };
-    static ScriptCompletion into(Answer& answer) {
-        return [&answer](std::optional<Value> value, std::optional<Error> error) {
-            answer = {true, std::move(value), std::move(error)};
-        };
+    // The scroll-height script waits for the page itself.
+    static ScriptAnswer scrollHeight() {
+        ScriptAnswer answer;
+        Watchdog guard("fetchBodyScrollHeight");
+        fetchBodyScrollHeight(webView(), answer.completion());
+        return answer;
     }
-    static bool waitFor(const Answer& answer) { return spinUntil([&] { return answer.called; }, kScriptTimeout); }
-
-    static inline WebViewWindow* window = nullptr;
+    static ScriptAnswer answerOf(void (*fetch)(WebKitWebView*, ScriptCompletion)) {
+        ScriptAnswer answer;
+        fetch(webView(), answer.completion());
+        EXPECT_TRUE(spinUntil([&] { return answer.called; }, kScriptTimeout));
+        return answer;
+    }
 };
 
 TEST_F(WebViewContentTest, LoadsTheDocumentElementWithoutTheDoctype) {
@@ -56,29 +51,19 @@ TEST_F(WebViewContentTest, LoadsTheDocumentElementWithoutTheDoctype) {
 TEST_F(WebViewContentTest, HeightScriptsMeasureTheFirstElementLeftInTheClone) {
     ASSERT_TRUE(window->loadHTML(kSizedPage));
     // The scroll-height script's bodyClone is declared by nobody yet.
-    Answer scroll;
-    {
-        Watchdog guard("fetchBodyScrollHeight");
-        fetchBodyScrollHeight(webView(), into(scroll));
-    }
+    ScriptAnswer scroll = scrollHeight();
     ASSERT_TRUE(scroll.called);  // it waited for the page
     EXPECT_TRUE(scroll.error);
     EXPECT_FALSE(scroll.value);
 
     // The loop over the live child list moves a and c into the wrapper,
     // which goes last: the first element child of the clone is b.
-    Answer client;
-    fetchBodyClientHeight(webView(), into(client));
-    ASSERT_TRUE(waitFor(client));
+    ScriptAnswer client = answerOf(fetchBodyClientHeight);
     EXPECT_FALSE(client.error);
     EXPECT_EQ(client.value, Value(40));
 
     // Now bodyClone is a page global, and the scroll height (15 short) works.
-    Answer again;
-    {
-        Watchdog guard("fetchBodyScrollHeight");
-        fetchBodyScrollHeight(webView(), into(again));
-    }
+    ScriptAnswer again = scrollHeight();
     EXPECT_FALSE(again.error);
     EXPECT_EQ(again.value, Value(25));
     // The real body is back in place each time.
@@ -87,43 +72,28 @@ TEST_F(WebViewContentTest, HeightScriptsMeasureTheFirstElementLeftInTheClone) {
 
 TEST_F(WebViewContentTest, ScrollHeightWorksOnAPageThatDeclaresBodyClone) {
     ASSERT_TRUE(window->loadHTML(std::string("<script>var bodyClone = 0;</script>") + kSizedPage));
-    Answer scroll;
-    {
-        Watchdog guard("fetchBodyScrollHeight");
-        fetchBodyScrollHeight(webView(), into(scroll));
-    }
+    ScriptAnswer scroll = scrollHeight();
     EXPECT_FALSE(scroll.error);
     EXPECT_EQ(scroll.value, Value(25));
 }
 
 TEST_F(WebViewContentTest, SelectionGivesTheBodyWhenCollapsedElseTheRangesContents) {
     ASSERT_TRUE(window->loadHTML("<body><p id=p>Hello <b>bold</b> world</p></body>"));
-    std::string body = window->evaluate("document.body.innerHTML").value->get<std::string>();
-
-    Answer collapsed;
-    fetchHTMLContentsOfSelection(webView(), into(collapsed));
-    ASSERT_TRUE(waitFor(collapsed));
-    EXPECT_EQ(collapsed.value, Value(body));
-
-    ASSERT_TRUE(window
-                    ->evaluate("var t = document.getElementById('p').firstChild; var r = document.createRange();"
-                               "r.setStart(t, 1); r.setEnd(t, 4); getSelection().removeAllRanges(); "
-                               "getSelection().addRange(r);")
-                    .ok());
-    Answer inText;
-    fetchHTMLContentsOfSelection(webView(), into(inText));
-    ASSERT_TRUE(waitFor(inText));
-    EXPECT_EQ(inText.value, Value("ell"));
-
-    ASSERT_TRUE(window
-                    ->evaluate("var p = document.getElementById('p'); var r = document.createRange();"
-                               "r.setStart(p.firstChild, 3); r.setEnd(p.lastChild, 3); "
-                               "getSelection().removeAllRanges(); getSelection().addRange(r);")
-                    .ok());
-    Answer across;
-    fetchHTMLContentsOfSelection(webView(), into(across));
-    ASSERT_TRUE(waitFor(across));
-    EXPECT_EQ(across.value, Value("lo <b>bold</b> wo"));
+    const std::string body = window->evaluate("document.body.innerHTML").value->get<std::string>();
+    const std::pair<std::string, std::string> cases[] = {
+        {"", body},  // nothing selected
+        {"r.setStart(p.firstChild, 1); r.setEnd(p.firstChild, 4);", "ell"},
+        {"r.setStart(p.firstChild, 3); r.setEnd(p.lastChild, 3);", "lo <b>bold</b> wo"},
+    };
+    for (const auto& [range, expected] : cases) {
+        SCOPED_TRACE(range);
+        if (!range.empty())
+            ASSERT_TRUE(window
+                            ->evaluate("var p = document.getElementById('p'); var r = document.createRange();" + range +
+                                       "getSelection().removeAllRanges(); getSelection().addRange(r);")
+                            .ok());
+        EXPECT_EQ(answerOf(fetchHTMLContentsOfSelection).value, Value(expected));
+    }
 }
 
 TEST_F(WebViewContentTest, DebugDumps) {

@@ -1,22 +1,12 @@
 // The harness itself, on a plain web view: the other web-view tests trust
 // its loads, answers and events.
-#include "WebViewHarness.h"
+#include "WebViewTestSupport.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using zv::test::WebViewWindow;
-
-class WebViewHarnessTest : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() { window = new WebViewWindow(); }
-    static void TearDownTestSuite() {
-        delete window;
-        window = nullptr;
-    }
-    static inline WebViewWindow* window = nullptr;
-};
+using WebViewHarnessTest = zv::test::SharedWindowTest;
 
 TEST_F(WebViewHarnessTest, LoadsAndAnswersScriptsWithValuesOrErrors) {
     ASSERT_TRUE(window->loadHTML("<p id=x>hi</p>"));

@@ -1,6 +1,6 @@
 // The simple search on a plain web view, with zvwk's search script as the
 // host's.
-#include "WebViewHarness.h"
+#include "WebViewTestSupport.h"
 
 #include <LogCapture.h>
 
@@ -22,18 +22,25 @@ const char kPage[] =
     "<body><p id=a>The quick brown Fox jumps</p><p id=b>over the lazy dog. A <i>fox</i> again: FOX.</p>"
     "<script>var fox = 'not text';</script><textarea>fox</textarea></body>";
 
-class WebViewSearchTest : public ::testing::Test {
+class WebViewSearchTest : public SharedWindowTest {
 protected:
-    static void SetUpTestSuite() { window = new WebViewWindow(); }
-    static void TearDownTestSuite() {
-        delete window;
-        window = nullptr;
-    }
     void SetUp() override {
         Bundle::setMainBundlePath(ZVWK_RESOURCES_DIR);
         ASSERT_TRUE(window->loadHTML(kPage));
     }
+    void TearDown() override {
+        std::error_code ignored;
+        std::filesystem::remove_all(bundle_, ignored);
+    }
     WebKitWebView* webView() { return window->webView(); }
+
+    // An empty folder of this test's own as the main bundle.
+    const std::filesystem::path& emptyBundle() {
+        bundle_ = std::filesystem::temp_directory_path() / ("zvwebview-search-" + std::to_string(getpid()));
+        std::filesystem::create_directories(bundle_);
+        Bundle::setMainBundlePath(bundle_.string());
+        return bundle_;
+    }
 
     // The count the page reports, or nothing when the completion was not
     // called. Evaluations run in order, so the answer follows every call made before.
@@ -50,7 +57,7 @@ protected:
     }
     Value page(const char* script) { return window->evaluate(script).value.value_or(Value()); }
 
-    static inline WebViewWindow* window = nullptr;
+    std::filesystem::path bundle_;
 };
 
 TEST_F(WebViewSearchTest, HighlightsCountsStepsAndRemoves) {
@@ -108,29 +115,19 @@ TEST_F(WebViewSearchTest, TheCountMustBeANumber) {
 }
 
 TEST_F(WebViewSearchTest, AMissingScriptIsNotEvaluated) {
-    auto bundle = std::filesystem::temp_directory_path() / ("zvwebview-search-" + std::to_string(getpid()));
-    std::filesystem::create_directories(bundle);
-    Bundle::setMainBundlePath(bundle.string());
+    emptyBundle();
     highlightAllOccurencesOfString(webView(), "fox");
     EXPECT_EQ(page("typeof WKWebView_HighlightAllOccurencesOfString"), "undefined");
-    std::filesystem::remove_all(bundle);
 }
 
 TEST_F(WebViewSearchTest, AnUnreadableScriptIsReportedAndNotEvaluated) {
-    auto bundle = std::filesystem::temp_directory_path() / ("zvwebview-search-" + std::to_string(getpid()));
-    std::filesystem::create_directories(bundle);
-    Bundle::setMainBundlePath(bundle.string());
-    auto script = bundle / "SearchWebView.js";
+    auto script = emptyBundle() / "SearchWebView.js";
     std::filesystem::copy_file(std::filesystem::path(ZVWK_RESOURCES_DIR) / "SearchWebView.js", script);
     std::filesystem::permissions(script, std::filesystem::perms::none);
-    if (access(script.c_str(), R_OK) == 0) {
-        std::filesystem::remove_all(bundle);
-        GTEST_SKIP() << "running with the privilege to read any file";
-    }
+    if (access(script.c_str(), R_OK) == 0) GTEST_SKIP() << "running with the privilege to read any file";
     ::testing::internal::CaptureStdout();
     highlightAllOccurencesOfString(webView(), "fox");
     std::string printed = ::testing::internal::GetCapturedStdout();
-    std::filesystem::remove_all(bundle);
     EXPECT_EQ(page("typeof WKWebView_HighlightAllOccurencesOfString"), "undefined");
     EXPECT_TRUE(printed.starts_with("could not load javascript:")) << printed;
     EXPECT_TRUE(printed.ends_with("\n"));

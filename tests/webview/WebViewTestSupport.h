@@ -1,11 +1,15 @@
-// What the ZVWebView tests share: a delegate that records what it is told,
-// and reading the page's own view of an element.
+// What the web-view tests share: one window for a suite, a delegate that
+// records what it is told, script answers, and reading the page's own view of
+// an element.
 #pragma once
 
 #include "WebViewHarness.h"
 
 #include <zv/foundation/Geometry.h>
+#include <zv/webview/ScriptEvaluation.h>
 #include <zv/webview/ZVWebView.h>
+
+#include <gtest/gtest.h>
 
 #include <map>
 #include <memory>
@@ -13,6 +17,31 @@
 #include <vector>
 
 namespace zv::test {
+
+// A suite whose tests share one plain web view in a window.
+class SharedWindowTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { window = std::make_unique<WebViewWindow>(); }
+    static void TearDownTestSuite() { window.reset(); }
+
+    static inline std::unique_ptr<WebViewWindow> window;
+};
+
+// What a script completion was given, once it was called.
+struct ScriptAnswer {
+    bool called = false;
+    std::optional<Value> value;
+    std::optional<Error> error;
+
+    ScriptCompletion completion() {
+        return [this](std::optional<Value> v, std::optional<Error> e) { *this = {true, std::move(v), std::move(e)}; };
+    }
+};
+
+// Posts `body`, a script expression, to the page's message handler `handler`.
+inline bool postMessage(WebViewWindow& window, const std::string& handler, const std::string& body) {
+    return window.evaluate("void window.webkit.messageHandlers." + handler + ".postMessage(" + body + ")").ok();
+}
 
 struct RecordingDelegate {
     std::vector<Event> events;

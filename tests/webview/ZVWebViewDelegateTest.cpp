@@ -42,10 +42,8 @@ protected:
         return spinUntil([&] { return recorder.events.size() >= count; }, kScriptTimeout);
     }
     void postEvent() {
-        ASSERT_TRUE(window
-                        ->evaluate("void window.webkit.messageHandlers._ZVWebViewEvent.postMessage("
-                                   "{eventType: 'click', elementTag: 'DIV', elementFrame: '{{0,0}, {1,1}}'})")
-                        .ok());
+        ASSERT_TRUE(postMessage(*window, "_ZVWebViewEvent",
+                                "{eventType: 'click', elementTag: 'DIV', elementFrame: '{{0,0}, {1,1}}'}"));
     }
 
     std::shared_ptr<ZVWebView> view;

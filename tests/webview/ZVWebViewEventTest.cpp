@@ -194,10 +194,7 @@ TEST_F(ZVWebViewEventTest, KeyDownMessagesNeedAKeyTheTablesKnow) {
         "{keyName: 'Backspace', modifiers: 524288, keyCode: 8}",
         "{keyName: 'Backspace', modifiers: '262144'}",
     };
-    for (const char* body : bodies)
-        ASSERT_TRUE(window->evaluate(std::string("void window.webkit.messageHandlers._ZVKeyDownEvent.postMessage(") + body +
-                                     ")")
-                        .ok());
+    for (const char* body : bodies) ASSERT_TRUE(postMessage(*window, "_ZVKeyDownEvent", body));
     ASSERT_TRUE(spinUntil([&] { return recorder.keyDowns.size() >= 2; }, kScriptTimeout));
     spinFor(kQuietPeriod);
     ASSERT_EQ(recorder.keyDowns.size(), 2u);
@@ -215,10 +212,7 @@ TEST_F(ZVWebViewEventTest, EventMessagesAreReadLeniently) {
         "{eventType: 'swipe', elementAttributes: '{\"a\":\"b\"}', extra: [1]}",
         "'just text'",
     };
-    for (const char* body : bodies)
-        ASSERT_TRUE(window->evaluate(std::string("void window.webkit.messageHandlers._ZVWebViewEvent.postMessage(") + body +
-                                     ")")
-                        .ok());
+    for (const char* body : bodies) ASSERT_TRUE(postMessage(*window, "_ZVWebViewEvent", body));
     ASSERT_TRUE(waitForEvents(5));
     auto info = [&](size_t i) { return *recorder.events[i].webViewEventInfo; };
     Value empty = Value::object();
