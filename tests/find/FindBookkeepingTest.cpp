@@ -82,8 +82,12 @@ TEST(FindStepping, StepsInsideAMessageThenToTheNextWithMatchesAndWraps) {
         auto step = zv::stepToItem(keys, c.from, c.direction, results);
         ASSERT_TRUE(step);
         EXPECT_EQ(step->item, c.item);
-        if (c.looped) EXPECT_EQ(step->looped, *c.looped);
-        if (c.entered) EXPECT_EQ(step->entered, *c.entered);
+        if (c.looped) {
+            EXPECT_EQ(step->looped, *c.looped);
+        }
+        if (c.entered) {
+            EXPECT_EQ(step->entered, *c.entered);
+        }
         for (const auto& [key, index] : c.after) EXPECT_EQ(results.indexForKey(key), index) << key;
     }
     FindResults none;

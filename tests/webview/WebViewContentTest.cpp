@@ -87,11 +87,12 @@ TEST_F(WebViewContentTest, SelectionGivesTheBodyWhenCollapsedElseTheRangesConten
     };
     for (const auto& [range, expected] : cases) {
         SCOPED_TRACE(range);
-        if (!range.empty())
+        if (!range.empty()) {
             ASSERT_TRUE(window
                             ->evaluate("var p = document.getElementById('p'); var r = document.createRange();" + range +
                                        "getSelection().removeAllRanges(); getSelection().addRange(r);")
                             .ok());
+        }
         EXPECT_EQ(answerOf(fetchHTMLContentsOfSelection).value, Value(expected));
     }
 }
