@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 // Under AddressSanitizer, leak checking is off for the programs that run web
 // views: fontconfig and JavaScriptCore keep one-time allocations to the end
@@ -61,19 +62,38 @@ void spinFor(std::chrono::milliseconds duration) {
     spinUntil([] { return false; }, duration);
 }
 
-bool playKeys(GtkWindow* window, const char* action, const char* keys) {
+namespace {
+
+// Runs xdotool with `args` after focusing `window`, named by its X id.
+bool playInput(GtkWindow* window, std::vector<std::string> args) {
     GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(window));
     if (!GDK_IS_X11_SURFACE(surface)) return false;
     std::string id = std::to_string(gdk_x11_surface_get_xid(surface));
-    const char* argv[] = {"xdotool", "windowfocus", "--sync", id.c_str(), action, keys, nullptr};
+    args.insert(args.begin(), {"xdotool", "windowfocus", "--sync", id});
+    for (std::string& arg : args)
+        if (arg == "WINDOW") arg = id;
+    std::vector<char*> argv;
+    for (std::string& arg : args) argv.push_back(arg.data());
+    argv.push_back(nullptr);
     GPid pid = 0;
-    if (!g_spawn_async(nullptr, const_cast<char**>(argv), nullptr,
-                       GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD), nullptr, nullptr, &pid, nullptr))
+    if (!g_spawn_async(nullptr, argv.data(), nullptr, GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD),
+                       nullptr, nullptr, &pid, nullptr))
         return false;
     std::optional<int> status;
     g_child_watch_add(pid, [](GPid, int s, gpointer out) { *static_cast<std::optional<int>*>(out) = s; }, &status);
     bool exited = spinUntil([&] { return status.has_value(); }, kScriptTimeout);
     return exited && g_spawn_check_wait_status(*status, nullptr);
+}
+
+}  // namespace
+
+bool playKeys(GtkWindow* window, const char* action, const char* keys) {
+    return playInput(window, {action, keys});
+}
+
+bool playWheel(GtkWindow* window, int x, int y, int clicks) {
+    return playInput(window, {"mousemove", "--window", "WINDOW", std::to_string(x), std::to_string(y), "click",
+                              "--repeat", std::to_string(std::abs(clicks)), clicks > 0 ? "5" : "4"});
 }
 
 std::string jsString(std::string_view text) {

@@ -60,6 +60,9 @@ void spinFor(std::chrono::milliseconds duration);
 // searched by title: a search reads every window's name and fails when some
 // other window closes meanwhile. True when xdotool did so within the bound.
 bool playKeys(GtkWindow* window, const char* action, const char* keys);
+// Turns the wheel `clicks` notches down (up when negative) with the pointer
+// at (x, y) in `window`'s coordinates, likewise.
+bool playWheel(GtkWindow* window, int x, int y, int clicks);
 
 // Guards a call of the code under test that waits without a bound of its
 // own: if the call has not returned within `timeout` (while it spins the

@@ -284,9 +284,10 @@ TEST_F(ViewerWindowTest, MessagesFarOffScreenMakeTheirViewsWhenScrolledNearOrSea
         << find.controller().currentCount();
 }
 
-// A page taller than a view can draw scrolls inside its view; a match near
-// its end must still come on screen, the page scrolled as well as the column.
-TEST_F(ViewerWindowTest, FindBringsAMatchDeepInAPageThatScrollsInsideItsView) {
+// A page taller than a view can draw scrolls inside its view: the wheel over
+// it scrolls the page, not the column, and a match near its end must still
+// come on screen, the page scrolled as well as the column.
+TEST_F(ViewerWindowTest, APageThatScrollsInsideItsViewTakesTheWheelAndFindReachesItsEnd) {
     test::ScratchFolder folder;
     folder.write("box/cur/1.tall", htmlMessage("tall@x", "Tall",
                                                "<div style=\"height:40000px\">top</div><p id=deep>needle at the end</p>"));
@@ -303,6 +304,19 @@ TEST_F(ViewerWindowTest, FindBringsAMatchDeepInAPageThatScrollsInsideItsView) {
     GtkAdjustment* scroll = window.conversationView().verticalAdjustment();
     ASSERT_TRUE(zv::test::spinUntil([&] { return gtk_adjustment_get_upper(scroll) > 16000; }, 10s)) << "laid out";
     ASSERT_LT(gtk_widget_get_height(view), 20000) << "the view stops short of the page";
+
+    if (g_find_program_in_path("xdotool")) {
+        graphene_point_t inView = GRAPHENE_POINT_INIT(40, 40), inWindow;
+        ASSERT_TRUE(gtk_widget_compute_point(view, GTK_WIDGET(window.window()), &inView, &inWindow));
+        const double columnBefore = gtk_adjustment_get_value(scroll);
+        ASSERT_TRUE(zv::test::playWheel(window.window(), int(inWindow.x), int(inWindow.y), 3));
+        auto pageScrolled = [&] {
+            std::optional<zv::Value> y = test::evaluate(card.bodyView()->webView(), "window.scrollY");
+            return y && y->is_number() && y->get<double>() > 0;
+        };
+        EXPECT_TRUE(zv::test::spinUntil(pageScrolled, 10s)) << "the wheel scrolls the page";
+        EXPECT_EQ(gtk_adjustment_get_value(scroll), columnBefore) << "and not the column";
+    }
 
     ConversationFind& find = extensions.conversationFind();
     find.open("needle");
