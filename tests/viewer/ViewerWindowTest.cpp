@@ -136,6 +136,15 @@ protected:
 
     static MessageCard& onlyCard() { return *window_->conversationView().cards().at(0); }
 
+    // Presents a window of its own, waits for its mailbox and shows its first
+    // conversation.
+    static bool showFirstConversation(ViewerWindow& window) {
+        gtk_window_present(window.window());
+        if (!zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s)) return false;
+        window.showConversation(0);
+        return zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, kConversationTimeout);
+    }
+
     static constexpr char kRemotePath[] = "/image-remote";
     static inline std::unique_ptr<zv::test::LoopbackServer> server_;
     static inline std::unique_ptr<test::ScratchFolder> mailbox_;
@@ -246,10 +255,7 @@ TEST_F(ViewerWindowTest, MessagesFarOffScreenMakeTheirViewsWhenScrolledNearOrSea
     options.conversation.expandedNewest = 0;
     ViewerWindow window(application_, options);
     ViewerExtensions extensions(window);
-    gtk_window_present(window.window());
-    ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
-    window.showConversation(0);
-    ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, kConversationTimeout));
+    ASSERT_TRUE(showFirstConversation(window));
     const auto& cards = window.conversationView().cards();
     ASSERT_EQ(cards.size(), std::size_t(kMessages));
     EXPECT_TRUE(cards.front()->isBodyLoaded());
@@ -295,10 +301,7 @@ TEST_F(ViewerWindowTest, APageThatScrollsInsideItsViewTakesTheWheelAndFindReache
     options.paths = {(folder.path() / "box").string()};
     ViewerWindow window(application_, options);
     ViewerExtensions extensions(window);
-    gtk_window_present(window.window());
-    ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
-    window.showConversation(0);
-    ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, kConversationTimeout));
+    ASSERT_TRUE(showFirstConversation(window));
     MessageCard& card = *window.conversationView().cards().at(0);
     GtkWidget* view = GTK_WIDGET(card.bodyView()->webView());
     GtkAdjustment* scroll = window.conversationView().verticalAdjustment();
