@@ -64,16 +64,16 @@ void spinFor(std::chrono::milliseconds duration) {
 
 namespace {
 
-// Runs xdotool with `args` after focusing `window`, named by its X id.
-bool playInput(GtkWindow* window, std::vector<std::string> args) {
+// Runs xdotool with `args` after focusing `window`, which `args` may name as
+// `id`: windows are named by their X id.
+bool playInput(GtkWindow* window, const std::function<std::vector<std::string>(const std::string& id)>& args) {
     GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(window));
     if (!GDK_IS_X11_SURFACE(surface)) return false;
-    std::string id = std::to_string(gdk_x11_surface_get_xid(surface));
-    args.insert(args.begin(), {"xdotool", "windowfocus", "--sync", id});
-    for (std::string& arg : args)
-        if (arg == "WINDOW") arg = id;
+    const std::string id = std::to_string(gdk_x11_surface_get_xid(surface));
+    std::vector<std::string> all = {"xdotool", "windowfocus", "--sync", id};
+    for (std::string& arg : args(id)) all.push_back(std::move(arg));
     std::vector<char*> argv;
-    for (std::string& arg : args) argv.push_back(arg.data());
+    for (std::string& arg : all) argv.push_back(arg.data());
     argv.push_back(nullptr);
     GPid pid = 0;
     if (!g_spawn_async(nullptr, argv.data(), nullptr, GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD),
@@ -88,12 +88,14 @@ bool playInput(GtkWindow* window, std::vector<std::string> args) {
 }  // namespace
 
 bool playKeys(GtkWindow* window, const char* action, const char* keys) {
-    return playInput(window, {action, keys});
+    return playInput(window, [&](const std::string&) { return std::vector<std::string>{action, keys}; });
 }
 
 bool playWheel(GtkWindow* window, int x, int y, int clicks) {
-    return playInput(window, {"mousemove", "--window", "WINDOW", std::to_string(x), std::to_string(y), "click",
-                              "--repeat", std::to_string(std::abs(clicks)), clicks > 0 ? "5" : "4"});
+    return playInput(window, [&](const std::string& id) {
+        return std::vector<std::string>{"mousemove", "--window", id, std::to_string(x), std::to_string(y), "click",
+                                        "--repeat", std::to_string(std::abs(clicks)), clicks > 0 ? "5" : "4"};
+    });
 }
 
 std::string jsString(std::string_view text) {
