@@ -72,6 +72,10 @@ ViewerWindow::ViewerWindow(GtkApplication* application, ViewerOptions options)
         {[this](std::size_t total, const std::vector<std::string>& errors) {
              expected_ = total;
              mailboxErrors_ = errors;
+             // The status names the first; its tooltip lists them all.
+             std::string all;
+             for (const std::string& error : errors) all += (all.empty() ? "" : "\n") + error;
+             gtk_widget_set_tooltip_text(statusLabel_, all.empty() ? nullptr : all.c_str());
              messages_.reserve(total);
              updateStatus();
          },
@@ -200,15 +204,13 @@ void ViewerWindow::updateStatus() {
                withThousands(conversations().size()) +
                (conversations().size() == 1 ? " conversation" : " conversations");
     }
-    // The count comes first: a long path is cut at the label's end. The
-    // tooltip lists them all.
-    std::string errors;
-    for (const std::string& error : mailboxErrors_) errors += (errors.empty() ? "" : "\n") + error;
-    if (mailboxErrors_.size() > 1) text += "  ·  " + withThousands(mailboxErrors_.size()) + " not read: ";
-    else if (!mailboxErrors_.empty()) text += "  ·  ";
-    if (!mailboxErrors_.empty()) text += mailboxErrors_.front();
+    // The count comes first: a long path is cut at the label's end.
+    if (!mailboxErrors_.empty()) {
+        text += "  ·  ";
+        if (mailboxErrors_.size() > 1) text += withThousands(mailboxErrors_.size()) + " not read: ";
+        text += mailboxErrors_.front();
+    }
     gtk_label_set_text(GTK_LABEL(statusLabel_), text.c_str());
-    gtk_widget_set_tooltip_text(statusLabel_, errors.empty() ? nullptr : errors.c_str());
     gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(progress_), fraction);
     gtk_widget_set_visible(progress_, !arePreviewsDone());
 }
