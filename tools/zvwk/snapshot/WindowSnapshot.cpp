@@ -10,19 +10,11 @@ void drawWidget(GtkSnapshot* snapshot, GtkWidget* widget) {
     g_object_unref(paintable);
 }
 
-}  // namespace
-
-bool writeWindowPNG(GtkWindow* window, const std::string& path, std::string& error, GtkWindow* over) {
-    GtkWidget* widget = GTK_WIDGET(window);
-    int width = gtk_widget_get_width(widget);
-    int height = gtk_widget_get_height(widget);
-    GskRenderer* renderer = gtk_native_get_renderer(GTK_NATIVE(window));
-    if (width <= 0 || height <= 0 || !renderer) {
-        error = "the window is not on screen";
-        return false;
-    }
+// The window, and `over` dimmed on top of it, as one render node; null while
+// the window has nothing to draw.
+GskRenderNode* windowNode(GtkWindow* window, int width, int height, GtkWindow* over) {
     GtkSnapshot* snapshot = gtk_snapshot_new();
-    drawWidget(snapshot, widget);
+    drawWidget(snapshot, GTK_WIDGET(window));
     if (over && gtk_widget_get_width(GTK_WIDGET(over)) > 0) {
         GtkWidget* dialog = GTK_WIDGET(over);
         int dialogWidth = gtk_widget_get_width(dialog), dialogHeight = gtk_widget_get_height(dialog);
@@ -44,7 +36,29 @@ bool writeWindowPNG(GtkWindow* window, const std::string& path, std::string& err
         gtk_snapshot_pop(snapshot);
         gtk_snapshot_restore(snapshot);
     }
-    GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
+    return gtk_snapshot_free_to_node(snapshot);
+}
+
+}  // namespace
+
+bool writeWindowPNG(GtkWindow* window, const std::string& path, std::string& error, GtkWindow* over) {
+    GtkWidget* widget = GTK_WIDGET(window);
+    int width = gtk_widget_get_width(widget);
+    int height = gtk_widget_get_height(widget);
+    GskRenderer* renderer = gtk_native_get_renderer(GTK_NATIVE(window));
+    if (width <= 0 || height <= 0 || !renderer) {
+        error = "the window is not on screen";
+        return false;
+    }
+    // A window whose layout changed after its last frame draws nothing until
+    // the frame clock has laid it out again, which a busy machine can put off
+    // beyond the caller's wait; the main loop runs until then, for at most 2 s.
+    const gint64 deadline = g_get_monotonic_time() + 2 * G_USEC_PER_SEC;
+    GskRenderNode* node = windowNode(window, width, height, over);
+    while (!node && g_get_monotonic_time() < deadline) {
+        if (!g_main_context_iteration(nullptr, FALSE)) g_usleep(10 * 1000);
+        node = windowNode(window, width, height, over);
+    }
     if (!node) {
         error = "the window drew nothing";
         return false;
