@@ -1,6 +1,7 @@
 #include <zv/find/TextMatchCount.h>
 
 #include <zv/foundation/Log.h>
+#include <zv/foundation/MainThread.h>
 #include <zv/html/HTMLDocument.h>
 #include <zv/html/HTMLElement.h>
 #include <zv/html/HTMLParser.h>
@@ -8,6 +9,7 @@
 #include <zv/foundation/GObjectRef.h>
 
 #include <jsc/jsc.h>
+#include <webkit/webkit.h>
 
 #include <optional>
 
@@ -27,6 +29,11 @@ public:
             log(LogLevel::Warning, "cannot count matches: the search script SearchWebView.js is missing");
             return;
         }
+        // WebKit must set up the main thread before JavaScriptCore does: after a
+        // context made first there, no web view's load ever finishes. Its web
+        // context class sets it up when first used, without a display or an
+        // object made; other threads need nothing.
+        if (isMainThread()) g_type_class_unref(g_type_class_ref(WEBKIT_TYPE_WEB_CONTEXT));
         context_ = GObjectRef<JSCContext>::adopt(jsc_context_new());
         GObjectRef<JSCValue>::adopt(jsc_context_evaluate(context_.get(), "var window = globalThis;", -1));
         GObjectRef<JSCValue>::adopt(jsc_context_evaluate(context_.get(), source, -1));
