@@ -57,7 +57,7 @@ class FindControllerTest : public ::testing::Test {
 protected:
     void SetUp() override {
         initGtkOnce();
-        for (const char* key : {zv::ZVSearchStyleKey, zv::ZVSearchStyleNoRegKey, zv::ZVSearchIgnoreCaseKey})
+        for (const char* key : {zv::ZVSearchStyleKey, zv::ZVSearchStyleNoRegKey, zv::ZVSearchIgnoreCaseKey, zv::ZVFindRecentsKey})
             zv::UserDefaults::standard().removeObjectForKey(key);
         delegate = std::make_shared<zv::ZVWebviewFindDelegate>();
         delegate->foundResultInMessageItem = [this](ZVWebViewFindController&, const zv::ZVWKConversationMessageItemRef& item,
