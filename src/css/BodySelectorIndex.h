@@ -26,6 +26,7 @@
 #include <zv/html/HTMLElement.h>
 
 #include <memory>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -47,7 +48,7 @@ private:
 
     // The elements of class `name`, given those of its ASCII case folding.
     std::vector<html::HTMLElement*> loneClassMatches(std::string_view name,
-                                                     const std::vector<html::HTMLElement*>& folded);
+                                                     std::span<html::HTMLElement* const> folded);
 
     html::HTMLElement& body_;
     html::HTMLQuirksMode quirksMode_;  // learned once: a deep body makes it a long walk
