@@ -207,12 +207,12 @@ BodySelectorIndex::~BodySelectorIndex() = default;
 
 // Matching each candidate would scan its class list once per rule: an element
 // with thousands of classes and a rule for each would cost their square.
-std::vector<html::HTMLElement*> BodySelectorIndex::loneClassMatches(std::string_view name,
-                                                                   std::span<html::HTMLElement* const> folded) {
-    // In quirks mode classes match ASCII case-insensitively, as the key.
-    if (quirksMode_ == html::HTMLQuirksMode::Quirks) return {folded.begin(), folded.end()};
-    const ElementNameTable::Elements* exact = buckets_->exactClasses.find(name);
-    return exact ? std::vector<html::HTMLElement*>(exact->elements.begin(), exact->elements.end())
+std::vector<html::HTMLElement*> BodySelectorIndex::loneClassMatches(std::string_view name) const {
+    // In quirks mode classes match ASCII case-insensitively, as the index's keys.
+    const ElementNameTable::Elements* found = quirksMode_ == html::HTMLQuirksMode::Quirks
+                                                  ? buckets_->find({KeyKind::Class, toASCIILower(name)})
+                                                  : buckets_->exactClasses.find(name);
+    return found ? std::vector<html::HTMLElement*>(found->elements.begin(), found->elements.end())
                  : std::vector<html::HTMLElement*>();
 }
 
@@ -223,6 +223,8 @@ std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_
     std::optional<SubjectKey> key = compounds ? keyOf(compounds->back()) : std::nullopt;
     if (!key) return body_.elementsMatchingSelector(selector);
     if (!buckets_) buckets_ = std::make_unique<Buckets>(body_);
+    const std::string_view& subject = compounds->back();
+    if (compounds->size() == 1 && isLoneClass(subject, *key)) return loneClassMatches(subject.substr(1));
     const ElementNameTable::Elements* candidates = buckets_->find(*key);
     if (!candidates) return {};
     // A compound left of the subject whose id, class or tag no element has.
@@ -230,9 +232,6 @@ std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_
         std::optional<SubjectKey> left = keyOf((*compounds)[i]);
         if (left && !buckets_->anyMayMatch(*left)) return {};
     }
-    const std::string_view& subject = compounds->back();
-    if (compounds->size() == 1 && isLoneClass(subject, *key))
-        return loneClassMatches(subject.substr(1), candidates->elements);
     // A combinator sends each candidate up its ancestors, and `~` back over
     // all its earlier siblings: on a deep or wide body that could cost more
     // than the walk, which visits each element once per compound. A step up

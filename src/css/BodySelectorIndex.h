@@ -26,7 +26,6 @@
 #include <zv/html/HTMLElement.h>
 
 #include <memory>
-#include <span>
 #include <string_view>
 #include <vector>
 
@@ -46,9 +45,8 @@ public:
 private:
     struct Buckets;
 
-    // The elements of class `name`, given those of its ASCII case folding.
-    std::vector<html::HTMLElement*> loneClassMatches(std::string_view name,
-                                                     std::span<html::HTMLElement* const> folded);
+    // The elements of class `name`.
+    std::vector<html::HTMLElement*> loneClassMatches(std::string_view name) const;
 
     html::HTMLElement& body_;
     html::HTMLQuirksMode quirksMode_;  // learned once: a deep body makes it a long walk
