@@ -151,8 +151,6 @@ struct BodySelectorIndex::Buckets {
                 if (kind == KeyKind::Class) exactClasses.add(name, element, depth);
             });
         });
-        for (ElementNameTable& table : byKind) table.finish();
-        exactClasses.finish();
         auto addOutside = [&](html::HTMLElement& element) {
             forEachKey(element, [&](KeyKind kind, std::string_view name) { outside[int(kind)].insert(toASCIILower(name)); });
         };
@@ -190,11 +188,11 @@ struct BodySelectorIndex::Buckets {
         }
     }
 
-    const ElementNameTable::Elements* find(const SubjectKey& key) const { return byKind[int(key.kind)].find(key.name); }
+    ElementNameTable::Elements find(const SubjectKey& key) const { return byKind[int(key.kind)].find(key.name); }
 
     // Whether some element of the document may match a compound of key `key`.
     bool anyMayMatch(const SubjectKey& key) const {
-        return find(key) || outside[int(key.kind)].count(key.name);
+        return !find(key).elements.empty() || outside[int(key.kind)].count(key.name);
     }
 };
 
@@ -209,11 +207,10 @@ BodySelectorIndex::~BodySelectorIndex() = default;
 // with thousands of classes and a rule for each would cost their square.
 std::vector<html::HTMLElement*> BodySelectorIndex::loneClassMatches(std::string_view name) const {
     // In quirks mode classes match ASCII case-insensitively, as the index's keys.
-    const ElementNameTable::Elements* found = quirksMode_ == html::HTMLQuirksMode::Quirks
-                                                  ? buckets_->find({KeyKind::Class, toASCIILower(name)})
-                                                  : buckets_->exactClasses.find(name);
-    return found ? std::vector<html::HTMLElement*>(found->elements.begin(), found->elements.end())
-                 : std::vector<html::HTMLElement*>();
+    const ElementNameTable::Elements found = quirksMode_ == html::HTMLQuirksMode::Quirks
+                                                 ? buckets_->find({KeyKind::Class, toASCIILower(name)})
+                                                 : buckets_->exactClasses.find(name);
+    return {found.elements.begin(), found.elements.end()};
 }
 
 std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_view text) {
@@ -225,8 +222,8 @@ std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_
     if (!buckets_) buckets_ = std::make_unique<Buckets>(body_);
     const std::string_view& subject = compounds->back();
     if (compounds->size() == 1 && isLoneClass(subject, *key)) return loneClassMatches(subject.substr(1));
-    const ElementNameTable::Elements* candidates = buckets_->find(*key);
-    if (!candidates) return {};
+    const ElementNameTable::Elements candidates = buckets_->find(*key);
+    if (candidates.elements.empty()) return {};
     // A compound left of the subject whose id, class or tag no element has.
     for (size_t i = 0; i + 1 < compounds->size(); ++i) {
         std::optional<SubjectKey> left = keyOf((*compounds)[i]);
@@ -237,11 +234,11 @@ std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_
     // than the walk, which visits each element once per compound. A step up
     // is a few times cheaper than the walk's visit (about 4x on the 2 MB
     // newsletter of bench/inlinecss_bench), hence the factor.
-    bool costly = candidates->depths > 4 * buckets_->elementCount * compounds->size() ||
+    bool costly = candidates.depths > 4 * buckets_->elementCount * compounds->size() ||
                   text.find('~') != std::string_view::npos;
     if (compounds->size() > 1 && costly) return body_.elementsMatchingSelector(selector);
     std::vector<html::HTMLElement*> found;
-    for (html::HTMLElement* element : candidates->elements)
+    for (html::HTMLElement* element : candidates.elements)
         if (selector.matches(*element, quirksMode_)) found.push_back(element);
     return found;
 }

@@ -11,7 +11,7 @@ size_t ElementNameTable::slotOf(std::string_view name, size_t hash) const {
         const uint32_t entry = slots_[slot];
         if (!entry) return slot;
         const Name& candidate = entries_[entry - 1];
-        if (candidate.hash == hash && std::string_view(names_).substr(candidate.offset, candidate.length) == name)
+        if (candidate.hash == hash && std::string_view(names_.data() + candidate.offset, candidate.length) == name)
             return slot;
     }
 }
@@ -20,7 +20,7 @@ void ElementNameTable::grow() {
     slots_.assign(std::max<size_t>(64, 4 * entries_.size()), 0);
     for (size_t i = 0; i < entries_.size(); ++i) {
         const Name& entry = entries_[i];
-        slots_[slotOf(std::string_view(names_).substr(entry.offset, entry.length), entry.hash)] = uint32_t(i + 1);
+        slots_[slotOf(std::string_view(names_.data() + entry.offset, entry.length), entry.hash)] = uint32_t(i + 1);
     }
 }
 
@@ -36,36 +36,25 @@ void ElementNameTable::add(std::string_view name, html::HTMLElement& element, si
         names_.append(name);
         slots_[slot] = uint32_t(entries_.size());
     }
-    const uint32_t index = slots_[slot] - 1;
-    Name& entry = entries_[index];
-    if (entry.last == &element) return;
-    entry.last = &element;
-    ++entry.count;
-    entry.found.depths += depth;
-    added_.emplace_back(index, &element);
+    Name& entry = entries_[slots_[slot] - 1];
+    if (!entry.first) {
+        entry.first = &element;
+    } else {
+        html::HTMLElement* last = entry.all.empty() ? entry.first : entry.all.back();
+        if (last == &element) return;
+        if (entry.all.empty()) entry.all.push_back(entry.first);
+        entry.all.push_back(&element);
+    }
+    entry.depths += depth;
 }
 
-// Each name's elements go together, in the order they were added.
-void ElementNameTable::finish() {
-    elements_.resize(added_.size());
-    std::vector<uint32_t> next(entries_.size());
-    uint32_t offset = 0;
-    for (size_t i = 0; i < entries_.size(); ++i) {
-        next[i] = offset;
-        offset += entries_[i].count;
-    }
-    for (const auto& [index, element] : added_) elements_[next[index]++] = element;
-    for (size_t i = 0; i < entries_.size(); ++i) {
-        Name& entry = entries_[i];
-        entry.found.elements = std::span(elements_).subspan(next[i] - entry.count, entry.count);
-    }
-    added_ = {};
-}
-
-const ElementNameTable::Elements* ElementNameTable::find(std::string_view name) const {
-    if (slots_.empty()) return nullptr;
-    const uint32_t entry = slots_[slotOf(name, std::hash<std::string_view>{}(name))];
-    return entry ? &entries_[entry - 1].found : nullptr;
+ElementNameTable::Elements ElementNameTable::find(std::string_view name) const {
+    if (slots_.empty()) return {};
+    const uint32_t index = slots_[slotOf(name, std::hash<std::string_view>{}(name))];
+    if (!index) return {};
+    const Name& entry = entries_[index - 1];
+    if (entry.all.empty()) return {std::span(&entry.first, 1), entry.depths};
+    return {entry.all, entry.depths};
 }
 
 }  // namespace zv::css
