@@ -165,7 +165,10 @@ struct BodySelectorIndex::Buckets {
         }
     }
 
+    // Most names are in lower case already (the parser lowers HTML tag
+    // names) and pass as they are.
     static std::string_view lowerInto(std::string_view name, std::string& lowered) {
+        if (std::none_of(name.begin(), name.end(), [](char c) { return c >= 'A' && c <= 'Z'; })) return name;
         lowered.assign(name);
         for (char& c : lowered) c = toASCIILower(c);
         return lowered;
