@@ -1,55 +1,11 @@
-// zvwk purge-css and zvwk inline-css as a user runs them.
+// zvwk inline-css over a whole message and over folders.
 #include "ZvwkRunner.h"
 
 namespace {
 
 using namespace zvwk_test;
 
-using PurgeCSSCommand = ZvwkTest;
 using InlineCSSCommand = ZvwkTest;
-
-const char* kMessage =
-    "<!DOCTYPE html><html><head><style zv-scope=\"print\">p { color: red; }</style>"
-    "<style>h1, p { margin: 0; }</style><style zv-scope=\"required\">p { x: 1; }</style></head>"
-    "<body><h1>Hi</h1><p style=\"color: blue\">text</p></body></html>";
-
-// Without filters every head sheet but the required ones goes; filters name
-// the scopes to remove.
-TEST_F(PurgeCSSCommand, RemovesTheHeadSheetsOfTheNamedScopes) {
-    const std::string purged =
-        "<!DOCTYPE html><html><head><style zv-scope=\"required\">p { x: 1; }</style></head>"
-        "<body><h1>Hi</h1><p style=\"color: blue\">text</p></body></html>\n";
-    const std::pair<const char*, std::string> cases[] = {
-        {"purge-css -", purged},
-        {"purge-css --filter print --filter --invalid-filter-name-- -", purged},
-        {"purge-css --filter screen -", std::string(kMessage) + "\n"},
-    };
-    for (const auto& [args, expected] : cases) {
-        Outcome run = zvwk(args, kMessage);
-        EXPECT_EQ(run.status, 0) << args << ": " << run.err;
-        EXPECT_EQ(run.err, "") << args;
-        EXPECT_EQ(run.out, expected) << args;
-    }
-}
-
-TEST_F(InlineCSSCommand, AppendsHeadRulesInSelectorOrder) {
-    Outcome run = zvwk("inline-css -", kMessage);
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.err, "");
-    EXPECT_NE(run.out.find("<h1 style=\" margin: 0;\">Hi</h1>"), std::string::npos) << run.out;
-    // p's rules from all three sheets run together; p came before h1.
-    EXPECT_NE(run.out.find("<p style=\"color: blue color: red;margin: 0;x: 1;\">"), std::string::npos) << run.out;
-    // Without --purge the sheets stay.
-    EXPECT_NE(run.out.find("<style zv-scope=\"print\">"), std::string::npos);
-}
-
-TEST_F(InlineCSSCommand, PurgeScopesAndExclusions) {
-    Outcome run = zvwk("inline-css --purge --scope print --scope required --exclude '^H1$' -", kMessage);
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.out,
-              "<!DOCTYPE html><html><head></head><body><h1>Hi</h1>"
-              "<p style=\"color: blue color: red;x: 1;\">text</p></body></html>\n");
-}
 
 TEST_F(InlineCSSCommand, MessagesFoldersAndJson) {
     fs::create_directories(dir_ / "mail");

@@ -68,7 +68,7 @@ TEST_F(ZvwkInputs, UsageErrorsSayWhichCommandAndPrintNothing) {
          {"", "no-such-command", "parse --bogus -", "tokenize", "tokenize --frobnicate -", "tokenize --state nowhere -",
           "select", "select p", "select --bogus p -", "text", "text --frag -", "color", "color red blue", "snippet",
           "snippet --max", "snippet --max ten -", "snippet --jobs 0 -", "snippet --bogus -", "purge-css", "inline-css",
-          "inline-css --exclude", "inline-css --scope", "inline-css --purged -"}) {
+          "inline-css --exclude", "inline-css --scope", "inline-css --purged -", "trackers --reader", "dark --bogus -"}) {
         SCOPED_TRACE(args);
         Outcome run = zvwk(args);
         EXPECT_EQ(run.status, 2);

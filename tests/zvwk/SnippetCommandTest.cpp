@@ -1,4 +1,4 @@
-// zvwk snippet as a user runs it.
+// zvwk snippet over files, folders and messages.
 #include "ZvwkRunner.h"
 
 namespace {
@@ -9,34 +9,19 @@ using SnippetCommand = ZvwkTest;
 
 std::string quoted(const fs::path& path) { return "'" + path.string() + "'"; }
 
-TEST_F(SnippetCommand, OneInputPrintsTheBareSnippet) {
-    Outcome run = zvwk("snippet -", "<title>Hi</title><p>Hello</p><p>World &amp;amp; more</p>");
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.out, "HiHello World & more\n");
-    EXPECT_EQ(run.err, "");
-
-    EXPECT_EQ(zvwk("snippet -", "<script>only()</script>").out, "\n");
-}
-
-TEST_F(SnippetCommand, OptionsReachTheExtractor) {
-    const std::string html = "<head><title>Subject</title></head><div>abc&nbsp;defgh ij</div><div>kl</div>";
-    EXPECT_EQ(zvwk("snippet --max 4 -", html).out, "Subje\n");
-    EXPECT_EQ(zvwk("snippet --skip-title --max 4 --whole-words -", html).out, "abc\xC2\xA0" "defgh\n");
-    EXPECT_EQ(zvwk("snippet --skip-head --invisible-spaces --max 4 --whole-words -", html).out, "abc defgh\n");
-    EXPECT_EQ(zvwk("snippet --skip-head --preserve-breaks -", html).out, "abc\xC2\xA0" "defgh ij\nkl\n\n");
-    EXPECT_EQ(zvwk("snippet --max 0 --skip-head -", html).out, "abc\xC2\xA0" "defgh ij kl\n");
-}
-
-TEST_F(SnippetCommand, JsonGivesOneObjectPerInputWithNullForNone) {
+// Inputs that cannot be read are reported, and the rest still run.
+TEST_F(SnippetCommand, JsonGivesOneObjectPerReadableInputWithNullForNone) {
     fs::path text = write("a.html", "<p>first</p>");
+    fs::path plain = write("plain.eml", "From: a@example.org\nContent-Type: text/plain\n\nno html here\n");
+    fs::path missing = dir_ / "missing.html";
     fs::path empty = write("b.html", "<style>p {}</style>");
-    Outcome run = zvwk("snippet --json " + quoted(text) + " " + quoted(empty));
-    EXPECT_EQ(run.status, 0) << run.err;
-    std::vector<nlohmann::json> objects = jsonLines(run.out);
-    ASSERT_EQ(objects.size(), 2u);
-    EXPECT_EQ(objects[0], (nlohmann::json{{"file", text.string()}, {"snippet", "first"}}));
-    EXPECT_EQ(objects[1]["file"], empty.string());
-    EXPECT_TRUE(objects[1]["snippet"].is_null());
+    Outcome run = zvwk("snippet --json " + quoted(text) + " " + quoted(plain) + " " + quoted(missing) + " " +
+                       quoted(empty));
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "zvwk: " + plain.string() + ": no text/html part\n" + "zvwk: " + missing.string() +
+                           ": No such file or directory\n");
+    EXPECT_EQ(run.out, "{\"file\":\"" + text.string() + "\",\"snippet\":\"first\"}\n{\"file\":\"" + empty.string() +
+                           "\",\"snippet\":null}\n");
 }
 
 TEST_F(SnippetCommand, AFolderGivesFileAndSnippetInPathOrderWhateverTheJobs) {
@@ -93,17 +78,6 @@ TEST_F(SnippetCommand, MessagesGiveTheirFirstHtmlPartThatIsNotAnAttachment) {
         EXPECT_EQ(run.status, 0) << run.err;
         EXPECT_EQ(run.out, c.expected);
     }
-}
-
-TEST_F(SnippetCommand, BadInputsAreReportedAndTheRestStillRun) {
-    fs::path plain = write("plain.eml", "From: a@example.org\nContent-Type: text/plain\n\nno html here\n");
-    fs::path good = write("good.html", "<p>fine</p>");
-    fs::path missing = dir_ / "missing.html";
-    Outcome run = zvwk("snippet --json " + quoted(plain) + " " + quoted(missing) + " " + quoted(good));
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.out, "{\"file\":\"" + good.string() + "\",\"snippet\":\"fine\"}\n");
-    EXPECT_EQ(run.err, "zvwk: " + plain.string() + ": no text/html part\n" + "zvwk: " + missing.string() +
-                           ": No such file or directory\n");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// zvwk text and zvwk color as a user runs them.
+// zvwk text over files and messages.
 #include "ZvwkRunner.h"
 
 namespace {
@@ -6,29 +6,11 @@ namespace {
 using namespace zvwk_test;
 
 using TextCommand = ZvwkTest;
-using ColorCommand = ZvwkTest;
 
 const char* kReply =
     "<html><head><title>Re: lunch</title><style>p{margin:0}</style></head><body>"
     "<p>Yes!<br><br></p><div id=zv-reply-separator>On Monday Ann wrote:</div>"
     "<blockquote type=cite><p>Lunch?</p></blockquote></body></html>";
-
-TEST_F(TextCommand, PrintsTheDocumentsPlainText) {
-    Outcome run = zvwk("text -", kReply);
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.err, "");
-    EXPECT_EQ(run.out, "Yes!\nOn Monday Ann wrote:\n\n---->Lunch?\n");
-}
-
-TEST_F(TextCommand, FragmentsRunTheirTopLevelBlocksTogether) {
-    EXPECT_EQ(zvwk("text --fragment -", "<div>a</div>\n<div>b</div>").out, "ab\n");
-    EXPECT_EQ(zvwk("text -", "<div>a</div>\n<div>b</div>").out, "a\nb\n");
-    // A top-level style element is the receiver of its own pipeline, not a
-    // descendant of it, so its text stays; in a document it is in the head.
-    EXPECT_EQ(zvwk("text --fragment -", "<style>p{}</style> <p>x</p>").out, "p{}x\n");
-    EXPECT_EQ(zvwk("text -", "<style>p{}</style> <p>x</p>").out, "x\n");
-    EXPECT_EQ(zvwk("text -", "").out, "\n");
-}
 
 TEST_F(TextCommand, JsonGivesOneObjectPerInputAndGoesOnPastUnreadableOnes) {
     fs::path first = write("first.html", kReply);
@@ -59,11 +41,6 @@ TEST_F(TextCommand, MessagesGiveTheTextOfTheirHtmlPart) {
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.out, "caf\xC3\xA9\n>q\n");
     EXPECT_EQ(run.err, "zvwk: " + plain.string() + ": no text/html part\n");
-}
-
-TEST_F(ColorCommand, PrintsComponentsAsBytes) {
-    EXPECT_EQ(zvwk("color Red").out, "255,0,0\n");
-    EXPECT_EQ(zvwk("color DarkSlateGray").out, "47,79,79\n");
 }
 
 }  // namespace
