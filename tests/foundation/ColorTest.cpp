@@ -2,14 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 namespace {
 
 zv::Color rgba(int r, int g, int b, double a = 1) { return {r / 255.0, g / 255.0, b / 255.0, a}; }
 
-TEST(ColorString, ReadsHexFunctionsAndNames) {
+TEST(ColorString, ReadsHexFunctionsAndNamesAndRefusesTheRest) {
     struct Case {
         const char* text;
-        zv::Color color;
+        std::optional<zv::Color> color;
     } cases[] = {
         {"#ff0000", rgba(255, 0, 0)},
         {"#F00", rgba(255, 0, 0)},
@@ -19,27 +21,18 @@ TEST(ColorString, ReadsHexFunctionsAndNames) {
         {"#abcd", rgba(0xaa, 0xbb, 0xcc, 0xdd / 255.0)},
         {"  rgb(10, 20, 30)\n", rgba(10, 20, 30)},
         {"RGBA(10,20,30,0.5)", rgba(10, 20, 30, 0.5)},
-        {"rgb(100%, 50%, 0%)", {1, 0.5, 0, 1}},
-        {"rgba(0, 0, 0, 25%)", {0, 0, 0, 0.25}},
+        {"rgb(100%, 50%, 0%)", zv::Color{1, 0.5, 0, 1}},
+        {"rgba(0, 0, 0, 25%)", zv::Color{0, 0, 0, 0.25}},
         {"rgb(255 128 0 / 50%)", rgba(255, 128, 0, 0.5)},
-        {"rgb(300, -5, 12.5)", {1, 0, 12.5 / 255, 1}},
+        {"rgb(300, -5, 12.5)", zv::Color{1, 0, 12.5 / 255, 1}},
         {"Red", rgba(255, 0, 0)},
         {" cornflowerblue ", rgba(100, 149, 237)},
         {"ALICEBLUE", rgba(240, 248, 255)},
+        {"", {}}, {"   ", {}}, {"#", {}}, {"#ff0000f", {}}, {"#ff000", {}}, {"#gg0000", {}}, {"rgb(1, 2)", {}},
+        {"rgb(1, 2, 3, 4, 5)", {}}, {"rgb(1, 2, x)", {}}, {"rgb(1, 2, 3", {}}, {"rgb(1%%, 2, 3)", {}},
+        {"hsl(0, 100%, 50%)", {}}, {"notacolor", {}}, {"red blue", {}}, {"rgb(nan, 0, 0)", {}},
     };
-    for (const auto& c : cases) {
-        auto color = zv::colorFromStringRepresentation(c.text);
-        ASSERT_TRUE(color) << c.text;
-        EXPECT_EQ(*color, c.color) << c.text;
-    }
-}
-
-TEST(ColorString, RefusesWhatIsNotAColour) {
-    for (const char* text : {"", "   ", "#", "#ff0000f", "#ff000", "#gg0000", "rgb(1, 2)", "rgb(1, 2, 3, 4, 5)",
-                             "rgb(1, 2, x)", "rgb(1, 2, 3", "rgb(1%%, 2, 3)", "hsl(0, 100%, 50%)", "notacolor",
-                             "red blue", "rgb(nan, 0, 0)"}) {
-        EXPECT_FALSE(zv::colorFromStringRepresentation(text)) << text;
-    }
+    for (const auto& c : cases) EXPECT_EQ(zv::colorFromStringRepresentation(c.text), c.color) << c.text;
 }
 
 TEST(ColorString, WritesHexWhenOpaqueAndRgbaOtherwise) {
