@@ -14,33 +14,22 @@ namespace zv::test {
 
 class TemporaryFolder {
 public:
-    TemporaryFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "zv-test-XXXXXX").string();
-        if (mkdtemp(pattern.data())) path_ = pattern;
-        EXPECT_FALSE(path_.empty()) << "no temporary folder";
+    TemporaryFolder() : path_((std::filesystem::temp_directory_path() / "zv-test-XXXXXX").string()) {
+        EXPECT_TRUE(mkdtemp(path_.data())) << path_;
     }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
 
     const std::string& path() const { return path_; }
     std::string pathOf(const std::string& relative) const { return path_ + "/" + relative; }
-
-    // Writes `contents` to `relative`, making the folders on the way.
+    // Writes `relative`, making the folders on the way.
     void write(const std::string& relative, const std::string& contents) const {
-        std::filesystem::path file = pathOf(relative);
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary) << contents;
-        ASSERT_TRUE(std::filesystem::is_regular_file(file)) << file;
+        std::filesystem::create_directories(std::filesystem::path(pathOf(relative)).parent_path());
+        EXPECT_TRUE(std::ofstream(pathOf(relative), std::ios::binary) << contents) << relative;
     }
-    // The contents of `relative`, or "" when it cannot be read.
+    // What `relative` holds; "" when it cannot be read.
     std::string read(const std::string& relative) const {
-        std::ifstream in(pathOf(relative), std::ios::binary);
         std::ostringstream contents;
-        contents << in.rdbuf();
+        contents << std::ifstream(pathOf(relative), std::ios::binary).rdbuf();
         return contents.str();
     }
 
