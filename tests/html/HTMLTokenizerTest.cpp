@@ -74,21 +74,17 @@ std::vector<std::string> tokens(const std::string& html, bool merge = true) {
 
 using Tokens = std::vector<std::string>;
 
-TEST(HTMLInputPreprocessor, NormalisesNewlinesAtEveryOffsetAroundAChunkEnd) {
+// Newlines are normalised and multi-byte characters kept whole at every
+// offset around a chunk end.
+TEST(HTMLInputPreprocessor, PreparesTextTheSameAtEveryOffsetAroundAChunkEnd) {
     EXPECT_EQ(prepareAll("a\r\nb\rc\n\rd\r"), "a\nb\nc\n\nd\n");
-    for (size_t offset = kChunk - 3; offset <= kChunk + 1; ++offset) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"\r\nb", "\nb"}, {"\r\r\nb", "\n\nb"}, {"\xC3\xA9z", "\xC3\xA9z"}, {"\xE2\x82\xACz", "\xE2\x82\xACz"},
+        {"\xF0\x9F\x98\x80z", "\xF0\x9F\x98\x80z"},
+    };
+    for (size_t offset = kChunk - 4; offset <= kChunk + 1; ++offset) {
         std::string before(offset, 'a');
-        EXPECT_EQ(prepareAll(before + "\r\nb"), before + "\nb") << offset;
-        EXPECT_EQ(prepareAll(before + "\r\r\nb"), before + "\n\nb") << offset;
-    }
-}
-
-TEST(HTMLInputPreprocessor, KeepsMultiByteCharactersWholeAcrossAChunkEnd) {
-    for (std::string character : {"\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80"}) {
-        for (size_t offset = kChunk - 4; offset <= kChunk; ++offset) {
-            std::string source = std::string(offset, 'a') + character + "z";
-            EXPECT_EQ(prepareAll(source), source) << character.size() << "-byte character at " << offset;
-        }
+        for (const auto& [source, prepared] : cases) EXPECT_EQ(prepareAll(before + source), before + prepared) << offset;
     }
 }
 
