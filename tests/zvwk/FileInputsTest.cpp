@@ -52,6 +52,14 @@ TEST_F(FileInputs, EachCommandPrintsWhatItsFilesHold) {
          "</body></html>\"}\n"
          "{\"file\":\"@/mail/c.html\",\"html\":\"<html><head></head><body><i style=\\\" y:2\\\">c</i></body></html>\"}\n",
          "zvwk: @/mail/b.eml: no text/html part\n"},
+        // A bad exclusion is reported once and drops nothing; the good one still applies.
+        {{{"doc.html", "<style>p { x: 1 } b { y: 2 }</style><p>a</p><b>b</b>"}},
+         "inline-css --json --exclude '(' --exclude '^p' @/doc.html @/doc.html", 0,
+         "{\"file\":\"@/doc.html\",\"html\":\"<html><head><style>p { x: 1 } b { y: 2 }</style></head><body>"
+         "<p>a</p><b style=\\\" y: 2\\\">b</b></body></html>\"}\n"
+         "{\"file\":\"@/doc.html\",\"html\":\"<html><head><style>p { x: 1 } b { y: 2 }</style></head><body>"
+         "<p>a</p><b style=\\\" y: 2\\\">b</b></body></html>\"}\n",
+         "zvwk: inline-css: ignoring exclusion \"(\": U_REGEX_MISMATCHED_PAREN at offset 1\n"},
         // A message gives its first text/html part that is not an attachment.
         // Nested multiparts, quoted-printable; the part's charset wins over the
         // <meta> inside it, as a transport layer's would.
