@@ -62,4 +62,34 @@ TEST(ColorString, EightBitColoursSurviveBothTextForms) {
     }
 }
 
+// Values as the CSS colour keywords define them, written out here; components
+// are n / 255 exactly, alpha 1.
+TEST(HTMLColorNames, NamesMatchAfterLowerCasingOnly) {
+    struct Case {
+        std::string_view name;
+        std::optional<zv::Color> color;
+    };
+    const Case cases[] = {
+        {"red", rgba(255, 0, 0)}, {"RED", rgba(255, 0, 0)}, {"LightGoldenRodYellow", rgba(250, 250, 210)},
+        // Unicode lower-casing: KELVIN SIGN becomes an ASCII "k".
+        {"blac\u212A", rgba(0, 0, 0)},
+        {"aliceblue", rgba(240, 248, 255)}, {"yellowgreen", rgba(154, 205, 50)}, {"darkolivegreen", rgba(85, 107, 47)},
+        {"papayawhip", rgba(255, 239, 213)}, {"steelblue", rgba(70, 130, 180)}, {"tomato", rgba(255, 99, 71)},
+        {"lavenderblush", rgba(255, 240, 245)}, {"navajowhite", rgba(255, 222, 173)},
+        {"gray", rgba(128, 128, 128)}, {"lightgray", rgba(211, 211, 211)}, {"goldenrod", rgba(218, 165, 32)},
+        // The CSS values where X11's differ.
+        {"green", rgba(0, 128, 0)}, {"maroon", rgba(128, 0, 0)}, {"purple", rgba(128, 0, 128)},
+        {"aqua", rgba(0, 255, 255)}, {"cyan", rgba(0, 255, 255)}, {"fuchsia", rgba(255, 0, 255)},
+        {"magenta", rgba(255, 0, 255)},
+        // Not names: padded, other colour forms, bad bytes.
+        {" red", {}}, {"red ", {}}, {"#ff0000", {}}, {"rgba(255,0,0)", {}}, {"", {}},
+        {std::string_view("red\0x", 5), {}}, {"\xFF\xFE", {}},
+        // The keywords left out: the grey spellings, and those newer than the table.
+        {"grey", {}}, {"darkgrey", {}}, {"darkslategrey", {}}, {"dimgrey", {}}, {"lightgrey", {}},
+        {"lightslategrey", {}}, {"slategrey", {}}, {"darkgoldenrod", {}}, {"rebeccapurple", {}},
+        {"transparent", {}}, {"currentcolor", {}},
+    };
+    for (const Case& c : cases) EXPECT_EQ(zv::colorWithHTMLName(c.name), c.color) << c.name;
+}
+
 }  // namespace
