@@ -1,6 +1,7 @@
 #include "BodySelectorIndex.h"
 
 #include "ASCIIText.h"
+#include "ElementNameTable.h"
 
 #include <zv/html/CSSSelector.h>
 #include <zv/html/HTMLDocument.h>
@@ -9,7 +10,6 @@
 
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
 
 namespace zv::css {
@@ -133,27 +133,22 @@ bool isLoneClass(std::string_view compound, const SubjectKey& key) {
 }  // namespace
 
 struct BodySelectorIndex::Buckets {
-    using Elements = std::vector<html::HTMLElement*>;
-    struct Bucket {
-        Elements elements;
-        size_t depths = 0;  // summed: the most steps up that matching all of them can take
-    };
-    std::unordered_map<std::string, Bucket> byKind[3];
+    ElementNameTable byKind[3];  // by ASCII lower-cased name
     // By class as written: the answer to a lone `.name` in a no-quirks
     // document, without testing each candidate's class list again.
-    std::unordered_map<std::string, Elements> exactClasses;
+    ElementNameTable exactClasses;
     // The keys of the elements outside the body (the body itself, its
     // ancestors and the head), which compounds left of the subject may match.
     std::unordered_set<std::string> outside[3];
     size_t elementCount = 0;
 
     explicit Buckets(html::HTMLElement& body) {
+        std::string lowered;
         forEachDescendantElement(body, [&](html::HTMLElement& element, size_t depth) {
             ++elementCount;
             forEachKey(element, [&](KeyKind kind, std::string_view name) {
-                Bucket& bucket = byKind[int(kind)][toASCIILower(name)];
-                if (addExact(bucket.elements, element)) bucket.depths += depth;
-                if (kind == KeyKind::Class) addExact(exactClasses[std::string(name)], element);
+                byKind[int(kind)].add(lowerInto(name, lowered), element, depth);
+                if (kind == KeyKind::Class) exactClasses.add(name, element, depth);
             });
         });
         auto addOutside = [&](html::HTMLElement& element) {
@@ -168,6 +163,15 @@ struct BodySelectorIndex::Buckets {
                 forEachDescendantElement(*child, [&](html::HTMLElement& element, size_t) { addOutside(element); });
             }
         }
+    }
+
+    // Most names are in lower case already (the parser lowers HTML tag
+    // names) and pass as they are.
+    static std::string_view lowerInto(std::string_view name, std::string& lowered) {
+        if (std::none_of(name.begin(), name.end(), [](char c) { return c >= 'A' && c <= 'Z'; })) return name;
+        lowered.assign(name);
+        for (char& c : lowered) c = toASCIILower(c);
+        return lowered;
     }
 
     template <class Fn>
@@ -187,21 +191,11 @@ struct BodySelectorIndex::Buckets {
         }
     }
 
-    // A class named twice on one element lists it once.
-    static bool addExact(Elements& elements, html::HTMLElement& element) {
-        if (!elements.empty() && elements.back() == &element) return false;
-        elements.push_back(&element);
-        return true;
-    }
-
-    const Bucket* find(const SubjectKey& key) const {
-        auto found = byKind[int(key.kind)].find(key.name);
-        return found == byKind[int(key.kind)].end() ? nullptr : &found->second;
-    }
+    ElementNameTable::Elements find(const SubjectKey& key) const { return byKind[int(key.kind)].find(key.name); }
 
     // Whether some element of the document may match a compound of key `key`.
     bool anyMayMatch(const SubjectKey& key) const {
-        return find(key) || outside[int(key.kind)].count(key.name);
+        return !find(key).elements.empty() || outside[int(key.kind)].count(key.name);
     }
 };
 
@@ -214,11 +208,12 @@ BodySelectorIndex::~BodySelectorIndex() = default;
 
 // Matching each candidate would scan its class list once per rule: an element
 // with thousands of classes and a rule for each would cost their square.
-std::vector<html::HTMLElement*> BodySelectorIndex::loneClassMatches(std::string_view name,
-                                                                   const std::vector<html::HTMLElement*>& folded) {
-    if (quirksMode_ == html::HTMLQuirksMode::Quirks) return folded;  // ASCII case-insensitive, as the key
-    auto exact = buckets_->exactClasses.find(std::string(name));
-    return exact == buckets_->exactClasses.end() ? std::vector<html::HTMLElement*>() : exact->second;
+std::vector<html::HTMLElement*> BodySelectorIndex::loneClassMatches(std::string_view name) const {
+    // In quirks mode classes match ASCII case-insensitively, as the index's keys.
+    const ElementNameTable::Elements found = quirksMode_ == html::HTMLQuirksMode::Quirks
+                                                 ? buckets_->find({KeyKind::Class, toASCIILower(name)})
+                                                 : buckets_->exactClasses.find(name);
+    return {found.elements.begin(), found.elements.end()};
 }
 
 std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_view text) {
@@ -228,25 +223,25 @@ std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_
     std::optional<SubjectKey> key = compounds ? keyOf(compounds->back()) : std::nullopt;
     if (!key) return body_.elementsMatchingSelector(selector);
     if (!buckets_) buckets_ = std::make_unique<Buckets>(body_);
-    const Buckets::Bucket* candidates = buckets_->find(*key);
-    if (!candidates) return {};
+    const std::string_view& subject = compounds->back();
+    if (compounds->size() == 1 && isLoneClass(subject, *key)) return loneClassMatches(subject.substr(1));
+    const ElementNameTable::Elements candidates = buckets_->find(*key);
+    if (candidates.elements.empty()) return {};
     // A compound left of the subject whose id, class or tag no element has.
     for (size_t i = 0; i + 1 < compounds->size(); ++i) {
         std::optional<SubjectKey> left = keyOf((*compounds)[i]);
         if (left && !buckets_->anyMayMatch(*left)) return {};
     }
-    const std::string_view& subject = compounds->back();
-    if (compounds->size() == 1 && isLoneClass(subject, *key)) return loneClassMatches(subject.substr(1), candidates->elements);
     // A combinator sends each candidate up its ancestors, and `~` back over
     // all its earlier siblings: on a deep or wide body that could cost more
     // than the walk, which visits each element once per compound. A step up
     // is a few times cheaper than the walk's visit (about 4x on the 2 MB
     // newsletter of bench/inlinecss_bench), hence the factor.
-    bool costly = candidates->depths > 4 * buckets_->elementCount * compounds->size() ||
+    bool costly = candidates.depths > 4 * buckets_->elementCount * compounds->size() ||
                   text.find('~') != std::string_view::npos;
     if (compounds->size() > 1 && costly) return body_.elementsMatchingSelector(selector);
     std::vector<html::HTMLElement*> found;
-    for (html::HTMLElement* element : candidates->elements)
+    for (html::HTMLElement* element : candidates.elements)
         if (selector.matches(*element, quirksMode_)) found.push_back(element);
     return found;
 }

@@ -45,9 +45,8 @@ public:
 private:
     struct Buckets;
 
-    // The elements of class `name`, given those of its ASCII case folding.
-    std::vector<html::HTMLElement*> loneClassMatches(std::string_view name,
-                                                     const std::vector<html::HTMLElement*>& folded);
+    // The elements of class `name`.
+    std::vector<html::HTMLElement*> loneClassMatches(std::string_view name) const;
 
     html::HTMLElement& body_;
     html::HTMLQuirksMode quirksMode_;  // learned once: a deep body makes it a long walk

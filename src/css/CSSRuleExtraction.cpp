@@ -4,6 +4,7 @@
 #include <zv/foundation/Regex.h>
 
 #include "HeadStyleElements.h"
+#include "OrderedCSSRules.h"
 #include "UserPerceivedCharacters.h"
 
 #include <algorithm>
@@ -103,18 +104,20 @@ std::vector<std::string_view> trimmedPieces(std::string_view text, char separato
     return pieces;
 }
 
-void addRule(std::string_view block, CSSRulesBySelector& rules) {
+void addRule(std::string_view block, css::OrderedCSSRules& rules) {
     std::vector<std::string_view> parts = trimmedPieces(block, '{');
     if (parts.size() < 2) return;
     const std::string_view declarations = parts[1];
     for (std::string_view piece : css::splitAtCharacter(parts[0], ',')) {
-        auto [entry, isNew] = rules.declarations.try_emplace(std::string(css::trimSpacesAndTabs(piece)));
+        auto [entry, isNew] = rules.bySelector.declarations.try_emplace(std::string(css::trimSpacesAndTabs(piece)));
         entry->second += declarations;
-        if (isNew) rules.selectors.push_back(entry->first);
+        if (!isNew) continue;
+        rules.bySelector.selectors.push_back(entry->first);
+        rules.inOrder.push_back(&*entry);
     }
 }
 
-void addSheet(std::string_view text, CSSRulesBySelector& rules) {
+void addSheet(std::string_view text, css::OrderedCSSRules& rules) {
     const SheetPatterns& patterns = sheetPatterns();
     if (!patterns.whiteSpaceRun || !patterns.comment) return;
     // Comments first: white space collapsed first would bring the "*/" of a
@@ -129,17 +132,22 @@ void addSheet(std::string_view text, CSSRulesBySelector& rules) {
 
 }  // namespace
 
-CSSRulesBySelector extractCSSBySelectors(const html::HTMLDocument& document,
-                                         const std::vector<std::string>& attFilters) {
-    CSSRulesBySelector rules;
+css::OrderedCSSRules css::extractOrderedCSSRules(const html::HTMLDocument& document,
+                                                const std::vector<std::string>& attFilters) {
+    OrderedCSSRules rules;
     const html::HTMLElement* head = document.head();
     if (!head) return rules;
-    for (const html::Ref<html::HTMLElement>& style : css::headStyleElements(*head)) {
+    for (const html::Ref<html::HTMLElement>& style : headStyleElements(*head)) {
         if (!isSelected(*style, attFilters)) continue;
         const std::string text = style->textContent();
         if (!text.empty()) addSheet(text, rules);
     }
     return rules;
+}
+
+CSSRulesBySelector extractCSSBySelectors(const html::HTMLDocument& document,
+                                         const std::vector<std::string>& attFilters) {
+    return css::extractOrderedCSSRules(document, attFilters).bySelector;
 }
 
 }  // namespace zv

@@ -5,6 +5,7 @@
 
 #include "BodySelectorIndex.h"
 #include "HeadStyleElements.h"
+#include "OrderedCSSRules.h"
 #include "UserPerceivedCharacters.h"
 
 #include <algorithm>
@@ -53,14 +54,11 @@ void applyHeadCSSToContentAndPurge(html::HTMLDocument& document, bool purgeCSS,
                                    const std::vector<std::string>& attFilters) {
     html::HTMLElement* body = document.body();
     if (!body) return;
-    const CSSRulesBySelector rules = extractCSSBySelectors(document, attFilters);
+    const css::OrderedCSSRules rules = css::extractOrderedCSSRules(document, attFilters);
     const std::vector<Regex> compiled = compileExclusions(exclusions);
     css::BodySelectorIndex index(*body);
-    for (const std::string& selector : rules.selectors) {
-        if (isExcluded(selector, compiled)) continue;
-        auto entry = rules.declarations.find(selector);
-        if (entry != rules.declarations.end()) appendToInlineStyles(index, selector, entry->second);
-    }
+    for (const auto* rule : rules.inOrder)
+        if (!isExcluded(rule->first, compiled)) appendToInlineStyles(index, rule->first, rule->second);
     if (!purgeCSS) return;
     if (const html::HTMLElement* head = document.head())
         for (const html::Ref<html::HTMLElement>& style : css::headStyleElements(*head))
