@@ -18,7 +18,7 @@ Regex compiled(std::string_view pattern, RegexOptions options = RegexOptions::No
 }
 
 // Templates insert groups ($0 the whole match) and quote with a backslash;
-// case folding is full Unicode, in UTF-8 out as it came in; \\s takes line
+// case folding is full Unicode, in UTF-8 out as it came in; \s takes line
 // breaks and Unicode spaces; empty matches advance.
 TEST(Regex, ReplacesAndCountsAsThePatternAndOptionsSay) {
     const RegexOptions none = RegexOptions::None, ci = RegexOptions::CaseInsensitive;
