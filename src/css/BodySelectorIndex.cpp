@@ -18,6 +18,10 @@ namespace {
 
 enum class KeyKind { Id, Class, Tag };
 
+// How many elements ahead of the one at hand a loop over candidates asks the
+// memory for.
+constexpr size_t kAhead = 16;
+
 struct SubjectKey {
     KeyKind kind;
     std::string name;  // ASCII lower case
@@ -240,9 +244,14 @@ std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_
     bool costly = candidates.depths > 4 * buckets_->elementCount * compounds->size() ||
                   text.find('~') != std::string_view::npos;
     if (compounds->size() > 1 && costly) return body_.elementsMatchingSelector(selector);
+    // The candidates lie all over a large body and each test waits on memory:
+    // asking for those a few places ahead keeps several loads in flight.
     std::vector<html::HTMLElement*> found;
-    for (html::HTMLElement* element : candidates.elements)
-        if (selector.matches(*element, quirksMode_)) found.push_back(element);
+    const std::span<html::HTMLElement* const> elements = candidates.elements;
+    for (size_t i = 0; i < elements.size(); ++i) {
+        if (i + kAhead < elements.size()) __builtin_prefetch(elements[i + kAhead]);
+        if (selector.matches(*elements[i], quirksMode_)) found.push_back(elements[i]);
+    }
     return found;
 }
 
