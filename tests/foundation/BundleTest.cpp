@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <glib.h>
-#include <glib/gstdio.h>
+#include "support/TemporaryFolder.h"
 
-#include <cstdlib>
+#include <glib.h>
+
 #include <optional>
 
 namespace {
@@ -14,10 +14,6 @@ namespace {
 class BundleTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        char* made = g_dir_make_tmp("zv-bundle-XXXXXX", nullptr);
-        ASSERT_NE(made, nullptr);
-        root_ = made;
-        g_free(made);
         write("Localizable.strings", "\"topOnly\" = \"from the top\";\n\"Hello\" = \"top hello\";");
         write("about.html", "<p>about</p>");
         write("js/mark.min.js", "/* script */");
@@ -32,21 +28,10 @@ protected:
         write("fr.lproj/.keep", "");
         write("notes.lproj", "a file, not a folder");
     }
+    void write(const std::string& relative, const std::string& contents) const { folder_.write(relative, contents); }
 
-    void TearDown() override {
-        std::string command = "rm -rf '" + root_ + "'";
-        EXPECT_EQ(std::system(command.c_str()), 0);
-    }
-
-    void write(const std::string& relative, const std::string& contents) {
-        std::string path = root_ + "/" + relative;
-        char* directory = g_path_get_dirname(path.c_str());
-        g_mkdir_with_parents(directory, 0700);
-        g_free(directory);
-        ASSERT_TRUE(g_file_set_contents(path.c_str(), contents.c_str(), gssize(contents.size()), nullptr));
-    }
-
-    std::string root_;
+    zv::test::TemporaryFolder folder_;
+    const std::string root_ = folder_.path();
 };
 
 // Sets an environment variable for one scope.

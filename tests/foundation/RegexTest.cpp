@@ -17,46 +17,59 @@ Regex compiled(std::string_view pattern, RegexOptions options = RegexOptions::No
     return *regex;
 }
 
-TEST(Regex, TemplatesInsertGroupsAndQuoteWithBackslash) {
-    Regex pair = compiled("(\\w+)=(\\w+)");
-    EXPECT_EQ(pair.replaceMatches("a=1, b=2", "$2:$1"), "1:a, 2:b");
-    EXPECT_EQ(pair.replaceMatches("a=1", "[$0]"), "[a=1]");
-    EXPECT_EQ(pair.replaceMatches("a=1", "\\$1"), "$1");
-    // An optional group that took part with nothing, or not at all, inserts nothing.
-    EXPECT_EQ(compiled("</div>([\\n]?)").replaceMatches("</div></div>\nx", "</div>\n"), "</div>\n</div>\nx");
-    EXPECT_EQ(compiled("a(x)?b").replaceMatches("ab", "<$1>"), "<>");
-    // A template naming a group the pattern lacks changes nothing.
-    EXPECT_EQ(compiled("(a)").replaceMatches("banana", "$3"), "banana");
-}
+// Templates insert groups ($0 the whole match) and quote with a backslash;
+// case folding is full Unicode, in UTF-8 out as it came in; \s takes line
+// breaks and Unicode spaces; empty matches advance.
+TEST(Regex, ReplacesAndCountsAsThePatternAndOptionsSay) {
+    const RegexOptions none = RegexOptions::None, ci = RegexOptions::CaseInsensitive;
+    struct Replacement {
+        const char* pattern;
+        RegexOptions options;
+        const char* input;
+        const char* templ;
+        const char* expected;
+    };
+    const Replacement replacements[] = {
+        {"(\\w+)=(\\w+)", none, "a=1, b=2", "$2:$1", "1:a, 2:b"},
+        {"(\\w+)=(\\w+)", none, "a=1", "[$0]", "[a=1]"},
+        {"(\\w+)=(\\w+)", none, "a=1", "\\$1", "$1"},
+        // An optional group that took part with nothing, or not at all, inserts nothing.
+        {"</div>([\\n]?)", none, "</div></div>\nx", "</div>\n", "</div>\n</div>\nx"},
+        {"a(x)?b", none, "ab", "<$1>", "<>"},
+        // A template naming a group the pattern lacks changes nothing.
+        {"(a)", none, "banana", "$3", "banana"},
+        {"<br>", ci, "a<BR>b<Br>c<br>", "\n", "a\nb\nc\n"},
+        {"<br>", none, "a<BR>", "\n", "a<BR>"},
+        {"ÉTÉ", ci, "un été", "summer", "un summer"},
+        {"<br>([\\s]*)</p>", ci, "x<br> \n\t\xC2\xA0</P>", "</p>", "x</p>"},
+        {"<br>([\\s]*)</p>", ci, "x<br>y</p>", "</p>", "x<br>y</p>"},
+        {"x*", none, "ab", "-", "-a-b-"},
+    };
+    for (const Replacement& r : replacements)
+        EXPECT_EQ(compiled(r.pattern, r.options).replaceMatches(r.input, r.templ), r.expected) << r.pattern;
 
-TEST(Regex, CaseInsensitiveFoldsTagNamesAndNonAscii) {
-    Regex br = compiled("<br>", RegexOptions::CaseInsensitive);
-    EXPECT_EQ(br.replaceMatches("a<BR>b<Br>c<br>", "\n"), "a\nb\nc\n");
-    EXPECT_EQ(compiled("<br>").replaceMatches("a<BR>", "\n"), "a<BR>");
-    // Full Unicode case folding, in UTF-8 out as it came in.
-    EXPECT_EQ(compiled("ÉTÉ", RegexOptions::CaseInsensitive).replaceMatches("un été", "summer"), "un summer");
-}
-
-TEST(Regex, WhiteSpaceClassTakesLineBreaksAndUnicodeSpaces) {
-    Regex trailing = compiled("<br>([\\s]*)</p>", RegexOptions::CaseInsensitive);
-    EXPECT_EQ(trailing.replaceMatches("x<br> \n\t\xC2\xA0</P>", "</p>"), "x</p>");
-    EXPECT_EQ(trailing.replaceMatches("x<br>y</p>", "</p>"), "x<br>y</p>");
-}
-
-TEST(Regex, OptionsMapToTheirIcuFlags) {
-    // Line anchors.
-    EXPECT_EQ(compiled("^x").numberOfMatches("x\nx"), 1u);
-    EXPECT_EQ(compiled("^x", RegexOptions::AnchorsMatchLines).numberOfMatches("x\nx"), 2u);
-    // Dot and line breaks.
-    EXPECT_EQ(compiled("a.b").numberOfMatches("a\nb"), 0u);
-    EXPECT_EQ(compiled("a.b", RegexOptions::DotMatchesLineSeparators).numberOfMatches("a\nb"), 1u);
-    // Metacharacters as literals.
-    EXPECT_EQ(compiled("a.b", RegexOptions::IgnoreMetacharacters).numberOfMatches("axb a.b"), 1u);
-    // Comments and white space in the pattern.
-    EXPECT_EQ(compiled("a b # letters", RegexOptions::AllowCommentsAndWhitespace).numberOfMatches("ab"), 1u);
-    // The values combine as the numbers other code writes them (17).
+    struct Count {
+        const char* pattern;
+        RegexOptions options;
+        const char* input;
+        size_t matches;
+    };
+    const Count counts[] = {
+        {"^x", none, "x\nx", 1},
+        {"^x", RegexOptions::AnchorsMatchLines, "x\nx", 2},
+        {"a.b", none, "a\nb", 0},
+        {"a.b", RegexOptions::DotMatchesLineSeparators, "a\nb", 1},
+        {"a.b", RegexOptions::IgnoreMetacharacters, "axb a.b", 1},
+        {"a b # letters", RegexOptions::AllowCommentsAndWhitespace, "ab", 1},
+        // The values combine as the numbers other code writes them (17).
+        {"^X$", RegexOptions(17), "x\nx", 2},
+        {"x*", none, "", 1},
+        {"<ss>", ci, "<\u00DF>", 1},
+        {"<k", ci, "<\u212A", 1},
+    };
+    for (const Count& c : counts)
+        EXPECT_EQ(compiled(c.pattern, c.options).numberOfMatches(c.input), c.matches) << c.pattern;
     EXPECT_EQ(uint32_t(RegexOptions::CaseInsensitive | RegexOptions::AnchorsMatchLines), 17u);
-    EXPECT_EQ(compiled("^X$", RegexOptions(17)).numberOfMatches("x\nx"), 2u);
 }
 
 TEST(Regex, RangesCountUtf16UnitsAndLeaveTheRestAlone) {
@@ -88,11 +101,6 @@ TEST(Regex, TransparentBoundsLetLookaroundSeePastTheRange) {
     const RegexRange justA{0, 1};
     EXPECT_EQ(beforeB.numberOfMatches("ab", RegexMatchingOptions::None, justA), 0u);
     EXPECT_EQ(beforeB.numberOfMatches("ab", RegexMatchingOptions::WithTransparentBounds, justA), 1u);
-}
-
-TEST(Regex, EmptyMatchesAdvance) {
-    EXPECT_EQ(compiled("x*").replaceMatches("ab", "-"), "-a-b-");
-    EXPECT_EQ(compiled("x*").numberOfMatches(""), 1u);
 }
 
 // A search over the whole text tries the engine only where the pattern's
@@ -133,9 +141,6 @@ TEST(Regex, ThePrefixSearchFindsWhatTheEngineFinds) {
                     << p.text << " in " << input << " with " << templ;
         }
     }
-    // Spot checks of what the folding cases give.
-    EXPECT_EQ(compiled("<ss>", ci).numberOfMatches("<\u00DF>"), 1u);
-    EXPECT_EQ(compiled("<k", ci).numberOfMatches("<\u212A"), 1u);
 }
 
 TEST(Regex, APatternThatDoesNotCompileSaysWhyAndWhere) {

@@ -2,42 +2,20 @@
 
 #include <gtest/gtest.h>
 
+#include "support/TemporaryFolder.h"
+
 #include <glib.h>
 
-#include <cstdlib>
 #include <thread>
 
 namespace {
 
 class UserDefaultsTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char* made = g_dir_make_tmp("zv-defaults-XXXXXX", nullptr);
-        ASSERT_NE(made, nullptr);
-        directory_ = made;
-        g_free(made);
-        path_ = directory_ + "/app/defaults.ini";
-    }
-    void TearDown() override {
-        std::string command = "rm -rf '" + directory_ + "'";
-        EXPECT_EQ(std::system(command.c_str()), 0);
-    }
+    std::string fileContents() const { return folder_.read("app/defaults.ini"); }
 
-    std::string fileContents() const {
-        char* contents = nullptr;
-        if (!g_file_get_contents(path_.c_str(), &contents, nullptr, nullptr)) return {};
-        std::string text = contents;
-        g_free(contents);
-        return text;
-    }
-    void writeFile(const std::string& text) const {
-        std::string folder = directory_ + "/app";
-        g_mkdir_with_parents(folder.c_str(), 0700);
-        ASSERT_TRUE(g_file_set_contents(path_.c_str(), text.c_str(), -1, nullptr));
-    }
-
-    std::string directory_;
-    std::string path_;
+    zv::test::TemporaryFolder folder_;
+    const std::string path_ = folder_.pathOf("app/defaults.ini");
 };
 
 TEST_F(UserDefaultsTest, TypedValuesPersistInTheKeyFile) {
@@ -129,7 +107,7 @@ TEST_F(UserDefaultsTest, TypedReadsConvertLikeTextToValueReaders) {
 }
 
 TEST_F(UserDefaultsTest, HandEditedFilesAreReadAndKeptWhenWriting) {
-    writeFile("# settings of the mail viewer\n[Defaults]\nname=Ann Smith\ncount=42\nlist=[\"a\",\"b\"]\n"
+    folder_.write("app/defaults.ini", "# settings of the mail viewer\n[Defaults]\nname=Ann Smith\ncount=42\nlist=[\"a\",\"b\"]\n"
               "escaped=tab\\there\n[Other]\nx=1\n");
     zv::UserDefaults defaults(path_);
     EXPECT_EQ(defaults.stringForKey("name"), "Ann Smith");
@@ -164,7 +142,7 @@ TEST_F(UserDefaultsTest, BadKeysAndUnreadableFilesAreRefusedQuietly) {
     }
     EXPECT_EQ(fileContents(), "");
 
-    zv::UserDefaults folder(directory_);
+    zv::UserDefaults folder(folder_.path());
     EXPECT_FALSE(folder.synchronize());
     EXPECT_EQ(folder.objectForKey("anything"), std::nullopt);
 }

@@ -96,7 +96,7 @@ TEST(HTMLEncodingSniffing, Html5libEncodingCorpus) {
 }
 
 TEST(HTMLEncodingLabels, MapsLabelsToTheirEncodingIgnoringCaseAndSurroundingWhitespace) {
-    const std::pair<const char*, const char*> cases[] = {
+    const std::pair<const char*, std::optional<std::string>> cases[] = {
         {"  LATIN1 ", "windows-1252"},     {"\t\n\f\rutf8\r\n", "UTF-8"},   {"unicode-1-1-utf-8", "UTF-8"},
         {"Shift_JIS", "Shift_JIS"},        {"KOI8_R", "KOI8-R"},
         {"us-ascii", "windows-1252"},      {"iso-8859-1", "windows-1252"},   {"iso-8859-9", "windows-1254"},
@@ -108,48 +108,46 @@ TEST(HTMLEncodingLabels, MapsLabelsToTheirEncodingIgnoringCaseAndSurroundingWhit
         {"koi8-ru", "KOI8-U"},             {"dos-874", "windows-874"},       {"hz-gb-2312", "replacement"},
         {"iso-2022-kr", "replacement"},    {"ucs-2", "UTF-16LE"},            {"utf-16", "UTF-16LE"},
         {"unicodefffe", "UTF-16BE"},       {"x-user-defined", "x-user-defined"},
+        // What is not a label.
+        {"", {}}, {"   ", {}}, {"latin-1", {}}, {"utf -8", {}}, {"utf-8;", {}}, {"x-mac-roman2", {}},
+        {"iso-8859-12", {}}, {"utf-7", {}}, {"\xC3\xBCtf-8", {}},
     };
     for (const auto& [label, encoding] : cases)
         EXPECT_EQ(encodingForLabel(label), encoding) << label;
 }
 
-TEST(HTMLEncodingLabels, RejectsWhatIsNotALabel) {
-    for (const char* label : {"", "   ", "latin-1", "utf -8", "utf-8;", "x-mac-roman2", "iso-8859-12", "utf-7", "\xC3\xBCtf-8"})
-        EXPECT_EQ(encodingForLabel(label), std::nullopt) << label;
-}
-
-TEST(HTMLEncodingSniffing, ByteOrderMarkWinsAndIsSkipped) {
+// A byte order mark wins and is skipped; then a transport label, a <meta>, the
+// caller's default, windows-1252.
+TEST(HTMLEncodingSniffing, BOMThenTransportThenMetaThenDefault) {
     const std::string meta = "<meta charset=koi8-r>";
-    auto utf8 = sniffEncoding("\xEF\xBB\xBF" + meta, "windows-1251");
-    EXPECT_EQ(utf8.encoding, "UTF-8");
-    EXPECT_EQ(utf8.bomLength, 3u);
-    auto be = sniffEncoding(std::string("\xFE\xFF\0<", 4), "utf-8");
-    EXPECT_EQ(be.encoding, "UTF-16BE");
-    EXPECT_EQ(be.bomLength, 2u);
-    auto le = sniffEncoding(std::string("\xFF\xFE<\0", 4));
-    EXPECT_EQ(le.encoding, "UTF-16LE");
-    EXPECT_EQ(le.bomLength, 2u);
-    // Half a UTF-8 BOM is no BOM.
-    EXPECT_EQ(sniffEncoding("\xEF\xBB" + meta).encoding, "KOI8-R");
-}
-
-TEST(HTMLEncodingSniffing, TransportLabelBeatsMetaAndDefault) {
-    const std::string meta = "<meta charset=koi8-r>";
-    auto sniffed = sniffEncoding(meta, " ISO-8859-2 ");
-    EXPECT_EQ(sniffed.encoding, "ISO-8859-2");
-    EXPECT_EQ(sniffed.bomLength, 0u);
-    // UTF-16 from the transport is believed; from a <meta> it cannot be.
-    EXPECT_EQ(sniffEncoding(meta, "utf-16").encoding, "UTF-16LE");
-    EXPECT_EQ(sniffEncoding("<meta charset=utf-16be>").encoding, "UTF-8");
-    // An unknown transport label is ignored.
-    EXPECT_EQ(sniffEncoding(meta, "no-such-charset").encoding, "KOI8-R");
-}
-
-TEST(HTMLEncodingSniffing, DefaultAppliesOnlyWithoutDeclaration) {
-    EXPECT_EQ(sniffEncoding("<p>plain</p>").encoding, "windows-1252");
-    EXPECT_EQ(sniffEncoding("<p>plain</p>", {}, "utf8").encoding, "UTF-8");
-    EXPECT_EQ(sniffEncoding("<p>plain</p>", {}, "bogus").encoding, "windows-1252");
-    EXPECT_EQ(sniffEncoding("<meta charset=euc-kr>", {}, "utf-8").encoding, "EUC-KR");
+    struct Case {
+        std::string bytes;
+        const char* transport;
+        std::string fallback;
+        const char* encoding;
+        size_t bomLength;
+    };
+    const std::string w = "windows-1252";
+    const Case cases[] = {
+        {"\xEF\xBB\xBF" + meta, "windows-1251", w, "UTF-8", 3},
+        {std::string("\xFE\xFF\0<", 4), "utf-8", w, "UTF-16BE", 2},
+        {std::string("\xFF\xFE<\0", 4), "", w, "UTF-16LE", 2},
+        {"\xEF\xBB" + meta, "", w, "KOI8-R", 0},  // half a UTF-8 BOM is no BOM
+        {meta, " ISO-8859-2 ", w, "ISO-8859-2", 0},
+        // UTF-16 from the transport is believed; from a <meta> it cannot be.
+        {meta, "utf-16", w, "UTF-16LE", 0},
+        {"<meta charset=utf-16be>", "", w, "UTF-8", 0},
+        {meta, "no-such-charset", w, "KOI8-R", 0},  // an unknown transport label is ignored
+        {"<p>plain</p>", "", w, "windows-1252", 0},
+        {"<p>plain</p>", "", "utf8", "UTF-8", 0},
+        {"<p>plain</p>", "", "bogus", "windows-1252", 0},
+        {"<meta charset=euc-kr>", "", "utf-8", "EUC-KR", 0},
+    };
+    for (const Case& c : cases) {
+        SniffedEncoding sniffed = sniffEncoding(c.bytes, c.transport, c.fallback);
+        EXPECT_EQ(sniffed.encoding, c.encoding) << c.bytes;
+        EXPECT_EQ(sniffed.bomLength, c.bomLength) << c.bytes;
+    }
 }
 
 TEST(HTMLEncodingPrescan, ReadsMetaDeclarationsAndIgnoresWhatIsNone) {
@@ -257,25 +255,8 @@ TEST(HTMLEncodingDecoding, ASCIIStaysASCIIInCompatibleEncodings) {
     }
 }
 
-TEST(HTMLEncodingDecoding, MalformedUTF8BecomesOneReplacementPerMaximalSubpart) {
-    const std::string r = "\xEF\xBF\xBD";
-    const std::pair<std::string, std::string> cases[] = {
-        {"a\xC3", "a" + r},
-        {"\xE2\x82" "A", r + "A"},
-        {"\xF0\x9F\x98" "\xF0\x9F\x98\x80", r + "😀"},
-        {"\xF0\x80\x80", r + r + r},
-        {"\xED\xA0\x80", r + r + r},
-        {"\xC0\xAF", r + r},
-        {"\xF4\x90\x80\x80", r + r + r + r},
-        {"\xFF\xFE", r + r},
-        {"\x80" "abc", r + "abc"},
-        {"\xE0\xA0\x80\xEF\xBF\xBF", "\xE0\xA0\x80\xEF\xBF\xBF"},
-    };
-    for (const auto& [bytes, text] : cases)
-        EXPECT_EQ(decodeToUTF8(bytes, "UTF-8"), text);
-}
-
-TEST(HTMLEncodingDecoding, MalformedLegacyInputAndTheSpecialEncodings) {
+// Malformed UTF-8 becomes one replacement per maximal subpart.
+TEST(HTMLEncodingDecoding, MalformedInputAndTheSpecialEncodings) {
     const std::string r = "\xEF\xBF\xBD";
     struct Case {
         std::string bytes;
@@ -283,6 +264,16 @@ TEST(HTMLEncodingDecoding, MalformedLegacyInputAndTheSpecialEncodings) {
         std::string text;
     };
     const Case cases[] = {
+        {"a\xC3", "UTF-8", "a" + r},
+        {"\xE2\x82" "A", "UTF-8", r + "A"},
+        {"\xF0\x9F\x98" "\xF0\x9F\x98\x80", "UTF-8", r + "😀"},
+        {"\xF0\x80\x80", "UTF-8", r + r + r},
+        {"\xED\xA0\x80", "UTF-8", r + r + r},
+        {"\xC0\xAF", "UTF-8", r + r},
+        {"\xF4\x90\x80\x80", "UTF-8", r + r + r + r},
+        {"\xFF\xFE", "UTF-8", r + r},
+        {"\x80" "abc", "UTF-8", r + "abc"},
+        {"\xE0\xA0\x80\xEF\xBF\xBF", "UTF-8", "\xE0\xA0\x80\xEF\xBF\xBF"},
         {"\x82", "shift_jis", r},
         {"\x82 x", "shift_jis", r + " x"},
         {"a\xA4", "big5", "a" + r},

@@ -37,20 +37,19 @@ protected:
 
 TEST_F(DamagedMailboxTest, EveryCommandFinishesWithReasonsAndTheRest) {
     const fs::path cur = dir_ / "mb" / "cur";
-    for (const char* command : {"text", "snippet", "serialize", "select p", "purge-css", "inline-css"}) {
+    // Only the mail commands read messages, so only they say what a message lacks.
+    for (std::string command : {"text", "snippet", "purge-css", "inline-css", "serialize", "select p"}) {
         SCOPED_TRACE(command);
         Outcome run = zvwk(command + quotedOperands());
         EXPECT_EQ(run.status, 1);
         EXPECT_NE(run.err.find("zvwk: " + (cur / "3.dangling.eml").string() + ": No such file or directory"), std::string::npos)
             << run.err;
         EXPECT_NE(run.out.find("The rest of the mailbox opens."), std::string::npos);
-    }
-    for (const char* command : {"text", "snippet", "purge-css", "inline-css"}) {
-        Outcome run = zvwk(command + quotedOperands());
+        if (command == "serialize" || command == "select p") continue;
         EXPECT_NE(run.err.find("zvwk: " + (cur / "13.noise.eml").string() + ": not a mail message"), std::string::npos)
-            << command << ": " << run.err;
+            << run.err;
         EXPECT_NE(run.err.find("zvwk: " + (cur / "2.sound-plain.eml").string() + ": no text/html part"), std::string::npos)
-            << command << ": " << run.err;
+            << run.err;
     }
 }
 

@@ -68,7 +68,7 @@ TEST_F(ZvwkInputs, UsageErrorsSayWhichCommandAndPrintNothing) {
          {"", "no-such-command", "parse --bogus -", "tokenize", "tokenize --frobnicate -", "tokenize --state nowhere -",
           "select", "select p", "select --bogus p -", "text", "text --frag -", "color", "color red blue", "snippet",
           "snippet --max", "snippet --max ten -", "snippet --jobs 0 -", "snippet --bogus -", "purge-css", "inline-css",
-          "inline-css --exclude", "inline-css --scope", "inline-css --purged -"}) {
+          "inline-css --exclude", "inline-css --scope", "inline-css --purged -", "trackers --reader", "dark --bogus -"}) {
         SCOPED_TRACE(args);
         Outcome run = zvwk(args);
         EXPECT_EQ(run.status, 2);
@@ -86,20 +86,6 @@ TEST_F(ZvwkInputs, AHugeArgumentIsCutInTheReport) {
     EXPECT_LT(run.err.size(), 400u) << run.err.substr(0, 400);
     EXPECT_NE(run.err.find("100000 bytes"), std::string::npos) << run.err.substr(0, 400);
     EXPECT_EQ(run.err.find('\x01'), std::string::npos);
-}
-
-TEST_F(ZvwkInputs, ABadExclusionLeavesTheJsonLinesParseable) {
-    const std::string doc = "'" + write("doc.html", "<style>p { x: 1 } b { y: 2 }</style><p>a</p><b>b</b>").string() + "'";
-    Outcome run = zvwk("inline-css --json --exclude '(' --exclude '^p' " + doc + " " + doc);
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.err, "zvwk: inline-css: ignoring exclusion \"(\": U_REGEX_MISMATCHED_PAREN at offset 1\n");
-    std::vector<nlohmann::json> documents = jsonLines(run.out);
-    ASSERT_EQ(documents.size(), 2u) << run.out;
-    for (const nlohmann::json& document : documents) {
-        ASSERT_FALSE(document.is_discarded()) << run.out;
-        // The good exclusion still applies; the bad one drops nothing.
-        EXPECT_NE(document["html"].get<std::string>().find("<p>a</p><b style=\" y: 2\">"), std::string::npos);
-    }
 }
 
 TEST_F(ZvwkInputs, AVeryDeepTreeIsDumpedWithoutHoldingTheDumpInMemory) {
