@@ -2,7 +2,6 @@
 
 #include "ASCIIText.h"
 #include "ElementNameTable.h"
-#include "NodeAllocator.h"
 
 #include <zv/html/CSSSelector.h>
 #include <zv/html/HTMLDocument.h>
@@ -115,7 +114,6 @@ void forEachDescendantElement(html::HTMLNode& root, Fn fn) {
     html::HTMLNode* n = root.firstChild();
     size_t depth = 1;
     while (n) {
-        html::prefetchNodesAhead(n);
         if (html::HTMLElement* element = n->as<html::HTMLElement>()) fn(*element, depth);
         if (n->firstChild()) {
             n = n->firstChild();

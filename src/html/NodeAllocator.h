@@ -19,12 +19,4 @@ namespace zv::html {
 void* allocateNodeMemory(size_t size);
 void freeNodeMemory(void* memory, size_t size) noexcept;
 
-// Since a tree's nodes lie in the order they were made, a walk in document
-// order comes next to what lies a little further on in memory. Asking for it
-// ahead keeps a walk of a tree larger than the caches from waiting on each
-// node in turn.
-inline void prefetchNodesAhead(const void* node) noexcept {
-    __builtin_prefetch(static_cast<const char*>(node) + 1024);
-}
-
 }  // namespace zv::html

@@ -1,7 +1,6 @@
 #include "CSSSelectorQuery.h"
 
 #include "HTMLWorkCounters.h"
-#include "NodeAllocator.h"
 
 #include <vector>
 
@@ -17,7 +16,6 @@ template <class Enter, class Leave>
 void walkElements(const HTMLNode& root, Enter enter, Leave leave) {
     const HTMLNode* n = root.firstChild();
     while (n) {
-        prefetchNodesAhead(n);
         if (n->isElement()) {
             const auto& element = *static_cast<const HTMLElement*>(n);
             if (!enter(element)) return;
