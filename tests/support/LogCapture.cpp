@@ -33,10 +33,14 @@ GLogWriterOutput keepLine(GLogLevelFlags level, const GLogField* fields, gsize c
         if (!value) continue;
         line.fields[fields[i].key] = fields[i].length < 0 ? std::string(value) : std::string(value, fields[i].length);
     }
-    std::lock_guard lock(gMutex);
-    if (!gCapturing || line.fields["GLIB_DOMAIN"] != kLogDomain) return g_log_writer_default(level, fields, count, data);
-    gLines.push_back(std::move(line));
-    return G_LOG_WRITER_HANDLED;
+    if (line.fields["GLIB_DOMAIN"] == kLogDomain) {
+        std::lock_guard lock(gMutex);
+        if (gCapturing) {
+            gLines.push_back(std::move(line));
+            return G_LOG_WRITER_HANDLED;
+        }
+    }
+    return g_log_writer_default(level, fields, count, data);
 }
 
 }  // namespace
