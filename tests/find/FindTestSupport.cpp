@@ -4,8 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <TemporaryFolder.h>
+
 #include <cstdlib>
-#include <filesystem>
 
 namespace zv::test {
 
@@ -15,16 +16,8 @@ namespace {
 // in parallel processes, so each process keeps them in a folder of its own,
 // chosen before anything asks GLib where the configuration lives.
 struct PrivateDefaults {
-    std::string folder;
-    PrivateDefaults() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "zvfind-XXXXXX").string();
-        if (mkdtemp(pattern.data())) folder = pattern;
-        if (!folder.empty()) setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
-    }
-    ~PrivateDefaults() {
-        std::error_code ignored;
-        if (!folder.empty()) std::filesystem::remove_all(folder, ignored);
-    }
+    TemporaryFolder folder;
+    PrivateDefaults() { setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1); }
 } gPrivateDefaults;
 
 }  // namespace

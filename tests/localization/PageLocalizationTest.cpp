@@ -2,12 +2,9 @@
 // ${name} variables with their order of precedence.
 #include <zv/localization/PageLocalization.h>
 
+#include "support/TemporaryFolder.h"
+
 #include <gtest/gtest.h>
-
-#include <glib.h>
-#include <glib/gstdio.h>
-
-#include <cstdlib>
 
 namespace {
 
@@ -27,31 +24,17 @@ protected:
 class PageLocalizationTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        char* made = g_dir_make_tmp("zv-pagestrings-XXXXXX", nullptr);
-        ASSERT_NE(made, nullptr);
-        root_ = made;
-        g_free(made);
-        write("en.lproj/About.html.strings",
+        root_.write("en.lproj/About.html.strings",
               "\"title\" = \"About\";\n\"greeting.text\" = \"<NOTLOCALIZED>\";\n\"greeting\" = \"Hi ${user}\";\n"
               "\"link.href\" = \"https://x/${user}\";\n\"body.html\" = \"<b>${user}</b>\";\n"
               "\"plain.text\" = \"text of plain\";\n\"plain\" = \"bare plain\";\n\"empty.text\" = \"\";");
-        strings_.setLocalizationBundle(std::make_shared<Bundle>(root_, std::vector<std::string>{"en"}));
+        strings_.setLocalizationBundle(std::make_shared<Bundle>(root_.path(), std::vector<std::string>{"en"}));
         strings_.setURL(URL::parse("file:///pages/Help/About.html"));
         strings_.setValueForVariable("A", "user");
         strings_.setValueForVariable("B", "user", "K");
         strings_.setValueForVariable("global-only", "g");
     }
-    void TearDown() override { EXPECT_EQ(std::system(("rm -rf '" + root_ + "'").c_str()), 0); }
-
-    void write(const std::string& relative, const std::string& contents) {
-        std::string path = root_ + "/" + relative;
-        char* directory = g_path_get_dirname(path.c_str());
-        g_mkdir_with_parents(directory, 0700);
-        g_free(directory);
-        ASSERT_TRUE(g_file_set_contents(path.c_str(), contents.c_str(), gssize(contents.size()), nullptr));
-    }
-
-    std::string root_;
+    test::TemporaryFolder root_;
     DelegatingStrings strings_;
 };
 

@@ -1,31 +1,9 @@
 #include "PageTestSupport.h"
 
-#include <glib/gstdio.h>
 
-#include <cstdlib>
 #include <gtest/gtest.h>
 
 namespace zv::test {
-
-PageFolder::PageFolder() {
-    char* made = g_dir_make_tmp("zv-pages-XXXXXX", nullptr);
-    root_ = made ? made : "";
-    g_free(made);
-}
-
-PageFolder::~PageFolder() {
-    if (!root_.empty()) {
-        EXPECT_EQ(std::system(("rm -rf '" + root_ + "'").c_str()), 0);
-    }
-}
-
-void PageFolder::write(const std::string& relative, const std::string& contents) const {
-    std::string file = root_ + "/" + relative;
-    char* directory = g_path_get_dirname(file.c_str());
-    g_mkdir_with_parents(directory, 0700);
-    g_free(directory);
-    ASSERT_TRUE(g_file_set_contents(file.c_str(), contents.c_str(), gssize(contents.size()), nullptr));
-}
 
 DelayedServer::DelayedServer() : server_(soup_server_new(nullptr, nullptr)) {
     soup_server_add_handler(server_, nullptr, handle, this, nullptr);

@@ -3,6 +3,7 @@
 // each path's choosing, and waiting for a page controller's loads.
 #pragma once
 
+#include "TemporaryFolder.h"
 #include "WebViewHarness.h"
 
 #include <zv/page/ZVWebWindowController.h>
@@ -18,16 +19,9 @@
 
 namespace zv::test {
 
-class PageFolder {
+class PageFolder : public TemporaryFolder {
 public:
-    PageFolder();
-    ~PageFolder();
-    const std::string& path() const { return root_; }
-    void write(const std::string& relative, const std::string& contents) const;
-    URL url(const std::string& relative) const { return *URL::fromFilePath(root_ + "/" + relative); }
-
-private:
-    std::string root_;
+    URL url(const std::string& relative) const { return *URL::fromFilePath(pathOf(relative)); }
 };
 
 // Serves registered bodies with status 200 after their delay; any other path is 404.

@@ -1,11 +1,10 @@
 #include <zv/reading/RemoteContentChoices.h>
 
+#include "support/TemporaryFolder.h"
+
 #include <gtest/gtest.h>
 
-#include <glib.h>
-
 #include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -14,15 +13,9 @@ using Scope = RemoteContentChoices::Scope;
 
 class RemoteContentChoicesTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char* made = g_dir_make_tmp("zv-choices-XXXXXX", nullptr);
-        folder_ = made;
-        g_free(made);
-    }
-    void TearDown() override { std::filesystem::remove_all(folder_); }
-    std::string path() const { return (folder_ / "sub" / "choices.sqlite").string(); }
+    std::string path() const { return folder_.pathOf("sub/choices.sqlite"); }
 
-    std::filesystem::path folder_;
+    zv::test::TemporaryFolder folder_;
 };
 
 TEST_F(RemoteContentChoicesTest, ChoicesBySenderAndDomainOutliveTheStoreUntilForgotten) {
@@ -51,8 +44,7 @@ TEST_F(RemoteContentChoicesTest, ChoicesBySenderAndDomainOutliveTheStoreUntilFor
 }
 
 TEST_F(RemoteContentChoicesTest, ADamagedFileIsSetAsideAndAFreshStoreStarts) {
-    std::filesystem::create_directories(folder_ / "sub");
-    std::ofstream(path()) << "this is not a database, it is forty-odd bytes of text";
+    folder_.write("sub/choices.sqlite", "this is not a database, it is forty-odd bytes of text");
     auto choices = RemoteContentChoices::open(path());
     EXPECT_TRUE(choices->isOnDisk());
     EXPECT_TRUE(choices->alwaysAllow("ann@news.example", Scope::Sender));

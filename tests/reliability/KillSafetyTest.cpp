@@ -6,6 +6,8 @@
 #include <zv/reading/RemoteContentChoices.h>
 #include <zv/scheme/URLCache.h>
 
+#include "support/TemporaryFolder.h"
+
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
@@ -17,7 +19,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <random>
@@ -31,15 +32,6 @@ namespace {
 constexpr int kKills = 100;
 // Enough for a child to open the database and write a few hundred entries.
 constexpr int kLongestDelayMicroseconds = 30000;
-
-struct TemporaryFolder {
-    std::filesystem::path path;
-    TemporaryFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "zv-kill-XXXXXX").string();
-        path = mkdtemp(pattern.data());
-    }
-    ~TemporaryFolder() { std::filesystem::remove_all(path); }
-};
 
 std::string integrityCheck(const std::string& path) {
     sqlite3* db = nullptr;
@@ -99,8 +91,8 @@ zv::CachedURLResponse entry(uint32_t i) {
 }
 
 TEST(KillSafetyTest, URLCacheKeepsEveryReportedWrite) {
-    TemporaryFolder folder;
-    const std::string path = (folder.path / "URLCache.sqlite").string();
+    zv::test::TemporaryFolder folder;
+    const std::string path = folder.pathOf("URLCache.sqlite");
     std::mt19937 random(20261125);
     std::uniform_int_distribution<int> delay(0, kLongestDelayMicroseconds);
     uint32_t next = 0;
@@ -137,8 +129,8 @@ zv::RemoteContentChoices::Scope choiceScope(uint32_t i) {
 bool forgetsPrevious(uint32_t i) { return i % 4 == 3; }
 
 TEST(KillSafetyTest, RemoteContentChoicesKeepEveryReportedChange) {
-    TemporaryFolder folder;
-    const std::string path = (folder.path / "RemoteContentChoices.sqlite").string();
+    zv::test::TemporaryFolder folder;
+    const std::string path = folder.pathOf("RemoteContentChoices.sqlite");
     std::mt19937 random(20261126);
     std::uniform_int_distribution<int> delay(0, kLongestDelayMicroseconds);
     // Steps whose outcome is known: true when the choice must be there.

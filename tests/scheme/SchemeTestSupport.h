@@ -1,6 +1,5 @@
 // What the scheme tests share: a task that records how it was answered, what
-// a handler reports, a folder for the shared URL cache, and a capture of the
-// framework's log lines.
+// a handler reports, and a folder for the shared URL cache.
 #pragma once
 
 #include <zv/foundation/MainThread.h>
@@ -8,11 +7,12 @@
 #include <zv/scheme/URLSchemeTask.h>
 #include <zv/scheme/ZVWebViewURLSchemeHandler.h>
 
+#include <LogCapture.h>
+#include <TemporaryFolder.h>
+
 #include <glib.h>
 
 #include <chrono>
-#include <map>
-#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -94,23 +94,10 @@ class SharedCacheFolder {
 public:
     SharedCacheFolder();
     ~SharedCacheFolder();
-    const std::string& path() const { return path_; }
+    const std::string& path() const { return folder_.path(); }
 
 private:
-    std::string path_;
-};
-
-// Records every line logged under the framework's domain from construction
-// on (GLib takes one writer per process, installed on first use).
-class LogCapture {
-public:
-    using Fields = std::map<std::string, std::string>;
-
-    LogCapture();
-    ~LogCapture();
-    std::vector<Fields> lines() const;
-    // Lines whose message starts with `prefix`.
-    std::vector<Fields> linesStartingWith(const std::string& prefix) const;
+    TemporaryFolder folder_;
 };
 
 }  // namespace zv::test

@@ -2,11 +2,9 @@
 
 #include "SchemeTestSupport.h"
 
-#include <glib/gstdio.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <fstream>
 #include <thread>
 
 namespace zv {
@@ -14,17 +12,6 @@ namespace {
 
 class URLCacheTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char* folder = g_dir_make_tmp("zv-url-cache-XXXXXX", nullptr);
-        folder_ = folder;
-        g_free(folder);
-        path_ = folder_ + "/cache/URLCache.sqlite";
-    }
-    void TearDown() override {
-        std::string command = "rm -rf '" + folder_ + "'";
-        ASSERT_EQ(std::system(command.c_str()), 0);
-    }
-
     static CachedURLResponse entry(const std::string& url, size_t bodySize, std::uint8_t fill = 7) {
         CachedURLResponse cached;
         cached.response = URLResponse::http(url, 200, "HTTP/1.1",
@@ -33,13 +20,9 @@ protected:
         return cached;
     }
 
-    void writeFile(const std::string& path, const std::string& contents) {
-        std::ofstream out(path, std::ios::binary | std::ios::trunc);
-        out << contents;
-    }
-
-    std::string folder_;
-    std::string path_;
+    static constexpr const char* kFile = "cache/URLCache.sqlite";
+    test::TemporaryFolder folder_;
+    std::string path_ = folder_.pathOf(kFile);
 };
 
 TEST_F(URLCacheTest, KeepsResponseAndBodyAcrossReopening) {
@@ -105,8 +88,7 @@ TEST_F(URLCacheTest, EvictsTheEntriesReadLeastRecently) {
 }
 
 TEST_F(URLCacheTest, ACorruptFileIsReplacedByAnEmptyCache) {
-    g_mkdir_with_parents((folder_ + "/cache").c_str(), 0700);
-    writeFile(path_, std::string(8192, 'x'));
+    folder_.write(kFile, std::string(8192, 'x'));
     test::LogCapture log;
 
     auto cache = URLCache::open(path_);
@@ -131,7 +113,7 @@ TEST_F(URLCacheTest, DamageFoundInUseStartsAfreshWithoutCrashing) {
     auto cache = URLCache::open(path_);
     for (int i = 0; i < 50; ++i) cache->storeCachedResponse("u" + std::to_string(i), entry("u", 1000));
     // Garbage over the whole file (and its log) while the cache has it open.
-    for (const char* suffix : {"", "-wal"}) writeFile(path_ + suffix, std::string(200000, '\x5a'));
+    for (const char* suffix : {"", "-wal"}) folder_.write(kFile + std::string(suffix), std::string(200000, '\x5a'));
     test::LogCapture log;
     for (int i = 0; i < 50; ++i) cache->cachedResponse("u" + std::to_string(i));
     cache->storeCachedResponse("fresh", entry("fresh", 10));
@@ -139,8 +121,8 @@ TEST_F(URLCacheTest, DamageFoundInUseStartsAfreshWithoutCrashing) {
 }
 
 TEST_F(URLCacheTest, AFolderThatCannotBeMadeFallsBackToMemory) {
-    writeFile(folder_ + "/file", "not a folder");
-    auto cache = URLCache::open(folder_ + "/file/cache/URLCache.sqlite");
+    folder_.write("file", "not a folder");
+    auto cache = URLCache::open(folder_.pathOf("file/cache/URLCache.sqlite"));
     EXPECT_FALSE(cache->isOnDisk());
     cache->storeCachedResponse("u", entry("u", 10));
     EXPECT_TRUE(cache->cachedResponse("u"));

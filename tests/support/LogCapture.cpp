@@ -5,29 +5,42 @@
 #include <glib.h>
 
 #include <mutex>
-#include <string_view>
 #include <utility>
 
 namespace zv::test {
 
 namespace {
 
+struct Line {
+    bool critical;
+    LogCapture::Fields fields;
+};
+
 std::mutex gMutex;
-std::vector<std::string> gLines;
+bool gCapturing = false;
+std::vector<Line> gLines;
+
+std::string textOf(const Line& line) {
+    auto message = line.fields.find("MESSAGE");
+    std::string text = message == line.fields.end() ? "" : message->second;
+    return line.critical ? "CRITICAL: " + text : text;
+}
 
 GLogWriterOutput keepLine(GLogLevelFlags level, const GLogField* fields, gsize count, gpointer data) {
-    std::string domain, message;
+    Line line{(level & G_LOG_LEVEL_CRITICAL) != 0, {}};
     for (gsize i = 0; i < count; ++i) {
         const char* value = static_cast<const char*>(fields[i].value);
-        std::string text = fields[i].length < 0 ? std::string(value) : std::string(value, fields[i].length);
-        if (std::string_view(fields[i].key) == "GLIB_DOMAIN") domain = text;
-        if (std::string_view(fields[i].key) == "MESSAGE") message = text;
+        if (!value) continue;
+        line.fields[fields[i].key] = fields[i].length < 0 ? std::string(value) : std::string(value, fields[i].length);
     }
-    if (domain != kLogDomain) return g_log_writer_default(level, fields, count, data);
-    if (level & G_LOG_LEVEL_CRITICAL) message = "CRITICAL: " + message;
-    std::lock_guard lock(gMutex);
-    gLines.push_back(std::move(message));
-    return G_LOG_WRITER_HANDLED;
+    if (line.fields["GLIB_DOMAIN"] == kLogDomain) {
+        std::lock_guard lock(gMutex);
+        if (gCapturing) {
+            gLines.push_back(std::move(line));
+            return G_LOG_WRITER_HANDLED;
+        }
+    }
+    return g_log_writer_default(level, fields, count, data);
 }
 
 }  // namespace
@@ -35,19 +48,39 @@ GLogWriterOutput keepLine(GLogLevelFlags level, const GLogField* fields, gsize c
 void captureLogLines() {
     static std::once_flag once;
     std::call_once(once, [] { g_log_set_writer_func(keepLine, nullptr, nullptr); });
-    takeLogLines();
+    std::lock_guard lock(gMutex);
+    gLines.clear();
+    gCapturing = true;
 }
 
 std::vector<std::string> takeLogLines() {
     std::lock_guard lock(gMutex);
-    return std::exchange(gLines, {});
+    std::vector<std::string> texts;
+    for (const Line& line : std::exchange(gLines, {})) texts.push_back(textOf(line));
+    return texts;
 }
 
 bool anyLineStartsWith(std::string_view prefix) {
     std::lock_guard lock(gMutex);
-    for (const std::string& line : gLines)
-        if (line.starts_with(prefix)) return true;
+    for (const Line& line : gLines)
+        if (textOf(line).starts_with(prefix)) return true;
     return false;
+}
+
+LogCapture::LogCapture() { captureLogLines(); }
+
+LogCapture::~LogCapture() {
+    std::lock_guard lock(gMutex);
+    gCapturing = false;
+    gLines.clear();
+}
+
+std::vector<LogCapture::Fields> LogCapture::linesStartingWith(std::string_view prefix) const {
+    std::lock_guard lock(gMutex);
+    std::vector<Fields> found;
+    for (const Line& line : gLines)
+        if (line.fields.contains("MESSAGE") && line.fields.at("MESSAGE").starts_with(prefix)) found.push_back(line.fields);
+    return found;
 }
 
 }  // namespace zv::test

@@ -1,15 +1,13 @@
 #include <zv/text/TextSnippet.h>
 #include <zv/text/TextSnippetStream.h>
 
-#include <gtest/gtest.h>
+#include "support/TemporaryFolder.h"
 
-#include <unistd.h>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -89,13 +87,12 @@ TEST(TextSnippetStream, TheEncodingIsSniffedAsTheStandardSaysAndDecodedInPieces)
 }
 
 TEST(TextSnippetStream, FilesGiveTheSnippetOfTheirTextAndFailuresGiveNothing) {
-    const auto path = std::filesystem::temp_directory_path() / ("zv-snippet-" + std::to_string(::getpid()) + ".html");
+    zv::test::TemporaryFolder folder;
     const std::string html = mailOfSize(300000) + "<p>caf\xE9</p>";  // invalid UTF-8 at the end: no <meta>
-    std::ofstream(path, std::ios::binary) << html;
+    folder.write("mail.html", html);
     std::error_code error;
-    EXPECT_EQ(textSnippetForFile(path.string(), 0, 0, &error), textSnippetForHTML(html, 0, 0));
+    EXPECT_EQ(textSnippetForFile(folder.pathOf("mail.html"), 0, 0, &error), textSnippetForHTML(html, 0, 0));
     EXPECT_FALSE(error);
-    std::filesystem::remove(path);
 
     CountingReader failing{mailOfSize(100000), 4096, 0, 8192};
     EXPECT_EQ(textSnippetForStream(failing.reader(), {}, "UTF-8", 0, 0, &error), std::nullopt);
@@ -105,7 +102,7 @@ TEST(TextSnippetStream, FilesGiveTheSnippetOfTheirTextAndFailuresGiveNothing) {
     EXPECT_FALSE(error);
     EXPECT_EQ(textSnippetForFile("/nonexistent/mail.html", 10, 0, &error), std::nullopt);
     EXPECT_EQ(error, std::errc::no_such_file_or_directory);
-    EXPECT_EQ(textSnippetForFile(std::filesystem::temp_directory_path().string(), 10, 0, &error), std::nullopt);
+    EXPECT_EQ(textSnippetForFile(folder.path(), 10, 0, &error), std::nullopt);
     EXPECT_EQ(error, std::errc::is_a_directory);
 }
 

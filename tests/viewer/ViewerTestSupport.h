@@ -1,48 +1,36 @@
 // What the viewer tests share: a scratch folder, and messages written into it.
 #pragma once
 
+#include "TemporaryFolder.h"
 #include "WebViewHarness.h"
 
 #include <zv/webview/ScriptEvaluation.h>
 
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
-
-#include <glib.h>
 
 namespace zvwk::viewer::test {
 
 // A fresh folder under the system's temporary folder, removed afterwards.
 class ScratchFolder {
 public:
-    ScratchFolder() {
-        char* made = g_dir_make_tmp("zvwk-viewer-XXXXXX", nullptr);
-        path_ = made;
-        g_free(made);
-    }
-    ~ScratchFolder() {
-        std::error_code ec;
-        std::filesystem::remove_all(path_, ec);
-    }
-    const std::filesystem::path& path() const { return path_; }
+    std::filesystem::path path() const { return folder_.path(); }
 
     // Writes `text` (line feeds become CRLF, as mail stores them) to `name`.
     std::filesystem::path write(const std::string& name, const std::string& text) const {
-        std::filesystem::path file = path_ / name;
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream out(file, std::ios::binary);
+        std::string crlf;
         for (char c : text) {
-            if (c == '\n') out << '\r';
-            out << c;
+            if (c == '\n') crlf += '\r';
+            crlf += c;
         }
-        return file;
+        folder_.write(name, crlf);
+        return folder_.pathOf(name);
     }
 
 private:
-    std::filesystem::path path_;
+    zv::test::TemporaryFolder folder_;
 };
 
 // A message with the given headers block (without the blank line) and body.

@@ -3,6 +3,7 @@
 #include "WebViewTestSupport.h"
 
 #include <LogCapture.h>
+#include <TemporaryFolder.h>
 
 #include <zv/foundation/Bundle.h>
 #include <zv/foundation/Value.h>
@@ -28,18 +29,12 @@ protected:
         Bundle::setMainBundlePath(ZVWK_RESOURCES_DIR);
         ASSERT_TRUE(window->loadHTML(kPage));
     }
-    void TearDown() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(bundle_, ignored);
-    }
     WebKitWebView* webView() { return window->webView(); }
 
     // An empty folder of this test's own as the main bundle.
-    const std::filesystem::path& emptyBundle() {
-        bundle_ = std::filesystem::temp_directory_path() / ("zvwebview-search-" + std::to_string(getpid()));
-        std::filesystem::create_directories(bundle_);
-        Bundle::setMainBundlePath(bundle_.string());
-        return bundle_;
+    std::filesystem::path emptyBundle() {
+        Bundle::setMainBundlePath(bundle_.path());
+        return bundle_.path();
     }
 
     // The count the page reports, or nothing when the completion was not
@@ -57,7 +52,7 @@ protected:
     }
     Value page(const char* script) { return window->evaluate(script).value.value_or(Value()); }
 
-    std::filesystem::path bundle_;
+    TemporaryFolder bundle_;
 };
 
 TEST_F(WebViewSearchTest, HighlightsCountsStepsAndRemoves) {

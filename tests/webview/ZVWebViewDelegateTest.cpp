@@ -3,6 +3,7 @@
 #include "WebViewTestSupport.h"
 
 #include <LogCapture.h>
+#include <TemporaryFolder.h>
 
 #include <zv/foundation/Bundle.h>
 #include <zv/foundation/Log.h>
@@ -12,8 +13,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <algorithm>
 
 namespace {
@@ -259,18 +258,15 @@ std::vector<WebKitContextMenuAction> actionsOf(WebKitContextMenu* menu) {
 }
 
 TEST_F(ZVWebViewDelegateTest, TheContextMenuLosesItsViewerItemsAndOffersTheBrowser) {
-    auto bundle = std::filesystem::temp_directory_path() / ("zvwebview-menu-" + std::to_string(getpid()));
-    std::filesystem::create_directories(bundle / "en.lproj");
-    std::ofstream(bundle / "en.lproj" / "Localizable.strings")
-        << "\"Open Link in Default Browser\" = \"Open in Browser\";\n";
-    Bundle::setMainBundlePath(bundle.string());
+    TemporaryFolder bundle;
+    bundle.write("en.lproj/Localizable.strings", "\"Open Link in Default Browser\" = \"Open in Browser\";\n");
+    Bundle::setMainBundlePath(bundle.path());
     ASSERT_EQ(Bundle::mainBundle()->localizedString("Open Link in Default Browser"), "Open in Browser");
 
     auto menu = engineMenu();
     WebKitContextMenuItem* openLink = webkit_context_menu_get_item_at_position(menu.get(), 1);
     Event event;
     view->willOpenMenu(menu.get(), event);
-    std::filesystem::remove_all(bundle);
 
     EXPECT_EQ(actionsOf(menu.get()),
               (std::vector<WebKitContextMenuAction>{

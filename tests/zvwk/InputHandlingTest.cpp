@@ -97,7 +97,7 @@ TEST_F(ZvwkInputs, AVeryDeepTreeIsDumpedWithoutHoldingTheDumpInMemory) {
     fs::path input = write("deep.html", html);
     std::string command = "'" + zvwk_ + "' parse '" + input.string() + "' | wc -c >'" + (dir_ / "size").string() + "'";
     ASSERT_EQ(std::system(command.c_str()), 0);
-    const long dumped = std::stol(read(dir_ / "size"));
+    const long dumped = std::stol(read("size"));
     EXPECT_GT(dumped, 2L * kDepth * (kDepth / 2));
     rusage usage{};
     getrusage(RUSAGE_CHILDREN, &usage);
@@ -112,7 +112,7 @@ TEST_F(ZvwkInputs, OutputThatCannotBeWrittenIsAFailure) {
         std::string line = "'" + zvwk_ + "' " + command + " '" + input.string() + "' >/dev/full 2>'" + err + "'";
         int raw = std::system(line.c_str());
         EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 1);
-        EXPECT_EQ(read(err), "zvwk: " + std::string(command) + ": could not write standard output\n");
+        EXPECT_EQ(read("full-err"), "zvwk: " + std::string(command) + ": could not write standard output\n");
     }
 }
 

@@ -16,13 +16,12 @@ TEST_F(PageCommand, ShowsTheLocalizedPageAtItsSizeAndCapturesIt) {
     // report from zvwk under AddressSanitizer (this process is not affected).
     g_setenv("ASAN_OPTIONS", "detect_leaks=0", TRUE);
     write("Info.html", "<p localizationkey=hi>x</p>");
-    fs::create_directories(dir_ / "de.lproj");
     write("de.lproj/Info.html.strings", "\"@WindowSize\" = \"{300, 200}\";\n\"hi\" = \"Hallo\";");
     fs::path png = dir_ / "shot.png";
     Outcome run = zvwk("page '" + (dir_ / "Info.html").string() + "' --lang de --screenshot '" + png.string() + "'");
     ASSERT_EQ(run.status, 0) << run.err;
     // A PNG's width and height are big-endian at bytes 16 and 20.
-    std::string bytes = read(png);
+    std::string bytes = read("shot.png");
     ASSERT_GE(bytes.size(), 24u);
     auto at = [&](size_t i) {
         return (unsigned char)bytes[i] << 24 | (unsigned char)bytes[i + 1] << 16 | (unsigned char)bytes[i + 2] << 8 |

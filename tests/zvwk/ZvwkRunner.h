@@ -2,6 +2,8 @@
 // does, and captures what it prints and its exit status.
 #pragma once
 
+#include "support/TemporaryFolder.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -10,7 +12,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -30,18 +31,14 @@ protected:
         const char* zvwk = std::getenv("ZVWK");
         if (!zvwk || !fs::exists(zvwk)) GTEST_SKIP() << "ZVWK does not name a zvwk binary; command not tested";
         zvwk_ = zvwk;
-        dir_ = fs::temp_directory_path() / ("zvwk-test-" + std::to_string(::getpid()));
-        fs::create_directories(dir_);
-    }
-    void TearDown() override {
-        if (!dir_.empty()) fs::remove_all(dir_);
     }
 
     fs::path write(const std::string& name, const std::string& content) {
-        fs::path path = dir_ / name;
-        std::ofstream(path, std::ios::binary) << content;
-        return path;
+        folder_.write(name, content);
+        return folder_.pathOf(name);
     }
+    // What the file `name` of the test's folder holds.
+    std::string read(const std::string& name) const { return folder_.read(name); }
 
     // "zvwk ARGS" (ARGS already shell-quoted), with `input` on standard input,
     // or with standard input closed.
@@ -52,16 +49,9 @@ protected:
         Outcome run;
         int raw = std::system(command.c_str());
         run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-        run.out = read(dir_ / "out");
-        run.err = read(dir_ / "err");
+        run.out = read("out");
+        run.err = read("err");
         return run;
-    }
-
-    static std::string read(const fs::path& path) {
-        std::ifstream in(path, std::ios::binary);
-        std::ostringstream s;
-        s << in.rdbuf();
-        return s.str();
     }
 
     // Each line of `out` as JSON; a line that does not parse is a discarded value.
@@ -73,7 +63,8 @@ protected:
     }
 
     std::string zvwk_;
-    fs::path dir_;
+    zv::test::TemporaryFolder folder_;
+    const fs::path dir_ = folder_.path();
 };
 
 }  // namespace zvwk_test
