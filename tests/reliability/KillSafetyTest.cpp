@@ -19,6 +19,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <random>
@@ -47,6 +48,14 @@ std::string integrityCheck(const std::string& path) {
     }
     sqlite3_close(db);
     return result;
+}
+
+// "ok" when the database checks out, and when there is none and nothing was
+// reported: the kill came before the child had made it (a loaded machine
+// can hold a child back that long).
+std::string integrityAfterKill(const std::string& path, const std::vector<uint32_t>& reported) {
+    if (reported.empty() && !std::filesystem::exists(path)) return "ok";
+    return integrityCheck(path);
 }
 
 // Runs `write(i)` for i = first, first + 1, … in a child, each i reported
@@ -103,7 +112,7 @@ TEST(KillSafetyTest, URLCacheKeepsEveryReportedWrite) {
                 static std::shared_ptr<zv::URLCache> cache = zv::URLCache::open(path, int64_t(1) << 40);
                 cache->storeCachedResponse(entryURL(i), entry(i));
             });
-        ASSERT_EQ(integrityCheck(path), "ok") << "after kill " << run;
+        ASSERT_EQ(integrityAfterKill(path, reported), "ok") << "after kill " << run;
         auto cache = zv::URLCache::open(path, int64_t(1) << 40);
         ASSERT_TRUE(cache->isOnDisk());
         for (uint32_t i : reported) {
@@ -143,7 +152,7 @@ TEST(KillSafetyTest, RemoteContentChoicesKeepEveryReportedChange) {
                 choices->alwaysAllow(choiceSender(i), choiceScope(i));
                 if (forgetsPrevious(i) && i > next) choices->forget(choiceSender(i - 1), choiceScope(i - 1));
             });
-        ASSERT_EQ(integrityCheck(path), "ok") << "after kill " << run;
+        ASSERT_EQ(integrityAfterKill(path, reported), "ok") << "after kill " << run;
         const std::set<uint32_t> done(reported.begin(), reported.end());
         for (uint32_t i : reported) {
             // The step after the last reported one was in flight: it may or may not have forgotten i.

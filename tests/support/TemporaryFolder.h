@@ -17,7 +17,12 @@ public:
     TemporaryFolder() : path_((std::filesystem::temp_directory_path() / "zv-test-XXXXXX").string()) {
         EXPECT_TRUE(mkdtemp(path_.data())) << path_;
     }
-    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
+    // A folder left behind fails the test rather than ending the program.
+    ~TemporaryFolder() {
+        std::error_code error;
+        std::filesystem::remove_all(path_, error);
+        EXPECT_FALSE(error) << path_ << ": " << error.message();
+    }
 
     const std::string& path() const { return path_; }
     std::string pathOf(const std::string& relative) const { return path_ + "/" + relative; }
