@@ -24,6 +24,12 @@ inline int hexDigitValue(int c) noexcept {
 }
 inline char toASCIILower(char c) noexcept { return c >= 'A' && c <= 'Z' ? char(c + ('a' - 'A')) : c; }
 
+inline bool hasASCIIUpper(std::string_view s) noexcept {
+    for (char c : s)
+        if (c >= 'A' && c <= 'Z') return true;
+    return false;
+}
+
 inline std::string toASCIILower(std::string_view s) {
     std::string out(s);
     for (char& c : out) c = toASCIILower(c);

@@ -18,10 +18,6 @@ namespace {
 
 enum class KeyKind { Id, Class, Tag };
 
-// How many elements ahead of the one at hand a loop over candidates asks the
-// memory for.
-constexpr size_t kAhead = 16;
-
 struct SubjectKey {
     KeyKind kind;
     std::string name;  // ASCII lower case
@@ -172,7 +168,7 @@ struct BodySelectorIndex::Buckets {
     // Most names are in lower case already (the parser lowers HTML tag
     // names) and pass as they are.
     static std::string_view lowerInto(std::string_view name, std::string& lowered) {
-        if (std::none_of(name.begin(), name.end(), [](char c) { return c >= 'A' && c <= 'Z'; })) return name;
+        if (!hasASCIIUpper(name)) return name;
         lowered.assign(name);
         for (char& c : lowered) c = toASCIILower(c);
         return lowered;
@@ -246,6 +242,7 @@ std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_
     if (compounds->size() > 1 && costly) return body_.elementsMatchingSelector(selector);
     // The candidates lie all over a large body and each test waits on memory:
     // asking for those a few places ahead keeps several loads in flight.
+    constexpr size_t kAhead = 16;
     std::vector<html::HTMLElement*> found;
     const std::span<html::HTMLElement* const> elements = candidates.elements;
     for (size_t i = 0; i < elements.size(); ++i) {

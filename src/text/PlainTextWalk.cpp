@@ -123,12 +123,6 @@ bool isHidden(const HTMLElement& e) {
     return tag == Tag::head || tag == Tag::script || tag == Tag::style;
 }
 
-bool hasASCIIUpper(std::string_view s) {
-    for (char c : s)
-        if (c >= 'A' && c <= 'Z') return true;
-    return false;
-}
-
 // A name the parser reads back as written: nothing that ends or splits a tag,
 // and nothing a rewrite pattern matches ("<div..." would). HTML names must be
 // lower case: the parser lowers them, and the pipeline's selectors would
