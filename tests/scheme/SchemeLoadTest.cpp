@@ -141,37 +141,9 @@ private:
     double waitOfLongest_ = 0;
 };
 
-// One window holding the views in a scrolling column, as a mail reader shows
-// the messages of a conversation.
-class ConversationWindow {
-public:
-    ConversationWindow() {
-        window_ = GTK_WINDOW(gtk_window_new());
-        gtk_window_set_default_size(window_, 800, 600);
-        GtkWidget* scroller = gtk_scrolled_window_new();
-        gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
-        column_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 12);
-        gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), column_);
-        gtk_window_set_child(window_, scroller);
-        gtk_window_present(window_);
-    }
-    ~ConversationWindow() { gtk_window_destroy(window_); }
-    ConversationWindow(const ConversationWindow&) = delete;
-    ConversationWindow& operator=(const ConversationWindow&) = delete;
-
-    void add(WebKitWebView* view) {
-        gtk_widget_set_size_request(GTK_WIDGET(view), -1, 240);
-        gtk_box_append(GTK_BOX(column_), GTK_WIDGET(view));
-    }
-    void remove(WebKitWebView* view) { gtk_box_remove(GTK_BOX(column_), GTK_WIDGET(view)); }
-
-private:
-    GtkWindow* window_ = nullptr;
-    GtkWidget* column_ = nullptr;
-};
-
 struct LoadedView {
     std::shared_ptr<ZVWebView> view;
+    std::unique_ptr<test::WebViewWindow> window;
     std::weak_ptr<Handler> handler;
     int loadsFinished = 0;
     bool webProcessEnded = false;
@@ -188,7 +160,6 @@ protected:
     void SetUp() override {
         server_.setSlowDelay(100ms);
         test::initGtkOnce();
-        window_ = std::make_unique<ConversationWindow>();
     }
 
     // The twenty images of view `v`, every URL its own.
@@ -221,7 +192,7 @@ protected:
         if (!views_.empty()) configuration.relatedView = GObjectRef<WebKitWebView>::ref(views_.front()->view->webView());
         auto loaded = std::make_unique<LoadedView>();
         loaded->view = ZVWebView::create(configuration);
-        window_->add(loaded->view->webView());
+        loaded->window = std::make_unique<test::WebViewWindow>(loaded->view->webView(), 320, 240);
         auto handler = Handler::create();
         handler->setupHTTPOverrides();
         for (int k = 0; k < 3; ++k)
@@ -248,7 +219,7 @@ protected:
 
     // Images of view `v` that did not end as their source says, by id.
     std::vector<std::string> wrongImages(int v) {
-        auto outcome = test::evaluateIn(views_[v]->view->webView(),
+        auto outcome = views_[v]->window->evaluate(
             "Object.fromEntries(Array.from(document.images).map(i => [i.id, i.dataset.failed ? 0 : i.naturalWidth]))");
         if (!outcome.ok() || !outcome.value) return {"(no answer)"};
         std::vector<std::string> wrong;
@@ -270,7 +241,7 @@ protected:
 
     void close(int v) {
         g_signal_handlers_disconnect_by_data(views_[v]->view->webView(), views_[v].get());
-        window_->remove(views_[v]->view->webView());
+        views_[v]->window.reset();
         views_[v]->view.reset();
     }
 
@@ -279,7 +250,6 @@ protected:
     Ledger ledger_;
     std::vector<std::unique_ptr<LoadedView>> views_;
     std::vector<std::string> cachedPaths_;
-    std::unique_ptr<ConversationWindow> window_;  // first to go, letting go of any view still shown
 };
 
 double percentile(std::vector<double> values, double p) {
