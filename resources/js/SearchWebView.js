@@ -59,6 +59,9 @@
   let ident = "";
   let painter = NOTHING;
   let current = -1;
+  // The search text and options whose matches the painter shows, while the
+  // document has not changed since; null otherwise.
+  let searched = null;
 
   function post(type, count) {
     const handlers = window.webkit && window.webkit.messageHandlers;
@@ -129,19 +132,55 @@
     return found;
   }
 
-  // One live Range per match over the body's searched text nodes, read as
-  // one text (so matches run across elements).
-  function matchRanges(expression) {
+  // The body's searched text nodes read as one text (so matches run across
+  // elements), kept from one search to the next while the document stays as
+  // it was: typing a search text searches the same page once per key, and a
+  // conversation searches every page again when a message joins it.
+  const changes = typeof MutationObserver === "function" ? new MutationObserver(forgetIndex) : null;
+  let index = null;
+
+  function forgetIndex() {
+    index = null;
+    if (changes) changes.disconnect();
+  }
+
+  // Changes made in the current task (by the page or a replacement) have not
+  // reached the observer's callback yet: they are taken here.
+  function indexHolds() {
+    if (index && changes.takeRecords().length) forgetIndex();
+    return index !== null;
+  }
+
+  function buildIndex() {
     const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
     const nodes = [];
     const starts = [];
-    let text = "";
+    const pieces = [];
+    let length = 0;
     for (let node = walker.nextNode(); node; node = walker.nextNode()) {
       if (UNSEARCHED.has(node.parentNode.localName)) continue;
-      starts.push(text.length);
+      starts.push(length);
       nodes.push(node);
-      text += node.data;
+      pieces.push(node.data);
+      length += node.data.length;
     }
+    return { nodes: nodes, starts: starts, text: pieces.join("") };
+  }
+
+  function textIndex() {
+    if (indexHolds()) return index;
+    const built = buildIndex();
+    // Without an observer no change would be noticed: such an index serves one search.
+    if (changes) {
+      index = built;
+      changes.observe(document, { childList: true, characterData: true, subtree: true });
+    }
+    return built;
+  }
+
+  // One live Range per match.
+  function matchRanges(expression) {
+    const { nodes, starts, text } = textIndex();
     const ranges = [];
     let first = 0;
     eachMatch(text, expression, function (start, end) {
@@ -255,14 +294,28 @@
     painter.remove();
     painter = NOTHING;
     current = -1;
+    searched = null;
   }
 
+  // The same search on an unchanged page finds the same ranges: they stay,
+  // and only the current match is forgotten.
   function highlight(text, options) {
+    const search = options + " " + text;
+    if (search === searched && indexHolds()) {
+      markCurrent(-1);
+      return;
+    }
     removeHighlights();
     if (!document.body || !text) return;
     const expression = expressionFor(text, options);
-    if (!expression || !mayMatch(expression)) return;
-    painter = canPaintRanges() ? rangePainter(matchRanges(expression)) : markPainter(expression);
+    if (!expression) return;
+    if (!canPaintRanges()) {
+      if (mayMatch(expression)) painter = markPainter(expression);
+      return;
+    }
+    if (!indexHolds() && !mayMatch(expression)) return;
+    painter = rangePainter(matchRanges(expression));
+    if (indexHolds()) searched = search;
   }
 
   function count() {
