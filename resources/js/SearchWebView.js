@@ -23,7 +23,9 @@
 // Decisions this script takes:
 // - Match indexes count from 0; -1 means no current match.
 // - Every highlighting call first removes the previous highlights, so the
-//   page only ever shows the matches of the last search text.
+//   page only ever shows the matches of the last search text. The same text
+//   with the same options on a page that has not changed since keeps its
+//   highlights instead: only the current match is forgotten.
 // - With no matches, WKWebView_AtFirst and WKWebView_AtLast answer false.
 // - Stepping wraps inside the page (after the last match comes the first)
 //   and does not scroll: the host scrolls, with the position it is given
