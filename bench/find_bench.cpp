@@ -139,7 +139,8 @@ struct PeerCount {
 }  // namespace
 
 int main(int argc, char** argv) {
-    bool composited = false, gl = false, fresh = false, unknown = false;
+    bool composited = false, fresh = false, unknown = false;
+    [[maybe_unused]] bool gl = false;  // without the viewer, GTK chooses anyway
     for (; argc > 1 && std::string(argv[1]).starts_with("--"); --argc, ++argv) {
         const std::string flag = argv[1];
         composited |= flag == "--composited";
