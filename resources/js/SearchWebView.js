@@ -61,8 +61,8 @@
   let ident = "";
   let painter = NOTHING;
   let current = -1;
-  // The search text and options whose matches the painter shows, while the
-  // document has not changed since; null otherwise.
+  // The search text and options whose matches the painter shows (none, when
+  // it is NOTHING), while the document has not changed since; null otherwise.
   let searched = null;
 
   function post(type, count) {
@@ -134,23 +134,33 @@
     return found;
   }
 
-  // The body's searched text nodes read as one text (so matches run across
-  // elements), kept from one search to the next while the document stays as
-  // it was: typing a search text searches the same page once per key, and a
-  // conversation searches every page again when a message joins it.
-  const changes = typeof MutationObserver === "function" ? new MutationObserver(forgetIndex) : null;
+  // Whether the document is as it was at the last search: a mutation observer
+  // watches from then on, and the text index of that search (the body's
+  // searched text nodes read as one text, so matches run across elements)
+  // holds while it sees nothing. Typing a search text searches the same page
+  // once per key, and a conversation searches every page again when a
+  // message joins it.
+  const changes = typeof MutationObserver === "function" ? new MutationObserver(stopWatching) : null;
+  let watching = false;
   let index = null;
 
-  function forgetIndex() {
+  function stopWatching() {
+    watching = false;
     index = null;
-    if (changes) changes.disconnect();
+    changes.disconnect();
+  }
+
+  function watch() {
+    if (!changes || watching) return;
+    changes.observe(document, { childList: true, characterData: true, subtree: true });
+    watching = true;
   }
 
   // Changes made in the current task (by the page or a replacement) have not
   // reached the observer's callback yet: they are taken here.
-  function indexHolds() {
-    if (index && changes.takeRecords().length) forgetIndex();
-    return index !== null;
+  function unchanged() {
+    if (watching && changes.takeRecords().length) stopWatching();
+    return watching;
   }
 
   function buildIndex() {
@@ -170,13 +180,10 @@
   }
 
   function textIndex() {
-    if (indexHolds()) return index;
+    if (unchanged() && index) return index;
     const built = buildIndex();
-    // Without an observer no change would be noticed: such an index serves one search.
-    if (changes) {
-      index = built;
-      changes.observe(document, { childList: true, characterData: true, subtree: true });
-    }
+    watch();
+    if (watching) index = built;
     return built;
   }
 
@@ -299,11 +306,11 @@
     searched = null;
   }
 
-  // The same search on an unchanged page finds the same ranges: they stay,
-  // and only the current match is forgotten.
+  // The same search on an unchanged page finds the same ranges (or none):
+  // they stay, and only the current match is forgotten.
   function highlight(text, options) {
     const search = options + " " + text;
-    if (search === searched && indexHolds()) {
+    if (search === searched && unchanged()) {
       markCurrent(-1);
       return;
     }
@@ -315,9 +322,12 @@
       if (mayMatch(expression)) painter = markPainter(expression);
       return;
     }
-    if (!indexHolds() && !mayMatch(expression)) return;
-    painter = rangePainter(matchRanges(expression));
-    if (indexHolds()) searched = search;
+    if (!(unchanged() && index) && !mayMatch(expression)) {
+      watch();
+    } else {
+      painter = rangePainter(matchRanges(expression));
+    }
+    if (watching) searched = search;
   }
 
   function count() {

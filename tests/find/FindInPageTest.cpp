@@ -189,6 +189,13 @@ TEST_F(FindInPageTest, TheSameSearchAgainStartsOverAndSeesChanges) {
               4);
     EXPECT_EQ(fresh.window->evaluate(kMatchRanges + ".map(r => r.toString()).join()").value,
               "invoice,invoice,invoice,Invoice");
+    ASSERT_TRUE(fresh.window->evaluate("p.append(' and'); true").ok());
+    fresh.view->highlightOccurrencesOfString("bill", 257);
+    EXPECT_EQ(resultCount(*fresh.view), 0);
+    EXPECT_EQ(fresh.window->evaluate("p.append(' a bill'); WKWebView_HighlightOccurencesOfStrings('k', 'bill', 257)")
+                  .value,
+              1)
+        << "a text not found is looked for again once the page changes";
 }
 
 TEST_F(FindInPageTest, ReplaceOneThenAll) {
