@@ -23,7 +23,9 @@
 // Decisions this script takes:
 // - Match indexes count from 0; -1 means no current match.
 // - Every highlighting call first removes the previous highlights, so the
-//   page only ever shows the matches of the last search text.
+//   page only ever shows the matches of the last search text. The same text
+//   with the same options on a page that has not changed since keeps its
+//   highlights instead: only the current match is forgotten.
 // - With no matches, WKWebView_AtFirst and WKWebView_AtLast answer false.
 // - Stepping wraps inside the page (after the last match comes the first)
 //   and does not scroll: the host scrolls, with the position it is given
@@ -59,6 +61,9 @@
   let ident = "";
   let painter = NOTHING;
   let current = -1;
+  // The search text and options whose matches the painter shows (none, when
+  // it is NOTHING), while the document has not changed since; null otherwise.
+  let searched = null;
 
   function post(type, count) {
     const handlers = window.webkit && window.webkit.messageHandlers;
@@ -129,19 +134,62 @@
     return found;
   }
 
-  // One live Range per match over the body's searched text nodes, read as
-  // one text (so matches run across elements).
-  function matchRanges(expression) {
+  // Whether the document is as it was at the last search: a mutation observer
+  // watches from then on, and the text index of that search (the body's
+  // searched text nodes read as one text, so matches run across elements)
+  // holds while it sees nothing. Typing a search text searches the same page
+  // once per key, and a conversation searches every page again when a
+  // message joins it.
+  const changes = typeof MutationObserver === "function" ? new MutationObserver(stopWatching) : null;
+  let watching = false;
+  let index = null;
+
+  function stopWatching() {
+    watching = false;
+    index = null;
+    changes.disconnect();
+  }
+
+  function watch() {
+    if (!changes || watching) return;
+    changes.observe(document, { childList: true, characterData: true, subtree: true });
+    watching = true;
+  }
+
+  // Changes made in the current task (by the page or a replacement) have not
+  // reached the observer's callback yet: they are taken here.
+  function unchanged() {
+    if (watching && changes.takeRecords().length) stopWatching();
+    return watching;
+  }
+
+  function buildIndex() {
     const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
     const nodes = [];
     const starts = [];
-    let text = "";
+    const pieces = [];
+    let length = 0;
     for (let node = walker.nextNode(); node; node = walker.nextNode()) {
       if (UNSEARCHED.has(node.parentNode.localName)) continue;
-      starts.push(text.length);
+      starts.push(length);
       nodes.push(node);
-      text += node.data;
+      pieces.push(node.data);
+      length += node.data.length;
     }
+    return { nodes: nodes, starts: starts, text: pieces.join("") };
+  }
+
+  function textIndex() {
+    if (unchanged() && index) return index;
+    const built = buildIndex();
+    watch();
+    if (watching) index = built;
+    return built;
+  }
+
+  // One live Range per match.
+  function matchRanges(expression) {
+    const { nodes, starts, text } = textIndex();
     const ranges = [];
     let first = 0;
     eachMatch(text, expression, function (start, end) {
@@ -255,14 +303,31 @@
     painter.remove();
     painter = NOTHING;
     current = -1;
+    searched = null;
   }
 
+  // The same search on an unchanged page finds the same ranges (or none):
+  // they stay, and only the current match is forgotten.
   function highlight(text, options) {
+    const search = options + " " + text;
+    if (search === searched && unchanged()) {
+      markCurrent(-1);
+      return;
+    }
     removeHighlights();
     if (!document.body || !text) return;
     const expression = expressionFor(text, options);
-    if (!expression || !mayMatch(expression)) return;
-    painter = canPaintRanges() ? rangePainter(matchRanges(expression)) : markPainter(expression);
+    if (!expression) return;
+    if (!canPaintRanges()) {
+      if (mayMatch(expression)) painter = markPainter(expression);
+      return;
+    }
+    if (!(unchanged() && index) && !mayMatch(expression)) {
+      watch();
+    } else {
+      painter = rangePainter(matchRanges(expression));
+    }
+    if (watching) searched = search;
   }
 
   function count() {

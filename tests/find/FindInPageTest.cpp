@@ -167,6 +167,37 @@ TEST_F(FindInPageTest, StepsWrapAndAnswerPositionsBelowTheVisibleTop) {
     EXPECT_EQ(page->window->evaluate(kCurrentRanges).value, 0);
 }
 
+// Searching a page again for the same text forgets the current match, and sees
+// what changed in the page since: in an earlier task, or just before the call.
+TEST_F(FindInPageTest, TheSameSearchAgainStartsOverAndSeesChanges) {
+    ASSERT_EQ(count("rechnung", 257), 2);
+    step(true);
+    ASSERT_TRUE(page->view->atFirst());
+    EXPECT_EQ(count("rechnung", 257), 2);
+    EXPECT_FALSE(page->view->atFirst());
+    EXPECT_EQ(page->window->evaluate(kCurrentRanges).value, 0);
+
+    auto fresh = makeMessageView("<p id='p'>one invoice, two in<b>voice</b></p>");
+    fresh.view->highlightOccurrencesOfString("invoice", 257);
+    ASSERT_EQ(resultCount(*fresh.view), 2);
+    ASSERT_TRUE(fresh.window->evaluate("p.firstChild.data = 'one invoice, invoice, two in'; true").ok());
+    fresh.view->highlightOccurrencesOfString("invoice", 257);
+    EXPECT_EQ(resultCount(*fresh.view), 3);
+    EXPECT_EQ(fresh.window->evaluate("document.body.append('Invoice'); "
+                                     "WKWebView_HighlightOccurencesOfStrings('k', 'invoice', 257)")
+                  .value,
+              4);
+    EXPECT_EQ(fresh.window->evaluate(kMatchRanges + ".map(r => r.toString()).join()").value,
+              "invoice,invoice,invoice,Invoice");
+    ASSERT_TRUE(fresh.window->evaluate("p.append(' and'); true").ok());
+    fresh.view->highlightOccurrencesOfString("bill", 257);
+    EXPECT_EQ(resultCount(*fresh.view), 0);
+    EXPECT_EQ(fresh.window->evaluate("p.append(' a bill'); WKWebView_HighlightOccurencesOfStrings('k', 'bill', 257)")
+                  .value,
+              1)
+        << "a text not found is looked for again once the page changes";
+}
+
 TEST_F(FindInPageTest, ReplaceOneThenAll) {
     auto fresh = makeMessageView("<p>one invoice, two in<b>voice</b>, three invoice</p>");
     fresh.view->highlightOccurrencesOfString("invoice", 257);
