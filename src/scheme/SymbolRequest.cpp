@@ -2,6 +2,7 @@
 #include <zv/scheme/SymbolImage.h>
 #include <zv/scheme/ZVWebViewURLSchemeHandler.h>
 
+#include <zv/foundation/OperationQueue.h>
 #include <zv/foundation/URL.h>
 #include <zv/scheme/AccentColor.h>
 
@@ -9,14 +10,67 @@
 
 #include <cctype>
 #include <climits>
+#include <map>
 #include <mutex>
 
 namespace zv {
 
 namespace {
 
+// A page asks for the same few symbols again and again (the placeholder of
+// every missing part), so the last ones drawn are kept by URL, for as long
+// as the renderer that drew them is installed.
+constexpr size_t kKeptSymbols = 64;
+
 std::mutex gRendererMutex;
 SymbolRenderer gRenderer;
+unsigned gRendererGeneration = 0;
+std::map<std::string, std::shared_ptr<const Data>> gDrawn;
+
+// Symbols are drawn here, one at a time: a page of them would otherwise hold
+// the main loop for a millisecond or two each.
+OperationQueue& drawingQueue() {
+    static std::shared_ptr<OperationQueue> queue = [] {
+        auto created = OperationQueue::create();
+        created->setMaxConcurrentOperationCount(1);
+        created->start();
+        return created;
+    }();
+    return *queue;
+}
+
+std::shared_ptr<const Data> drawn(const std::string& url) {
+    std::lock_guard lock(gRendererMutex);
+    auto found = gDrawn.find(url);
+    return found == gDrawn.end() ? nullptr : found->second;
+}
+
+void keepDrawn(const std::string& url, std::shared_ptr<const Data> png, unsigned generation) {
+    std::lock_guard lock(gRendererMutex);
+    if (generation != gRendererGeneration) return;
+    if (gDrawn.size() >= kKeptSymbols) gDrawn.clear();
+    gDrawn.emplace(url, std::move(png));
+}
+
+void answerSymbol(const std::string& url, const SymbolRenderer& renderer, unsigned generation,
+                  const ZVWebViewURLSchemeHandler::Completion& completion) {
+    auto png = drawn(url);
+    auto symbol = symbolImageRequestFromURL(url);
+    if (!png && symbol && renderer) {
+        if (auto rendered = renderer(*symbol)) {
+            png = std::make_shared<const Data>(std::move(*rendered));
+            keepDrawn(url, png, generation);
+        }
+    }
+    if (!png) {
+        std::string name = symbol ? symbol->name : url;
+        completion(std::nullopt, std::nullopt,
+                   Error{kURLErrorDomain, kURLErrorFileDoesNotExist, "There is no symbol named \"" + name + "\"."},
+                   false);
+        return;
+    }
+    completion(URLResponse::forData(url, "image/png", std::int64_t(png->size())), *png, std::nullopt, true);
+}
 
 std::string lowerCased(std::string text) {
     for (char& c : text) c = char(std::tolower(static_cast<unsigned char>(c)));
@@ -75,6 +129,8 @@ std::optional<SymbolImageRequest> symbolImageRequestFromURL(std::string_view tex
 void setSymbolRenderer(SymbolRenderer renderer) {
     std::lock_guard lock(gRendererMutex);
     gRenderer = std::move(renderer);
+    ++gRendererGeneration;
+    gDrawn.clear();
 }
 
 SymbolRenderer symbolRenderer() {
@@ -83,18 +139,17 @@ SymbolRenderer symbolRenderer() {
 }
 
 void ZVWebViewURLSchemeHandler::handleSymbolRequest(const URLRequest& request, Completion completion) {
-    auto symbol = symbolImageRequestFromURL(request.url);
-    auto renderer = symbolRenderer();
-    std::optional<Data> png = symbol && renderer ? renderer(*symbol) : std::nullopt;
-    if (!png) {
-        std::string name = symbol ? symbol->name : request.url;
-        completion(std::nullopt, std::nullopt,
-                   Error{kURLErrorDomain, kURLErrorFileDoesNotExist, "There is no symbol named \"" + name + "\"."},
-                   false);
-        return;
+    SymbolRenderer renderer;
+    unsigned generation;
+    {
+        std::lock_guard lock(gRendererMutex);
+        renderer = gRenderer;
+        generation = gRendererGeneration;
     }
-    auto length = std::int64_t(png->size());
-    completion(URLResponse::forData(request.url, "image/png", length), std::move(png), std::nullopt, true);
+    drawingQueue().addOperation([url = request.url, renderer = std::move(renderer), generation,
+                                 completion = std::move(completion)] {
+        answerSymbol(url, renderer, generation, completion);
+    });
 }
 
 void ZVWebViewURLSchemeHandler::makeMissingResourceWithHandler(Completion completion) {

@@ -146,6 +146,7 @@ struct LoadedView {
     std::unique_ptr<test::WebViewWindow> window;
     std::weak_ptr<Handler> handler;
     int loadsFinished = 0;
+    bool webProcessEnded = false;
 };
 
 struct Image {
@@ -203,6 +204,11 @@ protected:
         g_signal_connect(loaded->view->webView(), "load-changed", G_CALLBACK(+[](WebKitWebView*, WebKitLoadEvent event, gpointer data) {
             if (event == WEBKIT_LOAD_FINISHED) ++static_cast<LoadedView*>(data)->loadsFinished;
         }), loaded.get());
+        g_signal_connect(loaded->view->webView(), "web-process-terminated",
+                         G_CALLBACK(+[](WebKitWebView*, WebKitWebProcessTerminationReason, gpointer data) {
+                             static_cast<LoadedView*>(data)->webProcessEnded = true;
+                         }),
+                         loaded.get());
 
         std::string html = "<!doctype html><body>";
         for (const Image& image : page(v))
@@ -220,6 +226,17 @@ protected:
         for (const Image& image : page(v))
             if (outcome.value->value(image.id, -1) != image.width) wrong.push_back(image.id);
         return wrong;
+    }
+
+    // What a load that did not end was waiting for.
+    std::string stillLoading() const {
+        std::string report = "views not finished:";
+        for (int v = kStallingViews; v < kViews; ++v)
+            if (views_[v]->loadsFinished == 0) report += " " + std::to_string(v);
+        report += "; stalled at the server: " + std::to_string(server_.stalledCount()) + "; unanswered:";
+        for (const Ledger::Task& task : ledger_.tasks())
+            if (task.answers == 0) report += " " + task.url;
+        return report;
     }
 
     void close(int v) {
@@ -259,13 +276,18 @@ TEST_F(SchemeLoadTest, AThousandRequestsAcrossFiftyViewsAreEachAnsweredOnce) {
     for (int v = 0; v < kViews; ++v) openView(v);
     // From here on the main loop is the framework's; making the views was the test's.
     StallMeter stalls;
+    const auto webProcessEnded = [&] {
+        return std::any_of(views_.begin(), views_.end(), [](const auto& view) { return view->webProcessEnded; });
+    };
     const bool loaded = test::spinUntil([&] {
+        if (webProcessEnded()) return true;
         for (int v = kStallingViews; v < kViews; ++v)
             if (views_[v]->loadsFinished == 0) return false;
         return server_.stalledCount() == size_t(kStallingViews);
     }, kLoadBound);
     const double loadSeconds = std::chrono::duration<double>(Clock::now() - start).count();
-    ASSERT_TRUE(loaded) << "pages still loading after " << loadSeconds << " s";
+    ASSERT_FALSE(webProcessEnded()) << "the web process ended after " << loadSeconds << " s";
+    ASSERT_TRUE(loaded) << "pages still loading after " << loadSeconds << " s: " << stillLoading();
 
     for (int v = kStallingViews; v < kViews; ++v)
         EXPECT_EQ(wrongImages(v), std::vector<std::string>{}) << "view " << v;

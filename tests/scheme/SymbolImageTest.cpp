@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <future>
+#include <thread>
 
 namespace zv {
 namespace {
@@ -136,52 +138,64 @@ TEST_F(IconThemeSymbolsTest, WeightThickensAndThins) {
     }
 }
 
-// What a scheme routine answered.
+// What a scheme routine answered, and on which thread.
 struct Answer {
     std::optional<URLResponse> response;
     std::optional<Data> data;
     std::optional<Error> error;
     bool untracked = false;
+    std::thread::id thread;
 
-    ZVWebViewURLSchemeHandler::Completion completion() {
-        return [this](auto r, auto d, auto e, bool u) { *this = {std::move(r), std::move(d), std::move(e), u}; };
+    // Waits, bounded, for the answer to what `ask` starts.
+    static Answer of(const std::function<void(ZVWebViewURLSchemeHandler::Completion)>& ask) {
+        auto promise = std::make_shared<std::promise<Answer>>();
+        auto future = promise->get_future();
+        ask([promise](auto r, auto d, auto e, bool u) {
+            promise->set_value({std::move(r), std::move(d), std::move(e), u, std::this_thread::get_id()});
+        });
+        if (future.wait_for(std::chrono::seconds(10)) != std::future_status::ready) {
+            ADD_FAILURE() << "no answer";
+            return {};
+        }
+        return future.get();
+    }
+    static Answer toSymbol(const std::string& url) {
+        URLRequest request;
+        request.url = url;
+        return of([&](auto completion) { ZVWebViewURLSchemeHandler::handleSymbolRequest(request, completion); });
     }
 };
 
 TEST_F(IconThemeSymbolsTest, HandleSymbolRequestAnswersPNGOrFileDoesNotExist) {
-    Answer answer;
-    URLRequest request;
-    request.url = "wren-symbol:paperclip?size=10";
-    ZVWebViewURLSchemeHandler::handleSymbolRequest(request, answer.completion());
+    const std::string url = "wren-symbol:paperclip?size=10";
+    Answer answer = Answer::toSymbol(url);
     ASSERT_TRUE(answer.response && answer.data);
     EXPECT_FALSE(answer.error);
     EXPECT_TRUE(answer.untracked);
-    EXPECT_EQ(answer.response->url, request.url);
+    EXPECT_EQ(answer.response->url, url);
     EXPECT_EQ(answer.response->mimeType, "image/png");
     EXPECT_EQ(answer.response->expectedContentLength, std::int64_t(answer.data->size()));
     EXPECT_EQ(test::pngPixel(*answer.data, 0, 0)->width, 20);
+    EXPECT_NE(answer.thread, std::this_thread::get_id()) << "drawn on the asking thread";
 
-    request.url = "wren-symbol:no.such.symbol";
-    ZVWebViewURLSchemeHandler::handleSymbolRequest(request, answer.completion());
+    answer = Answer::toSymbol("wren-symbol:no.such.symbol");
     EXPECT_FALSE(answer.response || answer.data);
     ASSERT_TRUE(answer.error);
     EXPECT_EQ(answer.error->domain, kURLErrorDomain);
     EXPECT_EQ(answer.error->code, kURLErrorFileDoesNotExist);
     EXPECT_FALSE(answer.untracked);
 
-    // Without a renderer no symbol exists.
+    // Without a renderer no symbol exists, not even one drawn before.
     auto renderer = symbolRenderer();
     setSymbolRenderer(nullptr);
-    request.url = "wren-symbol:paperclip";
-    ZVWebViewURLSchemeHandler::handleSymbolRequest(request, answer.completion());
+    answer = Answer::toSymbol(url);
     setSymbolRenderer(renderer);
     ASSERT_TRUE(answer.error);
     EXPECT_EQ(answer.error->code, kURLErrorFileDoesNotExist);
 }
 
 TEST_F(IconThemeSymbolsTest, ThePlaceholderIsTheLightSymbolInTheAccentColour) {
-    Answer answer;
-    ZVWebViewURLSchemeHandler::makeMissingResourceWithHandler(answer.completion());
+    Answer answer = Answer::of(&ZVWebViewURLSchemeHandler::makeMissingResourceWithHandler);
     ASSERT_TRUE(answer.response && answer.data);
     const Data& data = *answer.data;
     auto request = symbolImageRequestFromURL(answer.response->url);

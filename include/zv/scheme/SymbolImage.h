@@ -40,7 +40,8 @@ struct ZV_EXPORT SymbolImageRequest {
 // Nothing when the text is not a URL.
 ZV_EXPORT std::optional<SymbolImageRequest> symbolImageRequestFromURL(std::string_view url);
 
-// PNG bytes of the symbol, or nothing when no symbol has that name.
+// PNG bytes of the symbol, or nothing when no symbol has that name. The
+// scheme handler calls it on a worker thread.
 using SymbolRenderer = std::function<std::optional<Data>(const SymbolImageRequest&)>;
 
 // The process-wide renderer; setting an empty one removes it. Safe from any thread.

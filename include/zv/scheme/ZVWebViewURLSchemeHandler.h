@@ -149,10 +149,14 @@ public:
 
     // Answers a "wren-symbol" request with the PNG of the symbol (see
     // SymbolImage.h), untracked, or with error -1100 in zv::kURLErrorDomain,
-    // tracked, when there is no such symbol.
+    // tracked, when there is no such symbol. The symbol is drawn on a worker
+    // thread, which calls `completion`, always after this returns (a page of
+    // symbols would otherwise hold the main loop); the last symbols drawn are
+    // kept and answered again without drawing.
     static void handleSymbolRequest(const URLRequest& request, Completion completion);
     // Answers with the placeholder for a missing part: the symbol
-    // "questionmark.square.dashed" at size 36, light, in the accent colour.
+    // "questionmark.square.dashed" at size 36, light, in the accent colour,
+    // as handleSymbolRequest does.
     static void makeMissingResourceWithHandler(Completion completion);
 
 private:
