@@ -54,6 +54,7 @@
   // Text directly inside these is not searched (mark.js leaves it out too, so
   // both ways of painting count the same).
   const UNSEARCHED = new Set(["script", "style", "title", "head", "html"]);
+  const UNSEARCHED_SELECTOR = Array.from(UNSEARCHED).join(", ");
 
   // What shows the matches of the last search text; `matches` has one entry per match.
   const NOTHING = { matches: [], show: function () {}, top: function () { return 0; },
@@ -163,20 +164,24 @@
     return watching;
   }
 
+  // Where the body holds no element whose text is left out, the engine's own
+  // text of the body is the searched text: the walk only measures the nodes
+  // and reads none of their text into the script.
   function buildIndex() {
+    const whole = !document.body.querySelector(UNSEARCHED_SELECTOR);
     const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
     const nodes = [];
     const starts = [];
     const pieces = [];
     let length = 0;
     for (let node = walker.nextNode(); node; node = walker.nextNode()) {
-      if (UNSEARCHED.has(node.parentNode.localName)) continue;
+      if (!whole && UNSEARCHED.has(node.parentNode.localName)) continue;
       starts.push(length);
       nodes.push(node);
-      pieces.push(node.data);
-      length += node.data.length;
+      if (!whole) pieces.push(node.data);
+      length += node.length;
     }
-    return { nodes: nodes, starts: starts, text: pieces.join("") };
+    return { nodes: nodes, starts: starts, text: whole ? document.body.textContent : pieces.join("") };
   }
 
   function textIndex() {
