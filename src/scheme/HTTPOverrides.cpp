@@ -38,12 +38,8 @@ void refuse(const URLRequest&, ZVWebViewURLSchemeHandler::Completion completion)
 // here, off the main thread, one at a time and in the order asked: a store
 // comes before any lookup asked after it.
 OperationQueue& cacheQueue() {
-    static std::shared_ptr<OperationQueue> queue = [] {
-        auto created = OperationQueue::create();
-        created->setMaxConcurrentOperationCount(1);
-        created->start();
-        return created;
-    }();
+    static const std::shared_ptr<OperationQueue> queue =
+        OperationQueue::withSetup([](OperationQueue& created) { created.setMaxConcurrentOperationCount(1); }, nullptr);
     return *queue;
 }
 

@@ -30,12 +30,8 @@ std::map<std::string, std::shared_ptr<const Data>> gDrawn;
 // Symbols are drawn here, one at a time: a page of them would otherwise hold
 // the main loop for a millisecond or two each.
 OperationQueue& drawingQueue() {
-    static std::shared_ptr<OperationQueue> queue = [] {
-        auto created = OperationQueue::create();
-        created->setMaxConcurrentOperationCount(1);
-        created->start();
-        return created;
-    }();
+    static const std::shared_ptr<OperationQueue> queue =
+        OperationQueue::withSetup([](OperationQueue& created) { created.setMaxConcurrentOperationCount(1); }, nullptr);
     return *queue;
 }
 
