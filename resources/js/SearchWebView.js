@@ -124,13 +124,19 @@
     return count;
   }
 
+  // The engine's own text of the body, where it is the searched text: the body
+  // holds no element whose text is left out. Null otherwise.
+  function wholeBodyText() {
+    return document.body.querySelector(UNSEARCHED_SELECTOR) ? null : document.body.textContent;
+  }
+
   // The engine's own text of the body answers "no match" far sooner than a
-  // walk over its text nodes. It is the text that is searched unless the body
-  // holds scripts or style sheets (whose text is left out).
+  // walk over its text nodes.
   function mayMatch(expression) {
-    if (document.body.querySelector("script, style")) return true;
+    const text = wholeBodyText();
+    if (text === null) return true;
     expression.lastIndex = 0;
-    const found = expression.test(document.body.textContent);
+    const found = expression.test(text);
     expression.lastIndex = 0;
     return found;
   }
@@ -164,24 +170,23 @@
     return watching;
   }
 
-  // Where the body holds no element whose text is left out, the engine's own
-  // text of the body is the searched text: the walk only measures the nodes
-  // and reads none of their text into the script.
+  // Where the engine's text of the body is the searched text, the walk only
+  // measures the nodes and reads none of their text into the script.
   function buildIndex() {
-    const whole = !document.body.querySelector(UNSEARCHED_SELECTOR);
+    const whole = wholeBodyText();
     const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
     const nodes = [];
     const starts = [];
     const pieces = [];
     let length = 0;
     for (let node = walker.nextNode(); node; node = walker.nextNode()) {
-      if (!whole && UNSEARCHED.has(node.parentNode.localName)) continue;
+      if (whole === null && UNSEARCHED.has(node.parentNode.localName)) continue;
       starts.push(length);
       nodes.push(node);
-      if (!whole) pieces.push(node.data);
+      if (whole === null) pieces.push(node.data);
       length += node.length;
     }
-    return { nodes: nodes, starts: starts, text: whole ? document.body.textContent : pieces.join("") };
+    return { nodes: nodes, starts: starts, text: whole === null ? pieces.join("") : whole };
   }
 
   function textIndex() {
