@@ -43,6 +43,7 @@ struct Viewer {
     bool imagesShown = false;
     bool alwaysChosen = false;
     bool linkFollowed = false;
+    bool processEnded = false;
     int linkTicks = 0;
 };
 
@@ -86,6 +87,14 @@ bool readyForScreenshot(Viewer& viewer) {
         viewer.linkFollowed = true;
         followMessageLink(cards.back()->bodyView()->webView(), *viewer.arguments.followLink);
         return false;
+    }
+    if (viewer.arguments.endWebProcess && !cards.empty()) {
+        MessageCard& card = *cards.back();
+        if (!viewer.processEnded && card.bodyView()) {
+            viewer.processEnded = true;
+            webkit_web_view_terminate_web_process(card.bodyView()->webView());
+        }
+        if (!card.isBodyStopped()) return false;
     }
     // A link's question comes a moment after the click, if at all.
     if (viewer.linkFollowed && !shownLinkQuestion() && ++viewer.linkTicks < 30) return false;
