@@ -115,7 +115,6 @@ void activate(GtkApplication* application, gpointer data) {
     auto& viewer = *static_cast<Viewer*>(data);
     if (viewer.window) {
         gtk_window_present(viewer.window->window());
-    restoreRendererChoice();
         return;
     }
     installViewerStyleSheet();
@@ -135,6 +134,8 @@ void activate(GtkApplication* application, gpointer data) {
     };
     viewer.extensions = std::make_unique<ViewerExtensions>(*viewer.window);
     gtk_window_present(viewer.window->window());
+    // GTK has taken its renderer for good with the first window.
+    restoreRendererChoice();
     if (viewer.arguments.page) {
         viewer.page = viewer.extensions->showPage(*viewer.arguments.page == "about" ? "MailViewerAbout" : "MailViewerHelp");
         viewer.page->pageController()->setPageLoadedCompletion(
