@@ -18,11 +18,28 @@ gboolean runOnce(gpointer data) {
 
 void destroyWork(gpointer data) { delete static_cast<std::function<void()>*>(data); }
 
-// One turn of the loop: whatever is ready, else a short sleep so a spin does
-// not burn a core.
-void iterateOnce() {
-    if (!g_main_context_iteration(nullptr, FALSE)) g_usleep(1000);
-}
+// While a spin lasts, the loop's poll wakes at least every millisecond:
+// `done` may turn true on another thread, which nothing here hears of. Its
+// events (a web process's answer) wake the poll at once; a sleep between
+// turns kept each of them waiting up to a millisecond more.
+class MillisecondWake {
+public:
+    MillisecondWake() : source_(g_timeout_source_new(1)) {
+        g_source_set_callback(source_, +[](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
+        g_source_attach(source_, nullptr);
+    }
+    ~MillisecondWake() {
+        g_source_destroy(source_);
+        g_source_unref(source_);
+    }
+    MillisecondWake(const MillisecondWake&) = delete;
+    MillisecondWake& operator=(const MillisecondWake&) = delete;
+
+private:
+    GSource* source_;
+};
+
+void iterateOnce() { g_main_context_iteration(nullptr, TRUE); }
 
 }  // namespace
 
@@ -41,11 +58,13 @@ void dispatchMainAsync(std::function<void()> work) {
 }
 
 void spinMainContextUntil(const std::function<bool()>& done) {
+    MillisecondWake wake;
     while (!done()) iterateOnce();
 }
 
 bool spinMainContextUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
     auto deadline = std::chrono::steady_clock::now() + timeout;
+    MillisecondWake wake;
     while (!done()) {
         if (std::chrono::steady_clock::now() >= deadline) return false;
         iterateOnce();
@@ -54,7 +73,10 @@ bool spinMainContextUntil(const std::function<bool()>& done, std::chrono::millis
 }
 
 void CompletionSignal::signal() {
-    if (!signalled_.exchange(true, std::memory_order_acq_rel)) semaphore_.release();
+    if (signalled_.exchange(true, std::memory_order_acq_rel)) return;
+    semaphore_.release();
+    // A main thread spinning for this signal sees it now, not at its next wake.
+    g_main_context_wakeup(nullptr);
 }
 
 void CompletionSignal::wait() {
