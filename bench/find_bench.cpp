@@ -11,7 +11,7 @@
 //    "found" call for the first match of the next message with matches, and
 //    a step inside a message; the 99th percentile of all the steps.
 //
-// usage: find_bench [--composited] [--gl] [--fresh] CORPUS_DIR [QUERY] [MESSAGES] [REPETITIONS]
+// usage: find_bench [--composited] [--gl] [--fresh] [--after TEXT] CORPUS_DIR [QUERY] [MESSAGES] [REPETITIONS]
 //   CORPUS_DIR holds the .html documents bench/extract_corpus_html.py writes
 //   (OUT/corpus); the first MESSAGES (50) of them under 200 KB, in name order.
 //   The views are set up as the mail viewer sets up its message views:
@@ -24,7 +24,9 @@
 //   its matches; --fresh changes every page and changes it back before each
 //   timed search (untimed), so that the search removes the old highlights,
 //   reads the page and finds and paints its matches again, as a new text on a
-//   new page would.
+//   new page would. --after TEXT searches TEXT (untimed) before each timed
+//   search: the pages keep what they read for it, as when a reader types
+//   the next letter of a search ("th", then "the").
 // Needs a display (run it under xvfb-run -a). Remote content goes to a dead
 // proxy: the corpus holds live URLs, and the network is not what is measured.
 #include <zv/find/FindOptions.h>
@@ -167,15 +169,22 @@ bool touchEveryPage(const Thread& thread) {
 int main(int argc, char** argv) {
     bool composited = false, fresh = false, unknown = false;
     [[maybe_unused]] bool gl = false;  // without the viewer, GTK chooses anyway
+    std::string after;
     for (; argc > 1 && std::string(argv[1]).starts_with("--"); --argc, ++argv) {
         const std::string flag = argv[1];
+        if (flag == "--after" && argc > 2) {
+            after = argv[2];
+            --argc, ++argv;
+            continue;
+        }
         composited |= flag == "--composited";
         gl |= flag == "--gl";
         fresh |= flag == "--fresh";
         unknown |= flag != "--composited" && flag != "--gl" && flag != "--fresh";
     }
     if (argc < 2 || unknown) {
-        std::fprintf(stderr, "usage: find_bench [--composited] [--gl] [--fresh] CORPUS_DIR [QUERY] [MESSAGES] [REPETITIONS]\n");
+        std::fprintf(stderr, "usage: find_bench [--composited] [--gl] [--fresh] [--after TEXT] CORPUS_DIR [QUERY] "
+                             "[MESSAGES] [REPETITIONS]\n");
         return 2;
     }
     const std::string query = argc > 2 ? argv[2] : "the";
@@ -254,6 +263,13 @@ int main(int argc, char** argv) {
     // The first round of each (engine warming up its JIT) is not counted.
     for (int r = -1; r < repetitions; ++r) {
         if (fresh && !touchEveryPage(*thread)) return 1;
+        if (!after.empty()) {
+            settle();
+            gtk_editable_set_text(GTK_EDITABLE(controller->searchField()), after.c_str());
+            controller->findNow();
+            if (!spinUntil([&] { return controller->currentCount() < kSentinel; })) return 1;
+            gtk_editable_set_text(GTK_EDITABLE(controller->searchField()), query.c_str());
+        }
         settle();
         auto start = Clock::now();
         controller->findNow();
