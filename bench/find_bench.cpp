@@ -31,6 +31,7 @@
 // proxy: the corpus holds live URLs, and the network is not what is measured.
 #include <zv/find/FindOptions.h>
 #include <zv/find/ZVWebViewFindController.h>
+#include <zv/foundation/MainThread.h>
 #include <zv/foundation/UserDefaults.h>
 #include <zv/html/HTMLDocument.h>
 #include <zv/html/HTMLParser.h>
@@ -60,20 +61,8 @@ constexpr int64_t kSentinel = 1'000'000;
 
 // Waits in the main loop's poll, as an application does: polling it in a
 // loop took a share of a core from the web process on a two-core machine.
-// The timer wakes the loop to check the bound.
 bool spinUntil(const std::function<bool()>& done, std::chrono::seconds bound = 60s) {
-    auto deadline = Clock::now() + bound;
-    guint wake = g_timeout_add(100, +[](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
-    bool reached = true;
-    while (!done()) {
-        if (Clock::now() > deadline) {
-            reached = false;
-            break;
-        }
-        g_main_context_iteration(nullptr, TRUE);
-    }
-    g_source_remove(wake);
-    return reached;
+    return zv::spinMainContextUntil(done, bound);
 }
 
 // Runs the main loop for a while untimed, so that what the web process still

@@ -16,6 +16,7 @@
 // Needs a display (scripts/run-benchmarks runs it under xvfb-run -a). Remote
 // content is refused through a dead proxy: the corpus holds live phishing
 // URLs, and remote loads would measure the network, not the view.
+#include <zv/foundation/MainThread.h>
 #include <zv/html/HTMLParser.h>
 #include <zv/webview/ScriptEvaluation.h>
 #include <zv/webview/WebViewContent.h>
@@ -46,21 +47,8 @@ using namespace std::chrono_literals;
 constexpr auto kBound = 60s;
 
 // Waits in the main loop's poll, as an application does, so a reply is
-// handled the moment it arrives; the timer wakes the loop to check the bound.
-bool spinUntil(const std::function<bool()>& done) {
-    auto deadline = Clock::now() + kBound;
-    guint wake = g_timeout_add(10, +[](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
-    bool reached = true;
-    while (!done()) {
-        if (Clock::now() > deadline) {
-            reached = false;
-            break;
-        }
-        g_main_context_iteration(nullptr, TRUE);
-    }
-    g_source_remove(wake);
-    return reached;
-}
+// handled the moment it arrives.
+bool spinUntil(const std::function<bool()>& done) { return zv::spinMainContextUntil(done, kBound); }
 
 double median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
