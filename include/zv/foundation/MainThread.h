@@ -32,8 +32,11 @@ ZV_EXPORT bool isMainThread();
 ZV_EXPORT void dispatchMainAsync(std::function<void()> work);
 
 // Spins the default main context until `done` answers true; `done` is asked
-// before each iteration. The bounded form gives up after `timeout` and
-// answers whether `done` became true. Call only on the main thread.
+// before each iteration. Between iterations it blocks in the loop's poll, so
+// an event (a web process's answer) is handled as it arrives; it wakes at
+// least every millisecond, for a `done` that another thread makes true. The
+// bounded form gives up after `timeout` and answers whether `done` became
+// true. Call only on the main thread.
 ZV_EXPORT void spinMainContextUntil(const std::function<bool()>& done);
 ZV_EXPORT bool spinMainContextUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
 
