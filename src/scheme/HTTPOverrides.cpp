@@ -110,8 +110,9 @@ void ZVWebViewURLSchemeHandler::handleRequest(const URLRequest& incoming, const 
     });
 }
 
-// On the main thread; `cache` (none for a request that is not cached) gets
-// the answer off it.
+// Started on the main thread, for the delegate. The answer comes on the HTTP
+// loader's thread, where its body is copied for `cache` (none for a request
+// that is not cached) and the completion sends it on to the task's thread.
 void ZVWebViewURLSchemeHandler::fetch(const URLRequest& incoming, const URLRequest& rewritten,
                                       std::shared_ptr<URLCache> cache, Completion completion) {
     recordPendingLoad(incoming.url);
