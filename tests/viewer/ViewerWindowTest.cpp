@@ -20,6 +20,7 @@
 #include <gtest/gtest.h>
 
 #include <dirent.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -42,10 +43,10 @@ const bool kPrivateFolders = [] {
     return true;
 }();
 
-// Web processes this process started, counted from /proc, so the count does
-// not depend on anything the viewer reports.
-int childWebProcesses() {
-    int count = 0;
+// Web processes this process started, found in /proc, so the count does not
+// depend on anything the viewer reports.
+std::vector<pid_t> webProcessesStarted() {
+    std::vector<pid_t> found;
     DIR* proc = opendir("/proc");
     while (dirent* entry = proc ? readdir(proc) : nullptr) {
         std::ifstream stat(std::string("/proc/") + entry->d_name + "/stat");
@@ -58,11 +59,13 @@ int childWebProcesses() {
         int parent = 0;
         char state = 0;
         if (std::sscanf(line.c_str() + close + 1, " %c %d", &state, &parent) != 2) continue;
-        if (parent == getpid() && name.starts_with("WebKitWebProces") && state != 'Z') ++count;
+        if (parent == getpid() && name.starts_with("WebKitWebProces") && state != 'Z') found.push_back(std::atoi(entry->d_name));
     }
     if (proc) closedir(proc);
-    return count;
+    return found;
 }
+
+std::size_t childWebProcesses() { return webProcessesStarted().size(); }
 
 std::string relatedMessage(const std::string& id, const std::string& references, const std::string& html, int minute) {
     return htmlMessage(id, "Re: Plans", html, "References: " + references + "\n", minute);
@@ -163,6 +166,30 @@ TEST_F(ViewerWindowTest, AConversationLoadsAllItsMessagesInOneWebProcess) {
     // Views of conversations shown before may still be shutting down.
     EXPECT_TRUE(zv::test::spinUntil([] { return childWebProcesses() == 1; }, 10s))
         << childWebProcesses() << " web processes for one conversation";
+}
+
+TEST_F(ViewerWindowTest, MessagesWhoseWebProcessEndsSaySoAndShowAgainInANewOne) {
+    ASSERT_TRUE(showAndWait("Plans"));
+    ASSERT_TRUE(zv::test::spinUntil([] { return childWebProcesses() == 1; }, 10s));
+    const pid_t ended = webProcessesStarted().front();
+    ASSERT_EQ(kill(ended, SIGKILL), 0);
+    const auto& cards = window_->conversationView().cards();
+    ASSERT_TRUE(zv::test::spinUntil([&] {
+        return std::all_of(cards.begin(), cards.end(), [](const auto& card) { return card->isBodyStopped(); });
+    }, 10s)) << "every card whose body the process drew says so";
+    EXPECT_TRUE(window_->conversationView().isLoaded());
+    EXPECT_EQ(cards[0]->bodyView(), nullptr);
+
+    MessageCard& first = *cards[0];
+    first.showBodyAgain();
+    ASSERT_TRUE(zv::test::spinUntil([&] { return first.isBodyLoaded(); }, kConversationTimeout));
+    EXPECT_FALSE(first.isBodyStopped());
+    EXPECT_TRUE(cards[1]->isBodyStopped()) << "only the card asked shows again";
+    auto text = evaluate(first.bodyView()->webView(), "document.body.textContent");
+    ASSERT_TRUE(text && text->is_string());
+    EXPECT_NE(text->get<std::string>().find("first plan"), std::string::npos);
+    const auto now = webProcessesStarted();
+    EXPECT_TRUE(std::find(now.begin(), now.end(), ended) == now.end());
 }
 
 TEST_F(ViewerWindowTest, AMessagesOwnScriptsNeverRun) {

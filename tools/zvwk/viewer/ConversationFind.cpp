@@ -71,7 +71,7 @@ void ConversationFind::makeDelegate() {
                                                    std::function<void(std::shared_ptr<zv::ZVWebView>)> completion) {
         auto self = weak.lock();
         auto card = cardOf(item);
-        if (!self || !card || card->isError()) {
+        if (!self || !card || card->isError() || card->isBodyStopped()) {
             completion(nullptr);
             return;
         }

@@ -39,7 +39,8 @@ void ConversationView::startWebProcess() {
     g_signal_connect(processView_->webView(), "web-process-terminated", G_CALLBACK(onWebProcessTerminated), nullptr);
 }
 
-// A crashed process takes the messages it showed with it; the next ones get a new one.
+// A crashed process takes the messages it showed with it (each card says so
+// and shows its message again when asked); the next views get a new one.
 void ConversationView::onWebProcessTerminated(WebKitWebView* view, WebKitWebProcessTerminationReason, gpointer) {
     webkit_web_view_load_html(view, "", "about:blank");
 }
@@ -136,7 +137,7 @@ void ConversationView::setZoomLevel(double level) {
 
 bool ConversationView::isLoaded() const {
     for (const auto& card : cards_) {
-        if (!card->isExpanded() || card->isError()) continue;
+        if (!card->isExpanded() || card->isError() || card->isBodyStopped()) continue;
         if (!card->isContentRead()) return false;
         if (card->awaitsBodyView() ? !isLaidOut(*card) || isNearScreen(*card) : !card->isBodyLoaded()) return false;
     }

@@ -2,6 +2,7 @@
 
 #include "AttachmentChip.h"
 #include "AttachmentFiles.h"
+#include "BodyStoppedBox.h"
 #include "DateText.h"
 #include "MessageBodyView.h"
 #include "MessageErrorBox.h"
@@ -80,6 +81,15 @@ std::optional<Scope> rememberedScope(zv::RemoteContentChoices& choices, const st
     for (const auto& choice : choices.choices())
         if (choice == own) return Scope::Sender;
     return Scope::Domain;
+}
+
+const char* stopReason(WebKitWebProcessTerminationReason reason) {
+    switch (reason) {
+    case WEBKIT_WEB_PROCESS_CRASHED: return "The process that draws messages stopped unexpectedly.";
+    case WEBKIT_WEB_PROCESS_EXCEEDED_MEMORY_LIMIT: return "The process that draws messages ran out of memory.";
+    case WEBKIT_WEB_PROCESS_TERMINATED_BY_API: break;
+    }
+    return "The process that draws messages was stopped.";
 }
 
 }  // namespace
@@ -294,12 +304,12 @@ void MessageCard::showPlaceholder(bool shown) {
 }
 
 void MessageCard::updateBodyButtons() {
-    if (plainTextButton_) gtk_widget_set_visible(plainTextButton_, expanded_ && !isError());
-    if (printButton_) gtk_widget_set_visible(printButton_, expanded_ && !isError());
+    if (plainTextButton_) gtk_widget_set_visible(plainTextButton_, expanded_ && !isError() && !stoppedBox_);
+    if (printButton_) gtk_widget_set_visible(printButton_, expanded_ && !isError() && !stoppedBox_);
     // Colours are the HTML body's; a text body follows the desktop anyway.
     if (originalColoursButton_)
-        gtk_widget_set_visible(originalColoursButton_, expanded_ && contentRead_ && !isError() && content_.html &&
-                                                           !asPlainText_);
+        gtk_widget_set_visible(originalColoursButton_,
+                               expanded_ && contentRead_ && !isError() && !stoppedBox_ && content_.html && !asPlainText_);
 }
 
 void MessageCard::makeBodyView() {
@@ -310,6 +320,7 @@ void MessageCard::makeBodyView() {
 
     WebKitWebView* webView = view_->webView();
     g_signal_connect(webView, "load-changed", G_CALLBACK(onLoadChanged), this);
+    g_signal_connect(webView, "web-process-terminated", G_CALLBACK(onWebProcessTerminated), this);
     GtkEventController* scroll = gtk_event_controller_scroll_new(GTK_EVENT_CONTROLLER_SCROLL_VERTICAL);
     gtk_event_controller_set_propagation_phase(scroll, GTK_PHASE_CAPTURE);
     g_signal_connect(scroll, "scroll", G_CALLBACK(onScroll), this);
@@ -488,6 +499,37 @@ void MessageCard::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer 
     if (event != WEBKIT_LOAD_FINISHED) return;
     card->navigationFinished_ = true;
     if (card->heightKnown_) card->finishBodyLoad();
+}
+
+void MessageCard::onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason reason, gpointer self) {
+    static_cast<MessageCard*>(self)->bodyStopped(reason);
+}
+
+void MessageCard::bodyStopped(WebKitWebProcessTerminationReason reason) {
+    if (!view_ || stoppedBox_) return;
+    g_signal_handlers_disconnect_by_data(view_->webView(), this);
+    g_signal_handlers_disconnect_by_data(view_->userContentManager(), this);
+    gtk_box_remove(GTK_BOX(bodyBox_), GTK_WIDGET(view_->webView()));
+    view_.reset();
+    handler_.reset();
+    showPlaceholder(false);
+    heightKnown_ = navigationFinished_ = scrollsInside_ = false;
+    stoppedBox_ = zvwk_body_stopped_box_new(stopReason(reason), style_.dark);
+    g_signal_connect(stoppedBox_, "show-again",
+                     G_CALLBACK(+[](GtkWidget*, gpointer self) { static_cast<MessageCard*>(self)->showBodyAgain(); }),
+                     this);
+    gtk_box_insert_child_after(GTK_BOX(bodyBox_), stoppedBox_, remoteBar_);
+    updateBodyButtons();
+    // Settled either way: a conversation or a find waiting for this body waits no longer.
+    const bool wasLoaded = std::exchange(bodyLoaded_, false);
+    if (!wasLoaded && settled) settled(*this);
+}
+
+void MessageCard::showBodyAgain() {
+    if (!stoppedBox_) return;
+    gtk_box_remove(GTK_BOX(bodyBox_), std::exchange(stoppedBox_, nullptr));
+    updateExpansion();
+    if (expanded_ && !view_) makeBodyView();
 }
 
 gboolean MessageCard::onScroll(GtkEventControllerScroll* controller, double, double dy, gpointer self) {

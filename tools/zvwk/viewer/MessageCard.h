@@ -86,13 +86,18 @@ public:
     // Without it, the view is made as soon as the message is read.
     std::function<bool(const MessageCard&)> bodyViewWanted;
     // Expanded and read, with no body view yet.
-    bool awaitsBodyView() const { return expanded_ && contentRead_ && !isError() && !view_; }
+    bool awaitsBodyView() const { return expanded_ && contentRead_ && !isError() && !view_ && !stoppedBox_; }
     void makeBodyViewIfWanted();
     // Expands the card and makes its view whether wanted or not (find
     // searches every message), now or as soon as the message is read.
     void makeBodyViewAnyway();
     zv::ZVWebViewURLSchemeHandler* schemeHandler() const { return handler_.get(); }
     bool isBodyLoaded() const { return bodyLoaded_; }
+    // The web process that drew the body ended (a crash, its memory limit):
+    // the card says so where the body was, drops the dead view and settles.
+    // A new view is made only when asked (its button, or showBodyAgain).
+    bool isBodyStopped() const { return stoppedBox_ != nullptr; }
+    void showBodyAgain();
     // The document the view shows (or will show when it is made).
     const std::string& preparedHTML() const { return preparedHTML_; }
     int bodyHeight() const { return bodyHeight_; }
@@ -156,8 +161,10 @@ private:
     void updateBodyButtons();
     void updateRemoteBar();
     void showPlaceholder(bool shown);
+    void bodyStopped(WebKitWebProcessTerminationReason reason);
 
     static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self);
+    static void onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason reason, gpointer self);
     static void onHeightMessage(WebKitUserContentManager*, JSCValue* value, gpointer self);
     static gboolean onScroll(GtkEventControllerScroll* controller, double dx, double dy, gpointer self);
 
@@ -176,6 +183,7 @@ private:
     GtkWidget* bodyBox_ = nullptr;
     GtkWidget* remoteBar_ = nullptr;  // first in bodyBox_ once made
     GtkWidget* placeholder_ = nullptr;  // stands for a body view not made yet
+    GtkWidget* stoppedBox_ = nullptr;  // where the body was, once its process ended
     std::shared_ptr<zv::ZVWebView> view_;
     std::shared_ptr<zv::ZVWebViewURLSchemeHandler> handler_;
     bool expanded_ = false;

@@ -32,6 +32,8 @@ std::optional<ViewArguments> parseViewArguments(const std::vector<std::string>& 
             }
         } else if (arg == "--show-images") {
             parsed.showImages = true;
+        } else if (arg == "--end-web-process") {
+            parsed.endWebProcess = true;
         } else if (arg == "--select" || arg == "--follow-link") {
             const std::string& value = args[++i];
             std::size_t n = 0;

@@ -1,7 +1,7 @@
 // The command line of `zvwk view`.
 //
 //   zvwk view [--screenshot FILE.png] [--select N] [--find TEXT] [--page about|help] [--show-images]
-//             [--follow-link N] [--always-show sender|domain] PATH...
+//             [--follow-link N] [--always-show sender|domain] [--end-web-process] PATH...
 //
 // --select N shows the Nth conversation of the list (1 is the newest);
 // --screenshot renders the window without a user, writes the PNG once the
@@ -11,7 +11,9 @@
 // --follow-link N clicks that card's Nth link (from 1) as the reader would,
 // and the link warning that may come up is drawn over the window;
 // --always-show chooses "Always show remote content" for the newest card's
-// sender or domain, as the bar's menu would (the choice is kept).
+// sender or domain, as the bar's menu would (the choice is kept);
+// --end-web-process ends the web process of the conversation once loaded, so
+// the window shows what a reader sees when it crashes.
 #pragma once
 
 #include <cstddef>
@@ -30,6 +32,7 @@ struct ViewArguments {
     bool showImages = false;  // presses "Show remote content" on the newest card once loaded
     std::optional<std::size_t> followLink;  // 0-based
     std::optional<std::string> alwaysShow;  // "sender" or "domain"
+    bool endWebProcess = false;
 };
 
 // Nothing, with `error` set, for a command line that cannot be used.

@@ -43,6 +43,7 @@ struct Viewer {
     bool imagesShown = false;
     bool alwaysChosen = false;
     bool linkFollowed = false;
+    bool processEnded = false;
     int linkTicks = 0;
 };
 
@@ -87,6 +88,14 @@ bool readyForScreenshot(Viewer& viewer) {
         followMessageLink(cards.back()->bodyView()->webView(), *viewer.arguments.followLink);
         return false;
     }
+    if (viewer.arguments.endWebProcess && !cards.empty()) {
+        MessageCard& card = *cards.back();
+        if (!viewer.processEnded && card.bodyView()) {
+            viewer.processEnded = true;
+            webkit_web_view_terminate_web_process(card.bodyView()->webView());
+        }
+        if (!card.isBodyStopped()) return false;
+    }
     // A link's question comes a moment after the click, if at all.
     if (viewer.linkFollowed && !shownLinkQuestion() && ++viewer.linkTicks < 30) return false;
     // A few more ticks so images and the last layout reach the screen.
@@ -106,7 +115,6 @@ void activate(GtkApplication* application, gpointer data) {
     auto& viewer = *static_cast<Viewer*>(data);
     if (viewer.window) {
         gtk_window_present(viewer.window->window());
-    restoreRendererChoice();
         return;
     }
     installViewerStyleSheet();
@@ -126,6 +134,8 @@ void activate(GtkApplication* application, gpointer data) {
     };
     viewer.extensions = std::make_unique<ViewerExtensions>(*viewer.window);
     gtk_window_present(viewer.window->window());
+    // GTK has taken its renderer for good with the first window.
+    restoreRendererChoice();
     if (viewer.arguments.page) {
         viewer.page = viewer.extensions->showPage(*viewer.arguments.page == "about" ? "MailViewerAbout" : "MailViewerHelp");
         viewer.page->pageController()->setPageLoadedCompletion(
