@@ -1,12 +1,12 @@
 #include "HTTPLoader.h"
 
 #include <zv/foundation/GObjectRef.h>
-#include <zv/foundation/MainThread.h>
 
 #include <libsoup/soup.h>
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <memory>
 #include <strings.h>
 #include <utility>
@@ -23,7 +23,7 @@ SoupSession* newSession(unsigned timeoutSeconds) {
                                          "max-conns", kConnectionsPerHost * 4, nullptr);
 }
 
-// Created on first use on the main thread and kept for the life of the process.
+// Created on first use on the loader's thread and kept for the life of the process.
 SoupSession* sharedSession() {
     static SoupSession* session = newSession(unsigned(URLRequest::kDefaultTimeoutInterval));
     return session;
@@ -126,14 +126,45 @@ void start(const URLRequest& request, HTTPCompletion completion) {
     soup_session_send_and_read_async(session, message, G_PRIORITY_DEFAULT, nullptr, loaded, load);
 }
 
+gpointer runLoader(gpointer data) {
+    GMainContext* context = static_cast<GMainContext*>(data);
+    // Thread default, so that every session made here does its I/O here.
+    g_main_context_push_thread_default(context);
+    GMainLoop* loop = g_main_loop_new(context, FALSE);
+    g_main_loop_run(loop);
+    return nullptr;
+}
+
+// Started on first use and never stopped: the shared session lives as long.
+GMainContext* loaderContext() {
+    static GMainContext* context = [] {
+        GMainContext* created = g_main_context_new();
+        g_thread_unref(g_thread_new("zv-http", runLoader, created));
+        return created;
+    }();
+    return context;
+}
+
+gboolean runOnce(gpointer data) {
+    (*static_cast<std::function<void()>*>(data))();
+    return G_SOURCE_REMOVE;
+}
+
+void destroyWork(gpointer data) { delete static_cast<std::function<void()>*>(data); }
+
 }  // namespace
 
 void loadHTTP(const URLRequest& request, HTTPCompletion completion) {
-    if (isMainThread()) {
+    // An idle source rather than g_main_context_invoke, which would start the
+    // load at once when a completion on the loader's thread asks for another.
+    auto* work = new std::function<void()>([request, completion = std::move(completion)]() mutable {
         start(request, std::move(completion));
-        return;
-    }
-    dispatchMainAsync([request, completion = std::move(completion)] { start(request, completion); });
+    });
+    GSource* source = g_idle_source_new();
+    g_source_set_priority(source, G_PRIORITY_DEFAULT);
+    g_source_set_callback(source, runOnce, work, destroyWork);
+    g_source_attach(source, loaderContext());
+    g_source_unref(source);
 }
 
 }  // namespace zv

@@ -1,8 +1,16 @@
 // Loads over HTTP with libsoup, for the internal HTTP schemes: the request's
 // method, header fields and body go out as they are.
 //
-// All libsoup work runs on the main context: a load asked for on another
-// thread starts there, and its completion always comes there. Requests with
+// All libsoup work runs on one thread of the loader's own, started on first
+// use, with a main context of its own, so that a busy main loop does not hold
+// up a load and reading answers does not cost the main loop. loadHTTP may be
+// called from any thread and returns at once; the load starts on the
+// loader's thread and its completion comes there, always after loadHTTP has
+// returned, even for a URL refused at once. A completion holds up every
+// other load while it runs: it does what must follow the answer at once
+// (handing the body on, queueing a cache write) and sends anything that
+// touches the main thread's objects, such as a WebKit task, to the main
+// thread. There is no cancelling a load. Requests with
 // the default time-out of 60 seconds share one process-wide session (six
 // connections per host, as browsers allow); any other time-out gets a
 // session of its own, dropped when its load ends. libsoup counts time-outs

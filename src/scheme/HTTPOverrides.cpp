@@ -104,19 +104,26 @@ void ZVWebViewURLSchemeHandler::handleRequest(const URLRequest& incoming, const 
             return;
         }
         log(LogLevel::Info, "RequestCache: no cached response for " + rewritten.url, {kLogIdentifier, "URLHandling"});
-        dispatchMainAsync([self, incoming, rewritten, cache, completion = std::move(completion)]() mutable {
-            self->fetch(incoming, rewritten, std::move(cache), std::move(completion));
-        });
+        self->fetch(incoming, rewritten, std::move(cache), std::move(completion));
     });
 }
 
-// On the main thread; `cache` (none for a request that is not cached) gets
-// the answer off it.
+// From any thread: a miss goes from the cache's thread straight to the HTTP
+// loader's. The delegate hears of the load on the main thread, queued there
+// before the load starts, so before any answer the completion queues there.
+// The answer comes on the loader's thread, where its body is copied for
+// `cache` (none for a request that is not cached) and handed on.
 void ZVWebViewURLSchemeHandler::fetch(const URLRequest& incoming, const URLRequest& rewritten,
                                       std::shared_ptr<URLCache> cache, Completion completion) {
     recordPendingLoad(incoming.url);
-    if (auto delegate = this->delegate(); delegate && delegate->startedURLRequest)
-        delegate->startedURLRequest(*this, incoming);
+    auto announce = [self = shared_from_this(), incoming] {
+        if (auto delegate = self->delegate(); delegate && delegate->startedURLRequest)
+            delegate->startedURLRequest(*self, incoming);
+    };
+    if (isMainThread())
+        announce();
+    else
+        dispatchMainAsync(std::move(announce));
 
     loadHTTP(rewritten, [cache, key = rewritten.url, completion = std::move(completion)](
                             std::optional<URLResponse> response, std::optional<Data> data, std::optional<Error> error) {

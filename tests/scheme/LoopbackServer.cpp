@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <future>
 #include <memory>
 #include <stdexcept>
 
@@ -46,24 +47,77 @@ Surface surfaceOf(const Data& png) {
 
 }  // namespace
 
-LoopbackServer::LoopbackServer() : server_(soup_server_new(nullptr, nullptr)) {
+LoopbackServer::LoopbackServer() : context_(g_main_context_new()), loop_(g_main_loop_new(context_, FALSE)) {
+    std::promise<void> listening;
+    std::future<void> listened = listening.get_future();
+    thread_ = std::thread([this, &listening] { run(listening); });
+    try {
+        listened.get();
+    } catch (...) {
+        thread_.join();
+        g_main_loop_unref(loop_);
+        g_main_context_unref(context_);
+        throw;
+    }
+}
+
+// The server's thread: listens with its context as the thread default, so
+// libsoup answers there, then runs that context until the server goes.
+void LoopbackServer::run(std::promise<void>& listening) {
+    g_main_context_push_thread_default(context_);
+    server_ = soup_server_new(nullptr, nullptr);
     soup_server_add_handler(server_, nullptr, handle, this, nullptr);
     GError* error = nullptr;
     if (!soup_server_listen_local(server_, 0, SOUP_SERVER_LISTEN_IPV4_ONLY, &error)) {
         std::string reason = error->message;
         g_error_free(error);
-        throw std::runtime_error("cannot listen on 127.0.0.1: " + reason);
+        g_object_unref(server_);
+        g_main_context_pop_thread_default(context_);
+        listening.set_exception(std::make_exception_ptr(std::runtime_error("cannot listen on 127.0.0.1: " + reason)));
+        return;
     }
     GSList* uris = soup_server_get_uris(server_);
     port_ = g_uri_get_port(static_cast<GUri*>(uris->data));
     g_slist_free_full(uris, reinterpret_cast<GDestroyNotify>(g_uri_unref));
+    listening.set_value();
+    g_main_loop_run(loop_);
+
+    for (GSource* timer : timers_) {
+        g_source_destroy(timer);
+        g_source_unref(timer);
+    }
+    answerStalled();
+    soup_server_disconnect(server_);
+    g_object_unref(server_);
+    // Lets what the server let go of (connections closing) finish.
+    while (g_main_context_iteration(context_, FALSE)) {
+    }
+    g_main_context_pop_thread_default(context_);
 }
 
 LoopbackServer::~LoopbackServer() {
-    for (guint timer : timers_) g_source_remove(timer);
-    releaseStalled();
-    soup_server_disconnect(server_);
-    g_object_unref(server_);
+    onServerThread([this] { g_main_loop_quit(loop_); });
+    thread_.join();
+    g_main_loop_unref(loop_);
+    g_main_context_unref(context_);
+}
+
+void LoopbackServer::onServerThread(const std::function<void()>& work) {
+    std::promise<void> done;
+    struct Call {
+        const std::function<void()>* work;
+        std::promise<void>* done;
+    } call{&work, &done};
+    g_main_context_invoke(
+        context_,
+        [](gpointer data) -> gboolean {
+            auto* call = static_cast<Call*>(data);
+            (*call->work)();
+            call->done->set_value();
+            return G_SOURCE_REMOVE;
+        },
+        &call);
+    done.get_future().wait();
 }
 
 std::string LoopbackServer::url(std::string_view path) const {
@@ -71,12 +125,37 @@ std::string LoopbackServer::url(std::string_view path) const {
 }
 
 int LoopbackServer::hits(const std::string& path) const {
+    std::lock_guard lock(mutex_);
     auto found = hits_.find(path);
     return found == hits_.end() ? 0 : found->second;
 }
 
+std::map<std::string, int> LoopbackServer::allHits() const {
+    std::lock_guard lock(mutex_);
+    return hits_;
+}
+
+size_t LoopbackServer::stalledCount() const {
+    std::lock_guard lock(mutex_);
+    return stalled_.size();
+}
+
+void LoopbackServer::setSlowDelay(std::chrono::milliseconds delay) {
+    std::lock_guard lock(mutex_);
+    slowDelay_ = delay;
+}
+
 void LoopbackServer::releaseStalled() {
-    for (SoupServerMessage* message : std::exchange(stalled_, {})) {
+    onServerThread([this] { answerStalled(); });
+}
+
+void LoopbackServer::answerStalled() {
+    std::vector<SoupServerMessage*> stalled;
+    {
+        std::lock_guard lock(mutex_);
+        stalled = std::exchange(stalled_, {});
+    }
+    for (SoupServerMessage* message : stalled) {
         respondWith(message, 200, "image/png", png());
         soup_server_message_unpause(message);
         g_object_unref(message);
@@ -93,7 +172,12 @@ void LoopbackServer::handle(SoupServer*, SoupServerMessage* message, const char*
 }
 
 void LoopbackServer::answer(SoupServerMessage* message, const std::string& path) {
-    ++hits_[path];
+    std::chrono::milliseconds slowDelay;
+    {
+        std::lock_guard lock(mutex_);
+        ++hits_[path];
+        slowDelay = slowDelay_;
+    }
     if (path.starts_with("/image")) {
         respondWith(message, 200, "image/png", png());
     } else if (path.starts_with("/large")) {
@@ -107,6 +191,7 @@ void LoopbackServer::answer(SoupServerMessage* message, const std::string& path)
         respondWith(message, 200, "text/plain; charset=utf-8", Data{'h', 'e', 'l', 'l', 'o'});
     } else if (path.starts_with("/stall")) {
         soup_server_message_pause(message);
+        std::lock_guard lock(mutex_);
         stalled_.push_back(SOUP_SERVER_MESSAGE(g_object_ref(message)));
     } else if (path.starts_with("/slow")) {
         soup_server_message_pause(message);
@@ -115,13 +200,16 @@ void LoopbackServer::answer(SoupServerMessage* message, const std::string& path)
             LoopbackServer* server;
             SoupServerMessage* message;
         };
-        guint timer = g_timeout_add_full(
-            G_PRIORITY_DEFAULT, guint(slowDelay_.count()),
+        GSource* timer = g_timeout_source_new(guint(slowDelay.count()));
+        g_source_set_callback(
+            timer,
             [](gpointer data) -> gboolean {
                 auto* later = static_cast<Later*>(data);
                 respondWith(later->message, 200, "image/png", png());
                 soup_server_message_unpause(later->message);
-                std::erase(later->server->timers_, g_source_get_id(g_main_current_source()));
+                GSource* self = g_main_current_source();
+                std::erase(later->server->timers_, self);
+                g_source_unref(self);
                 return G_SOURCE_REMOVE;
             },
             new Later{this, message},
@@ -130,6 +218,7 @@ void LoopbackServer::answer(SoupServerMessage* message, const std::string& path)
                 g_object_unref(later->message);
                 delete later;
             });
+        g_source_attach(timer, context_);
         timers_.push_back(timer);
     } else if (path.starts_with("/echo")) {
         // What arrived, as "METHOD content-type body", for any page origin.

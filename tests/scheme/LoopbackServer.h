@@ -1,5 +1,7 @@
 // An HTTP server on 127.0.0.1 for the scheme tests, on libsoup's SoupServer,
-// answering on the default main context (tests spin it while they wait).
+// answering on a thread and main context of its own, so that a test's main
+// loop runs only the code under test and the server answers while it is
+// blocked. Members are safe from any thread.
 //
 // Paths, by prefix:
 //   /image...    a 4 by 3 PNG (image/png)
@@ -19,10 +21,14 @@
 #include <libsoup/soup.h>
 
 #include <chrono>
+#include <functional>
+#include <future>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 namespace zv::test {
@@ -40,23 +46,32 @@ public:
 
     int hits(const std::string& path) const;
     // Every path asked for so far, with its count.
-    const std::map<std::string, int>& allHits() const { return hits_; }
-    size_t stalledCount() const { return stalled_.size(); }
-    // Answers every stalled request with the PNG.
+    std::map<std::string, int> allHits() const;
+    size_t stalledCount() const;
+    // Answers every stalled request with the PNG; returns once they are answered.
     void releaseStalled();
-    void setSlowDelay(std::chrono::milliseconds delay) { slowDelay_ = delay; }
+    void setSlowDelay(std::chrono::milliseconds delay);
 
     static const Data& png();
 
 private:
     static void handle(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*, gpointer self);
+    void run(std::promise<void>& listening);
+    // Runs `work` on the server's thread and waits for it.
+    void onServerThread(const std::function<void()>& work);
     void answer(SoupServerMessage* message, const std::string& path);
+    void answerStalled();
 
-    SoupServer* server_;
+    GMainContext* context_;
+    GMainLoop* loop_;
+    // The rest belong to the server's thread, but for what mutex_ guards.
+    SoupServer* server_ = nullptr;
     int port_ = 0;
+    std::vector<GSource*> timers_;
+    std::thread thread_;
+    mutable std::mutex mutex_;
     std::map<std::string, int> hits_;
     std::vector<SoupServerMessage*> stalled_;
-    std::vector<guint> timers_;
     std::chrono::milliseconds slowDelay_{500};
 };
 

@@ -141,7 +141,8 @@ public:
     // startedURLRequest (on the main thread), and an HTTP answer with a body
     // is handed on and stored in the cache. The cache is read and written on
     // a worker thread, one operation at a time in the order asked, so a page
-    // of many images never stalls the main loop on SQLite; answers still
+    // of many images never stalls the main loop on SQLite; the network load
+    // runs on a thread of its own and calls `completion` there. Answers still
     // reach the task on the main thread. Requests other than GET bypass the
     // cache. A time-out of exactly 60 seconds shares one session; any other
     // gets a session of its own with that time-out.

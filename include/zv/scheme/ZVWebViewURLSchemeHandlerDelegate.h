@@ -2,8 +2,8 @@
 //
 // Every report is optional: an empty member is not called, which switches
 // that report off. The handler holds its delegate weakly and calls it on the
-// main thread, except startedURLRequest, which comes on whichever thread
-// started the load (the main thread for loads a web view started).
+// main thread; a load's startedURLRequest comes before its
+// completedURLRequest.
 #pragma once
 
 #include <zv/Export.h>
