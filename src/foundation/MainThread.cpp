@@ -47,15 +47,17 @@ void markMainThread() { gMainThread = std::this_thread::get_id(); }
 
 bool isMainThread() { return gMainThread.load() == std::this_thread::get_id(); }
 
-void dispatchMainAsync(std::function<void()> work) {
+void dispatchAsync(GMainContext* context, std::function<void()> work) {
     // An idle source rather than g_main_context_invoke, which would run the
     // work at once when called on the owning thread.
     GSource* source = g_idle_source_new();
     g_source_set_priority(source, G_PRIORITY_DEFAULT);
     g_source_set_callback(source, runOnce, new std::function<void()>(std::move(work)), destroyWork);
-    g_source_attach(source, nullptr);
+    g_source_attach(source, context);
     g_source_unref(source);
 }
+
+void dispatchMainAsync(std::function<void()> work) { dispatchAsync(nullptr, std::move(work)); }
 
 void spinMainContextUntil(const std::function<bool()>& done) {
     MillisecondWake wake;

@@ -1,12 +1,12 @@
 #include "HTTPLoader.h"
 
 #include <zv/foundation/GObjectRef.h>
+#include <zv/foundation/MainThread.h>
 
 #include <libsoup/soup.h>
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <memory>
 #include <strings.h>
 #include <utility>
@@ -145,26 +145,13 @@ GMainContext* loaderContext() {
     return context;
 }
 
-gboolean runOnce(gpointer data) {
-    (*static_cast<std::function<void()>*>(data))();
-    return G_SOURCE_REMOVE;
-}
-
-void destroyWork(gpointer data) { delete static_cast<std::function<void()>*>(data); }
-
 }  // namespace
 
 void loadHTTP(const URLRequest& request, HTTPCompletion completion) {
-    // An idle source rather than g_main_context_invoke, which would start the
-    // load at once when a completion on the loader's thread asks for another.
-    auto* work = new std::function<void()>([request, completion = std::move(completion)]() mutable {
+    // Later, never at once: a completion on the loader's thread may ask for another load.
+    dispatchAsync(loaderContext(), [request, completion = std::move(completion)]() mutable {
         start(request, std::move(completion));
     });
-    GSource* source = g_idle_source_new();
-    g_source_set_priority(source, G_PRIORITY_DEFAULT);
-    g_source_set_callback(source, runOnce, work, destroyWork);
-    g_source_attach(source, loaderContext());
-    g_source_unref(source);
 }
 
 }  // namespace zv

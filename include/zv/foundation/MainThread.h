@@ -7,13 +7,15 @@
 // markMainThread() before anything else runs.
 //
 // Waiting for a result that arrives through the main loop is done two ways:
-// on the main thread the loop is spun (one non-blocking iteration, then a
-// 1 ms sleep, until done); on any other thread the waiter blocks on a
+// on the main thread the loop is spun (blocking in its poll, until done);
+// on any other thread the waiter blocks on a
 // semaphore while the main thread runs its loop. CompletionSignal does the
 // right one for the calling thread.
 #pragma once
 
 #include <zv/Export.h>
+
+#include <glib.h>
 
 #include <atomic>
 #include <chrono>
@@ -30,6 +32,9 @@ ZV_EXPORT bool isMainThread();
 // even when called on the main thread. Safe from any thread; an exception
 // escaping `work` ends the process.
 ZV_EXPORT void dispatchMainAsync(std::function<void()> work);
+// The same on `context` (the default one for null), for a thread that runs a
+// main loop of its own.
+ZV_EXPORT void dispatchAsync(GMainContext* context, std::function<void()> work);
 
 // Spins the default main context until `done` answers true; `done` is asked
 // before each iteration. Between iterations it blocks in the loop's poll, so
