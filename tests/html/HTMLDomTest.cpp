@@ -117,14 +117,32 @@ TEST(HTMLDom, ReplaceAndReparent) {
 
 TEST(HTMLDom, RemovedNodeOutlivesItsParentWhileReferenced) {
     Ref<HTMLNode> kept;
+    Ref<HTMLNode> keptBetweenSiblings;
+    Ref<HTMLDocumentFragment> keptContents;
     {
         auto div = el("div");
         HTMLNode* span = div->appendNode(el("span"));
         span->appendNode(text("inside"));
         kept = span;
+        // Deeper, between siblings that are freed with the tree, and a
+        // template's contents held without the template.
+        HTMLNode* section = div->appendNode(el("section"));
+        section->appendNode(el("a"));
+        keptBetweenSiblings = section->appendNode(el("b"));
+        keptBetweenSiblings->appendNode(text("bold"));
+        section->appendNode(el("i"))->appendNode(text("gone"));
+        auto* tmpl = div->appendNode(el("template"))->as<HTMLElement>();
+        tmpl->templateContent()->appendNode(el("p"))->appendNode(text("held"));
+        keptContents = tmpl->templateContent();
     }
     EXPECT_EQ(kept->parentNode(), nullptr);
     EXPECT_EQ(kept->textContent(), "inside");
+    EXPECT_EQ(keptBetweenSiblings->parentNode(), nullptr);
+    EXPECT_EQ(keptBetweenSiblings->previousSibling(), nullptr);
+    EXPECT_EQ(keptBetweenSiblings->nextSibling(), nullptr);
+    EXPECT_EQ(keptBetweenSiblings->outerHTML(), "<b>bold</b>");
+    EXPECT_EQ(keptContents->parentNode(), nullptr);
+    EXPECT_EQ(keptContents->innerHTML(), "<p>held</p>");
 }
 
 TEST(HTMLDom, CloneCopiesAttributesAndOptionallyTheSubtree) {
