@@ -26,7 +26,7 @@ using ScriptCompletion = std::function<void(std::optional<Value> value, std::opt
 // Without a completion the answer is dropped, errors included.
 ZV_EXPORT void evaluateJavaScript(WebKitWebView* webView, std::string_view script, ScriptCompletion completion = {});
 
-// Evaluates `script` and spins the main context (1 ms sleeps when idle)
+// Evaluates `script` and spins the main context (blocking in its poll)
 // until the answer has arrived; then calls `completion` and returns. Main
 // thread only. There is no time limit: the engine always answers, with an
 // error when the page is gone.
