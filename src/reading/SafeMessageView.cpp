@@ -10,6 +10,7 @@
 
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace zv {
 
@@ -18,13 +19,19 @@ namespace {
 using html::HTMLElement;
 using reading::TextRange;
 
-// The URL as the engine's URL parser would read it: C0 controls and spaces
-// trimmed at both ends, tabs and line feeds dropped anywhere ("ht\ttps:" is
-// "https:").
-std::string parsedForm(std::string_view url) {
+// Where a URL stands once the engine's URL parser has trimmed C0 controls
+// and spaces at both ends: [start, end).
+std::pair<std::size_t, std::size_t> trimmedBounds(std::string_view url) {
     std::size_t start = 0, end = url.size();
     while (start < end && static_cast<unsigned char>(url[start]) <= 0x20) ++start;
     while (end > start && static_cast<unsigned char>(url[end - 1]) <= 0x20) --end;
+    return {start, end};
+}
+
+// The URL as the engine's URL parser would read it: trimmed at both ends,
+// tabs and line feeds dropped anywhere ("ht\ttps:" is "https:").
+std::string parsedForm(std::string_view url) {
+    auto [start, end] = trimmedBounds(url);
     std::string out;
     out.reserve(end - start);
     for (char c : url.substr(start, end - start))
@@ -99,9 +106,8 @@ public:
 
 private:
     static std::string_view trimmed(std::string_view text) {
-        while (!text.empty() && static_cast<unsigned char>(text.front()) <= 0x20) text.remove_prefix(1);
-        while (!text.empty() && static_cast<unsigned char>(text.back()) <= 0x20) text.remove_suffix(1);
-        return text;
+        auto [start, end] = trimmedBounds(text);
+        return text.substr(start, end - start);
     }
 
     const SafeViewOptions& options_;
@@ -139,6 +145,19 @@ bool showsAnImage(const HTMLElement& element) {
     return name == "img" || name == "image";
 }
 
+// A srcset's URL ranges without the bytes the URL parser trims, so that a
+// rewrite keeps them: "a.png,\x04 b.png 2x" is one candidate whose URL ends
+// in U+0004; rewritten without it, the comma would end the candidate there
+// and make "b.png" a URL of its own, which nothing rewrote.
+std::vector<TextRange> srcsetURLCores(std::string_view srcset) {
+    std::vector<TextRange> ranges = reading::srcsetURLRanges(srcset);
+    for (TextRange& range : ranges) {
+        auto [start, end] = trimmedBounds(srcset.substr(range.start, range.length));
+        range = {range.start + start, end - start};
+    }
+    return ranges;
+}
+
 // Rewrites the element's remote references; returns the first remote URL of
 // an <img>'s picture (its src, else its srcset), "" when it has none.
 std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, bool blockTrackers) {
@@ -163,7 +182,7 @@ std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, bool blo
             notePicture(attribute.name, remoteBefore);
             break;
         case AttributeKind::Srcset:
-            value = rewriter.rewrittenRanges(attribute.value, reading::srcsetURLRanges(attribute.value), imageKind);
+            value = rewriter.rewrittenRanges(attribute.value, srcsetURLCores(attribute.value), imageKind);
             notePicture(attribute.name, remoteBefore);
             break;
         case AttributeKind::Link: value = rewriter.cleanedLink(attribute.value); break;

@@ -45,6 +45,10 @@ TEST(SafeMessageView, RemoteReferencesFoundWhereverTheyFetch) {
         {"<img srcset=\"data:image/png;base64,AA 1x,https://x.example/c.png (2x, 3x), //x.example/d.png\">",
          {"https://x.example/c.png", "//x.example/d.png"},
          "<img srcset=\"data:image/png;base64,AA 1x,wren-https://x.example/c.png (2x, 3x), wren-https://x.example/d.png\">"},
+        // A control character after the comma keeps the candidate going (it is
+        // not white space); "//x.example/b.png" is a descriptor and stays one.
+        {"<img srcset=\"http://x.example/a.png,\x04 //x.example/b.png 2x\">", {"http://x.example/a.png,"},
+         "<img srcset=\"wren-http://x.example/a.png,\x04 //x.example/b.png 2x\">"},
         {"<picture><source imagesrcset=\"https://x.example/e.png,,\"></picture>", {"https://x.example/e.png"},
          "<picture><source imagesrcset=\"wren-https://x.example/e.png,,\"></picture>"},
         {"<div style=\"background:URL( 'https://x.example/f.png' ); content:'https://x.example/text'\">t</div>",
