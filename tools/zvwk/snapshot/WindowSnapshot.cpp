@@ -43,21 +43,25 @@ GskRenderNode* windowNode(GtkWindow* window, int width, int height, GtkWindow* o
 
 bool writeWindowPNG(GtkWindow* window, const std::string& path, std::string& error, GtkWindow* over) {
     GtkWidget* widget = GTK_WIDGET(window);
-    int width = gtk_widget_get_width(widget);
-    int height = gtk_widget_get_height(widget);
-    GskRenderer* renderer = gtk_native_get_renderer(GTK_NATIVE(window));
+    // A window just presented, or whose layout changed after its last frame,
+    // has no size or draws nothing until the frame clock has laid it out,
+    // which a busy machine can put off beyond the caller's wait; the main loop
+    // runs until then, for at most 2 s.
+    const gint64 deadline = g_get_monotonic_time() + 2 * G_USEC_PER_SEC;
+    GskRenderer* renderer = nullptr;
+    GskRenderNode* node = nullptr;
+    int width = 0, height = 0;
+    for (;;) {
+        width = gtk_widget_get_width(widget);
+        height = gtk_widget_get_height(widget);
+        renderer = gtk_native_get_renderer(GTK_NATIVE(window));
+        if (width > 0 && height > 0 && renderer) node = windowNode(window, width, height, over);
+        if (node || g_get_monotonic_time() >= deadline) break;
+        if (!g_main_context_iteration(nullptr, FALSE)) g_usleep(10 * 1000);
+    }
     if (width <= 0 || height <= 0 || !renderer) {
         error = "the window is not on screen";
         return false;
-    }
-    // A window whose layout changed after its last frame draws nothing until
-    // the frame clock has laid it out again, which a busy machine can put off
-    // beyond the caller's wait; the main loop runs until then, for at most 2 s.
-    const gint64 deadline = g_get_monotonic_time() + 2 * G_USEC_PER_SEC;
-    GskRenderNode* node = windowNode(window, width, height, over);
-    while (!node && g_get_monotonic_time() < deadline) {
-        if (!g_main_context_iteration(nullptr, FALSE)) g_usleep(10 * 1000);
-        node = windowNode(window, width, height, over);
     }
     if (!node) {
         error = "the window drew nothing";
