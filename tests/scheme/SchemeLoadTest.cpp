@@ -220,7 +220,7 @@ protected:
     bool windowsDrawn() const {
         return std::all_of(views_.begin(), views_.end(), [](const auto& loaded) {
             GdkFrameClock* clock = gtk_widget_get_frame_clock(GTK_WIDGET(loaded->window->window()));
-            return clock && gdk_frame_clock_get_frame_counter(clock) > 1;
+            return clock && gdk_frame_clock_get_frame_counter(clock) > 0;
         });
     }
 
