@@ -29,23 +29,43 @@ void apply(HTMLDocument& document, const std::vector<std::string>& exclusions = 
     zv::applyHeadCSSToContentAndPurge(document, purge, exclusions, scopes);
 }
 
-TEST(HeadCSSInlining, RulesAreAppendedAfterTheElementsOwnStyle) {
-    auto document = message("<style>p { color: red; }</style>",
-                            "<p id=a style='color: blue;'>a</p><p id=b style='color: blue'>b</p><p id=c>c</p>");
-    apply(*document);
-    EXPECT_EQ(styleOf(*document, "a"), "color: blue; color: red;");
-    // No ";" is put in between, so the two declarations fuse into one.
-    EXPECT_EQ(styleOf(*document, "b"), "color: blue color: red;");
-    EXPECT_EQ(styleOf(*document, "c"), " color: red;");
-}
-
-TEST(HeadCSSInlining, SelectorsApplyInOrderOfFirstAppearanceWhateverTheirSpecificity) {
-    auto document = message("<style>#x { a: 1; } p { b: 2; }</style><style>#x { c: 3; } h1, h2 { d: 4; }</style>",
-                            "<p id=x>x</p><h1 id=h1>h</h1><div><h2 id=h2>h</h2></div>");
-    apply(*document);
-    EXPECT_EQ(styleOf(*document, "x"), " a: 1;c: 3; b: 2;");
-    EXPECT_EQ(styleOf(*document, "h1"), " d: 4;");
-    EXPECT_EQ(styleOf(*document, "h2"), " d: 4;");
+// Each row: the head's sheets, the body, the exclusions, and the style
+// attribute each named element ends with.
+TEST(HeadCSSInlining, RulesAreAppendedSelectorBySelectorUnlessExcluded) {
+    struct Case {
+        const char* what;
+        std::string sheets, body;
+        std::vector<std::string> exclusions;
+        std::vector<std::pair<std::string, std::string>> styles;
+    } cases[] = {
+        // No ";" is put in between, so b's two declarations fuse into one.
+        {"after the element's own style", "<style>p { color: red; }</style>",
+         "<p id=a style='color: blue;'>a</p><p id=b style='color: blue'>b</p><p id=c>c</p>", {},
+         {{"a", "color: blue; color: red;"}, {"b", "color: blue color: red;"}, {"c", " color: red;"}}},
+        {"in order of first appearance whatever the specificity",
+         "<style>#x { a: 1; } p { b: 2; }</style><style>#x { c: 3; } h1, h2 { d: 4; }</style>",
+         "<p id=x>x</p><h1 id=h1>h</h1><div><h2 id=h2>h</h2></div>", {},
+         {{"x", " a: 1;c: 3; b: 2;"}, {"h1", " d: 4;"}, {"h2", " d: 4;"}}},
+        // "div,\np" gives the selector "\np": its second line starts with "p".
+        {"exclusions are case-insensitive and anchored at lines",
+         "<style>p { a: 1; } P.x { b: 2; } div p { c: 3; } div,\np { d: 4; }</style>",
+         "<div id=d><p id=p class=x>t</p></div>", {"^p"}, {{"p", " c: 3;"}, {"d", " d: 4;"}}},
+        {"exclusions see selectors not groups", "<style>body, BODY > p, div body, span { x: 1; }</style>",
+         "<p id=p>t</p><span id=s>u</span>", {"^body"}, {{"p", "(none)"}, {"s", " x: 1;"}}},
+        // ".😀 b" is five UTF-16 units but four characters: "b" lies outside the
+        // search, and "$" matches where the search ends.
+        {"exclusions search as many units as the selector has characters",
+         "<style>.\xF0\x9F\x98\x80 b { x: 1; } .y b { z: 2; }</style>",
+         "<div class='\xF0\x9F\x98\x80 y'><b id=b>t</b></div>", {"b$"}, {{"b", " x: 1;"}}},
+        {"an exclusion's end is where the characters end", "<style>.\xF0\x9F\x98\x80 b { x: 1; }</style>",
+         "<div class='\xF0\x9F\x98\x80'><b id=b>t</b></div>", {" $"}, {{"b", "(none)"}}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        auto document = message(c.sheets, c.body);
+        apply(*document, c.exclusions);
+        for (const auto& [id, style] : c.styles) EXPECT_EQ(styleOf(*document, id), style) << id;
+    }
 }
 
 TEST(HeadCSSInlining, ApplyingTwiceAppendsTwice) {
@@ -61,36 +81,6 @@ TEST(HeadCSSInlining, SelectorsTheEngineRejectsChangeNothing) {
                             body);
     apply(*document);
     EXPECT_EQ(zv::html::serializeChildren(*document->body()), body);
-}
-
-TEST(HeadCSSInlining, ExclusionsAreCaseInsensitiveAndAnchoredAtLines) {
-    // "div,\np" gives the selector "\np": its second line starts with "p".
-    auto document = message("<style>p { a: 1; } P.x { b: 2; } div p { c: 3; } div,\np { d: 4; }</style>",
-                            "<div id=d><p id=p class=x>t</p></div>");
-    apply(*document, {"^p"});
-    EXPECT_EQ(styleOf(*document, "p"), " c: 3;");
-    EXPECT_EQ(styleOf(*document, "d"), " d: 4;");
-}
-
-TEST(HeadCSSInlining, ExclusionsSeeSelectorsNotGroups) {
-    auto document = message("<style>body, BODY > p, div body, span { x: 1; }</style>",
-                            "<p id=p>t</p><span id=s>u</span>");
-    apply(*document, {"^body"});
-    EXPECT_EQ(styleOf(*document, "p"), "(none)");
-    EXPECT_EQ(styleOf(*document, "s"), " x: 1;");
-}
-
-TEST(HeadCSSInlining, ExclusionsSearchAsManyUnitsAsTheSelectorHasCharacters) {
-    // ".😀 b" is five UTF-16 units but four characters: "b" lies outside the
-    // search, and "$" matches where the search ends.
-    auto document = message("<style>.\xF0\x9F\x98\x80 b { x: 1; } .y b { z: 2; }</style>",
-                            "<div class='\xF0\x9F\x98\x80 y'><b id=b>t</b></div>");
-    apply(*document, {"b$"});
-    EXPECT_EQ(styleOf(*document, "b"), " x: 1;");
-    auto other = message("<style>.\xF0\x9F\x98\x80 b { x: 1; }</style>",
-                         "<div class='\xF0\x9F\x98\x80'><b id=b>t</b></div>");
-    apply(*other, {" $"});
-    EXPECT_EQ(styleOf(*other, "b"), "(none)");
 }
 
 TEST(HeadCSSInlining, AnExclusionThatDoesNotCompileIsReportedOnStandardOutputAndSkipped) {

@@ -78,19 +78,6 @@ TEST(PlainTextQuotes, OnlyEmptyBreakDivsOfACitationGetAMarker) {
     EXPECT_EQ(nested->innerHTML(), "<blockquote type=\"cite\"><div><br>&gt; </div></blockquote>");
 }
 
-TEST(PlainTextQuotes, TheCitationPassPrefixesParagraphsAtEveryDepth) {
-    Ref<HTMLElement> quote = element("<blockquote type=cite><p>a</p><blockquote type=cite><p>b</p></blockquote></blockquote>");
-    zv::preprocessBlockquoteCitations(*quote);
-    EXPECT_EQ(quote->innerHTML(),
-              "<p>&gt; a</p><blockquote type=\"cite\"><p>&gt; b</p></blockquote>");
-    zv::preprocessBlockquoteCitations(*quote->querySelector("blockquote"));
-    EXPECT_EQ(quote->querySelector(":scope > blockquote > p")->textContent(), ">> b");
-    // Break cleaning then trims each marker node on its own.
-    zv::preprocessBreaksInPs(*quote);
-    EXPECT_EQ(quote->querySelector("p")->textContent(), ">a");
-    EXPECT_EQ(quote->querySelector(":scope > blockquote > p")->textContent(), ">>b");
-}
-
 TEST(PlainTextSeparator, ParagraphBodiesGetALineFeedBeforeTheDashesWhichRunIntoTheNextBlock) {
     // A span separator: its text, the line feed before the inserted br, "----".
     EXPECT_EQ(bodyText("<p>Reply<span id=zv-reply-separator>On Mon, A wrote:</span></p><p>x</p>"),

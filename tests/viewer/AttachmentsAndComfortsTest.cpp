@@ -85,54 +85,45 @@ TEST(ReadingComforts, PicturesBelowTheBodyZoomAndPrint) {
                                 "filename=\"red.png\"\nContent-Transfer-Encoding: base64\n\n" + std::string(picture) +
                                 "\n--m\nContent-Type: application/pdf\nContent-Disposition: attachment; "
                                 "filename=\"plan.pdf\"\n\n%PDF-1.4\n--m--\n"));
-    GtkApplication* application = gtk_application_new("org.zvwebkit.ComfortsTest", G_APPLICATION_NON_UNIQUE);
-    g_application_register(G_APPLICATION(application), nullptr, nullptr);
-    {
-        ViewerOptions options;
-        options.paths = {(mailbox.path() / "box").string()};
-        ViewerWindow window(application, options);
-        ViewerExtensions extensions(window);
-        gtk_window_present(window.window());
-        ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
-        window.showConversation(0);
-        ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s));
-        MessageCard& card = *window.conversationView().cards().at(0);
-        WebKitWebView* view = card.bodyView()->webView();
+    test::ViewerOnMailbox viewer(mailbox.path() / "box");
+    ViewerWindow& window = viewer.window();
+    ViewerExtensions extensions(window);
+    ASSERT_TRUE(viewer.showFirstConversation());
+    MessageCard& card = *window.conversationView().cards().at(0);
+    WebKitWebView* view = card.bodyView()->webView();
 
-        // The picture, not the PDF, below the text, from the message itself.
-        const char* pictures = "(function(){var i=document.querySelectorAll('.zvwk-attached-pictures img');"
-                               "return i.length==1&&i[0].complete?[i[0].naturalWidth,i[0].naturalHeight]:0})()";
-        EXPECT_TRUE(zv::test::spinUntil([&] { return evaluate(view, pictures) == zv::Value::array({5, 7}); }, 10s));
+    // The picture, not the PDF, below the text, from the message itself.
+    const char* pictures = "(function(){var i=document.querySelectorAll('.zvwk-attached-pictures img');"
+                           "return i.length==1&&i[0].complete?[i[0].naturalWidth,i[0].naturalHeight]:0})()";
+    EXPECT_TRUE(zv::test::spinUntil([&] { return evaluate(view, pictures) == zv::Value::array({5, 7}); }, 10s));
 
-        // Zoomed in twice, the view grows with its page; Ctrl+0 brings it back.
-        zv::test::spinFor(zv::test::kQuietPeriod);
-        int height = card.bodyHeight();
-        for (int i = 0; i < 2; ++i) g_action_group_activate_action(G_ACTION_GROUP(window.window()), "zoom-in", nullptr);
-        EXPECT_NEAR(webkit_web_view_get_zoom_level(view), 1.21, 1e-9);
-        EXPECT_TRUE(zv::test::spinUntil([&] { return std::abs(card.bodyHeight() - height * 1.21) <= 3; }, 10s))
-            << height << " became " << card.bodyHeight();
-        g_action_group_activate_action(G_ACTION_GROUP(window.window()), "zoom-reset", nullptr);
-        EXPECT_EQ(webkit_web_view_get_zoom_level(view), 1.0);
-        EXPECT_TRUE(zv::test::spinUntil([&] { return std::abs(card.bodyHeight() - height) <= 1; }, 10s));
+    // Zoomed in twice, the view grows with its page; Ctrl+0 brings it back.
+    zv::test::spinFor(zv::test::kQuietPeriod);
+    int height = card.bodyHeight();
+    for (int i = 0; i < 2; ++i) g_action_group_activate_action(G_ACTION_GROUP(window.window()), "zoom-in", nullptr);
+    EXPECT_NEAR(webkit_web_view_get_zoom_level(view), 1.21, 1e-9);
+    EXPECT_TRUE(zv::test::spinUntil([&] { return std::abs(card.bodyHeight() - height * 1.21) <= 3; }, 10s))
+        << height << " became " << card.bodyHeight();
+    g_action_group_activate_action(G_ACTION_GROUP(window.window()), "zoom-reset", nullptr);
+    EXPECT_EQ(webkit_web_view_get_zoom_level(view), 1.0);
+    EXPECT_TRUE(zv::test::spinUntil([&] { return std::abs(card.bodyHeight() - height) <= 1; }, 10s));
 
-        // Printed to a PDF file: pages come out, and the screen never shows the block.
-        std::filesystem::path pdf = mailbox.path() / "message.pdf";
-        g_autoptr(GtkPrintSettings) settings = gtk_print_settings_new();
-        gtk_print_settings_set_printer(settings, "Print to File");
-        gtk_print_settings_set(settings, GTK_PRINT_SETTINGS_OUTPUT_FILE_FORMAT, "pdf");
-        g_autofree char* uri = g_filename_to_uri(pdf.c_str(), nullptr, nullptr);
-        gtk_print_settings_set(settings, GTK_PRINT_SETTINGS_OUTPUT_URI, uri);
-        bool printed = false;
-        card.print(settings, [&] { printed = true; });
-        ASSERT_TRUE(zv::test::spinUntil([&] { return printed; }, 20s));
-        std::string bytes = fileText(pdf);
-        EXPECT_TRUE(bytes.starts_with("%PDF")) << bytes.size() << " bytes";
-        EXPECT_NE(bytes.find("/Type /Page"), std::string::npos);
-        EXPECT_TRUE(zv::test::spinUntil(
-            [&] { return evaluate(view, "document.getElementById('zvwk-print-header')===null") == zv::Value(true); }, 5s));
-        EXPECT_EQ(card.bodyHeight(), height);
-    }
-    g_object_unref(application);
+    // Printed to a PDF file: pages come out, and the screen never shows the block.
+    std::filesystem::path pdf = mailbox.path() / "message.pdf";
+    g_autoptr(GtkPrintSettings) settings = gtk_print_settings_new();
+    gtk_print_settings_set_printer(settings, "Print to File");
+    gtk_print_settings_set(settings, GTK_PRINT_SETTINGS_OUTPUT_FILE_FORMAT, "pdf");
+    g_autofree char* uri = g_filename_to_uri(pdf.c_str(), nullptr, nullptr);
+    gtk_print_settings_set(settings, GTK_PRINT_SETTINGS_OUTPUT_URI, uri);
+    bool printed = false;
+    card.print(settings, [&] { printed = true; });
+    ASSERT_TRUE(zv::test::spinUntil([&] { return printed; }, 20s));
+    std::string bytes = fileText(pdf);
+    EXPECT_TRUE(bytes.starts_with("%PDF")) << bytes.size() << " bytes";
+    EXPECT_NE(bytes.find("/Type /Page"), std::string::npos);
+    EXPECT_TRUE(zv::test::spinUntil(
+        [&] { return evaluate(view, "document.getElementById('zvwk-print-header')===null") == zv::Value(true); }, 5s));
+    EXPECT_EQ(card.bodyHeight(), height);
 }
 
 }  // namespace

@@ -75,68 +75,61 @@ TEST(DamagedMailboxView, EveryConversationSettlesAndASoundMessageStillOpens) {
         return nullptr;
     };
 
-    GtkApplication* application = gtk_application_new("org.zvwebkit.DamagedMailboxViewTest", G_APPLICATION_NON_UNIQUE);
-    g_application_register(G_APPLICATION(application), nullptr, nullptr);
-    {
-        ViewerOptions options;
-        options.paths = {mailbox.string()};
-        ViewerWindow window(application, options);
-        gtk_window_present(window.window());
-        ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
+    test::ViewerOnMailbox viewer(mailbox);
+    ViewerWindow& window = viewer.window();
+    ASSERT_TRUE(viewer.present());
 
-        // The dangling link, the folder and the FIFO are no messages.
-        std::set<std::string> listed;
-        for (const MessageSummary& message : window.messages())
-            if (const Expected* e = expectationFor(message.location.path)) listed.insert(e->file);
-        EXPECT_EQ(window.messages().size(), expected.size());
-        EXPECT_EQ(listed.size(), expected.size());
-        // ... and the viewer says why it passed over each.
-        std::string passedOver;
-        for (const std::string& error : window.mailboxErrors()) passedOver += error + "\n";
-        for (const char* why : {"dangling:2,S: a link to nothing", "folder.eml: a folder, not a message",
-                                "fifo.eml: not a regular file"})
-            EXPECT_NE(passedOver.find(why), std::string::npos) << passedOver;
+    // The dangling link, the folder and the FIFO are no messages.
+    std::set<std::string> listed;
+    for (const MessageSummary& message : window.messages())
+        if (const Expected* e = expectationFor(message.location.path)) listed.insert(e->file);
+    EXPECT_EQ(window.messages().size(), expected.size());
+    EXPECT_EQ(listed.size(), expected.size());
+    // ... and the viewer says why it passed over each.
+    std::string passedOver;
+    for (const std::string& error : window.mailboxErrors()) passedOver += error + "\n";
+    for (const char* why : {"dangling:2,S: a link to nothing", "folder.eml: a folder, not a message",
+                            "fifo.eml: not a regular file"})
+        EXPECT_NE(passedOver.find(why), std::string::npos) << passedOver;
 
-        // A list row says why its message shows nothing, as the card does.
-        ASSERT_TRUE(zv::test::spinUntil([&] { return window.arePreviewsDone(); }, kSettleBound));
-        for (std::size_t message = 0; message < window.messages().size(); ++message) {
-            const Expected* e = expectationFor(window.messages()[message].location.path);
-            ASSERT_NE(e, nullptr);
-            EXPECT_FALSE(window.preview(message).empty()) << e->file;
-            if (std::string_view(e->file) == "cut-header") {
-                EXPECT_NE(window.preview(message).find("ends inside its headers"), std::string::npos);
-            }
+    // A list row says why its message shows nothing, as the card does.
+    ASSERT_TRUE(zv::test::spinUntil([&] { return window.arePreviewsDone(); }, kSettleBound));
+    for (std::size_t message = 0; message < window.messages().size(); ++message) {
+        const Expected* e = expectationFor(window.messages()[message].location.path);
+        ASSERT_NE(e, nullptr);
+        EXPECT_FALSE(window.preview(message).empty()) << e->file;
+        if (std::string_view(e->file) == "cut-header") {
+            EXPECT_NE(window.preview(message).find("ends inside its headers"), std::string::npos);
         }
-
-        std::set<std::string> seen;
-        for (std::size_t row = 0; row < window.conversations().size(); ++row) {
-            window.showConversation(row);
-            const bool settled = zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, kSettleBound);
-            for (const auto& card : window.conversationView().cards()) {
-                const Expected* e = expectationFor(card->summary().location.path);
-                ASSERT_NE(e, nullptr) << card->summary().location.path;
-                SCOPED_TRACE(e->file);
-                seen.insert(e->file);
-                ASSERT_TRUE(settled);
-                std::string text = card->isError() ? card->errorText() : bodyText(*card);
-                if (card->isError() && e->shows == Shows::Either) {
-                    EXPECT_FALSE(text.empty()) << "an error card says why";
-                    continue;
-                }
-                EXPECT_EQ(card->isError(), e->shows == Shows::Error) << text.substr(0, 200);
-                EXPECT_TRUE((card->isError() ? lowerCase(text) : text).find(e->gist) != std::string::npos)
-                    << "no \"" << e->gist << "\" in: " << text.substr(0, 200);
-            }
-        }
-        EXPECT_EQ(seen.size(), expected.size());
-
-        auto sound = std::ranges::find_if(window.conversations(), [](const Conversation& c) { return c.subject == "Sound HTML"; });
-        ASSERT_NE(sound, window.conversations().end());
-        window.showConversation(std::size_t(sound - window.conversations().begin()));
-        ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, kSettleBound));
-        EXPECT_NE(bodyText(*window.conversationView().cards().at(0)).find("The rest of the mailbox opens."), std::string::npos);
     }
-    g_object_unref(application);
+
+    std::set<std::string> seen;
+    for (std::size_t row = 0; row < window.conversations().size(); ++row) {
+        window.showConversation(row);
+        const bool settled = zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, kSettleBound);
+        for (const auto& card : window.conversationView().cards()) {
+            const Expected* e = expectationFor(card->summary().location.path);
+            ASSERT_NE(e, nullptr) << card->summary().location.path;
+            SCOPED_TRACE(e->file);
+            seen.insert(e->file);
+            ASSERT_TRUE(settled);
+            std::string text = card->isError() ? card->errorText() : bodyText(*card);
+            if (card->isError() && e->shows == Shows::Either) {
+                EXPECT_FALSE(text.empty()) << "an error card says why";
+                continue;
+            }
+            EXPECT_EQ(card->isError(), e->shows == Shows::Error) << text.substr(0, 200);
+            EXPECT_TRUE((card->isError() ? lowerCase(text) : text).find(e->gist) != std::string::npos)
+                << "no \"" << e->gist << "\" in: " << text.substr(0, 200);
+        }
+    }
+    EXPECT_EQ(seen.size(), expected.size());
+
+    auto sound = std::ranges::find_if(window.conversations(), [](const Conversation& c) { return c.subject == "Sound HTML"; });
+    ASSERT_NE(sound, window.conversations().end());
+    window.showConversation(std::size_t(sound - window.conversations().begin()));
+    ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, kSettleBound));
+    EXPECT_NE(bodyText(*window.conversationView().cards().at(0)).find("The rest of the mailbox opens."), std::string::npos);
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include "LoopbackServer.h"
 #include "WebViewHarness.h"
 #include "viewer/LinkWarningDialog.h"
-#include "viewer/ViewerWindow.h"
 
 #include <zv/webview/ScriptEvaluation.h>
 
@@ -39,11 +38,8 @@ std::vector<std::string> vectorNames(const std::string& html) {
 }
 
 std::string visibleText(WebKitWebView* view) {
-    auto text = std::make_shared<std::optional<zv::Value>>();
-    zv::evaluateJavaScript(view, "document.body.innerText",
-                           [text](std::optional<zv::Value> value, std::optional<zv::Error>) { *text = value ? std::move(value) : zv::Value(""); });
-    zv::test::spinUntil([&] { return text->has_value(); }, zv::test::kScriptTimeout);
-    return *text && (*text)->is_string() ? (*text)->get<std::string>() : "";
+    std::optional<zv::Value> text = test::evaluate(view, "document.body.innerText");
+    return text && text->is_string() ? text->get<std::string>() : "";
 }
 
 TEST(HostileMessage, EveryRequestVectorIsRefusedAndTheMessageStillShows) {
@@ -57,30 +53,19 @@ TEST(HostileMessage, EveryRequestVectorIsRefusedAndTheMessageStillShows) {
 
     test::ScratchFolder mailbox;
     mailbox.write("box/cur/1.vectors", test::htmlMessage("vectors@x", "Vectors", html));
-    GtkApplication* application = gtk_application_new("org.zvwebkit.HostileMessageTest", G_APPLICATION_NON_UNIQUE);
-    g_application_register(G_APPLICATION(application), nullptr, nullptr);
-    {
-        ViewerOptions options;
-        options.paths = {(mailbox.path() / "box").string()};
-        ViewerWindow window(application, options);
-        gtk_window_present(window.window());
-        ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
-        window.showConversation(0);
-        ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s))
-            << "the message never finished loading";
-        MessageCard& card = *window.conversationView().cards().at(0);
-        EXPECT_GT(card.blockedRemoteReferences(), 0u);
-        // Lazy loads and timers get their chance to fire.
-        zv::test::spinFor(1500ms);
-        for (const auto& [path, count] : server.allHits()) ADD_FAILURE() << "requested " << path;
+    test::ViewerOnMailbox viewer(mailbox.path() / "box");
+    ASSERT_TRUE(viewer.showFirstConversation()) << "the message never finished loading";
+    MessageCard& card = *viewer.window().conversationView().cards().at(0);
+    EXPECT_GT(card.blockedRemoteReferences(), 0u);
+    // Lazy loads and timers get their chance to fire.
+    zv::test::spinFor(1500ms);
+    for (const auto& [path, count] : server.allHits()) ADD_FAILURE() << "requested " << path;
 
-        std::string text = visibleText(card.bodyView()->webView());
-        for (const std::string& name : names) {
-            EXPECT_NE(text.find("before-" + name), std::string::npos) << name;
-            EXPECT_NE(text.find("after-" + name), std::string::npos) << name;
-        }
+    std::string text = visibleText(card.bodyView()->webView());
+    for (const std::string& name : names) {
+        EXPECT_NE(text.find("before-" + name), std::string::npos) << name;
+        EXPECT_NE(text.find("after-" + name), std::string::npos) << name;
     }
-    g_object_unref(application);
 }
 
 // Shown remote content keeps its trackers out: the picture comes, the pixel
@@ -92,25 +77,15 @@ TEST(HostileMessage, ShownImagesLeaveTheirTrackersOut) {
     mailbox.write("box/cur/1.news",
                   test::htmlMessage("news@x", "News", "<p>news</p><img src=\"" + server.url("/image-picture") + "\">"
                                     "<img src=\"" + server.url("/image-pixel") + "\" width=1 height=1>"));
-    GtkApplication* application = gtk_application_new("org.zvwebkit.TrackersTest", G_APPLICATION_NON_UNIQUE);
-    g_application_register(G_APPLICATION(application), nullptr, nullptr);
-    {
-        ViewerOptions options;
-        options.paths = {(mailbox.path() / "box").string()};
-        ViewerWindow window(application, options);
-        gtk_window_present(window.window());
-        ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
-        window.showConversation(0);
-        ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s));
-        MessageCard& card = *window.conversationView().cards().at(0);
-        EXPECT_EQ(card.blockedRemoteReferences(), 2u);
-        card.showRemoteContent();
-        ASSERT_TRUE(zv::test::spinUntil([&] { return server.hits("/image-picture") == 1; }, 10s));
-        zv::test::spinFor(zv::test::kQuietPeriod);
-        EXPECT_EQ(server.hits("/image-pixel"), 0);
-        EXPECT_EQ(card.blockedTrackers(), 1u);
-    }
-    g_object_unref(application);
+    test::ViewerOnMailbox viewer(mailbox.path() / "box");
+    ASSERT_TRUE(viewer.showFirstConversation());
+    MessageCard& card = *viewer.window().conversationView().cards().at(0);
+    EXPECT_EQ(card.blockedRemoteReferences(), 2u);
+    card.showRemoteContent();
+    ASSERT_TRUE(zv::test::spinUntil([&] { return server.hits("/image-picture") == 1; }, 10s));
+    zv::test::spinFor(zv::test::kQuietPeriod);
+    EXPECT_EQ(server.hits("/image-pixel"), 0);
+    EXPECT_EQ(card.blockedTrackers(), 1u);
 }
 
 // A link whose user name poses as the host asks before anything opens; the
@@ -119,25 +94,14 @@ TEST(HostileMessage, ADeceptiveLinkAsksFirst) {
     zv::test::initGtkOnce();
     test::ScratchFolder mailbox;
     mailbox.write("box/cur/1.link", test::htmlMessage("link@x", "Link", "<p><a id=l href=\"https://mybank.com@evil.net/login\">Log in</a></p>"));
-    GtkApplication* application = gtk_application_new("org.zvwebkit.LinkWarningTest", G_APPLICATION_NON_UNIQUE);
-    g_application_register(G_APPLICATION(application), nullptr, nullptr);
-    {
-        ViewerOptions options;
-        options.paths = {(mailbox.path() / "box").string()};
-        ViewerWindow window(application, options);
-        gtk_window_present(window.window());
-        ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
-        window.showConversation(0);
-        ASSERT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s));
-        ASSERT_EQ(shownLinkQuestion(), nullptr);
-        WebKitWebView* view = window.conversationView().cards().at(0)->bodyView()->webView();
-        zv::evaluateJavaScript(view, "document.getElementById('l').click()", [](std::optional<zv::Value>, std::optional<zv::Error>) {});
-        ASSERT_TRUE(zv::test::spinUntil([] { return shownLinkQuestion() != nullptr; }, 10s)) << "no question before the link";
-        GtkWindow* dialog = shownLinkQuestion();
-        gtk_dialog_response(GTK_DIALOG(dialog), GTK_RESPONSE_CANCEL);
-        EXPECT_TRUE(zv::test::spinUntil([] { return shownLinkQuestion() == nullptr; }, 5s));
-    }
-    g_object_unref(application);
+    test::ViewerOnMailbox viewer(mailbox.path() / "box");
+    ASSERT_TRUE(viewer.showFirstConversation());
+    ASSERT_EQ(shownLinkQuestion(), nullptr);
+    WebKitWebView* view = viewer.window().conversationView().cards().at(0)->bodyView()->webView();
+    zv::evaluateJavaScript(view, "document.getElementById('l').click()", [](std::optional<zv::Value>, std::optional<zv::Error>) {});
+    ASSERT_TRUE(zv::test::spinUntil([] { return shownLinkQuestion() != nullptr; }, 10s)) << "no question before the link";
+    gtk_dialog_response(GTK_DIALOG(shownLinkQuestion()), GTK_RESPONSE_CANCEL);
+    EXPECT_TRUE(zv::test::spinUntil([] { return shownLinkQuestion() == nullptr; }, 5s));
 }
 
 }  // namespace

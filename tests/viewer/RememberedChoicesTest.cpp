@@ -54,94 +54,84 @@ TEST(RememberedChoices, ACoveredMessageLoadsItsImagesAtOnceUntilTheChoiceIsForgo
     mailbox.write("box/cur/Pair", messageFrom("Gus <gus@pair.example>", "Pair", server.url("/image-Pair")));
     mailbox.write("box/cur/Reply", messageFrom("Gus <gus@pair.example>", "Reply", server.url("/image-Reply"), "<Pair@x>"));
 
-    GtkApplication* application = gtk_application_new("org.zvwebkit.RememberedChoicesTest", G_APPLICATION_NON_UNIQUE);
-    g_application_register(G_APPLICATION(application), nullptr, nullptr);
-    {
-        ViewerOptions options;
-        options.paths = {(mailbox.path() / "box").string()};
-        ViewerWindow window(application, options);
-        ViewerExtensions extensions(window);
-        gtk_window_present(window.window());
-        ASSERT_TRUE(zv::test::spinUntil([&] { return window.isMailboxRead(); }, 20s));
-        // Every load of a body, with the document it loaded.
-        std::vector<std::string> loads;
-        window.conversationView().cardSettled = [&](MessageCard& card) { loads.push_back(card.preparedHTML()); };
-        auto open = [&](const std::string& subject) -> MessageCard& {
-            loads.clear();
-            for (std::size_t row = 0; row < window.conversations().size(); ++row)
-                if (window.conversations()[row].subject == subject) window.showConversation(row);
-            EXPECT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s)) << subject;
-            zv::test::spinFor(zv::test::kQuietPeriod);
-            return *window.conversationView().cards().at(0);
-        };
-        auto hits = [&](const std::string& subject) { return server.hits("/image-" + subject); };
+    test::ViewerOnMailbox viewer(mailbox.path() / "box");
+    ViewerWindow& window = viewer.window();
+    ViewerExtensions extensions(window);
+    ASSERT_TRUE(viewer.present());
+    // Every load of a body, with the document it loaded.
+    std::vector<std::string> loads;
+    window.conversationView().cardSettled = [&](MessageCard& card) { loads.push_back(card.preparedHTML()); };
+    auto open = [&](const std::string& subject) -> MessageCard& {
+        loads.clear();
+        for (std::size_t row = 0; row < window.conversations().size(); ++row)
+            if (window.conversations()[row].subject == subject) window.showConversation(row);
+        EXPECT_TRUE(zv::test::spinUntil([&] { return window.conversationView().isLoaded(); }, 30s)) << subject;
+        zv::test::spinFor(zv::test::kQuietPeriod);
+        return *window.conversationView().cards().at(0);
+    };
+    auto hits = [&](const std::string& subject) { return server.hits("/image-" + subject); };
 
-        MessageCard& first = open("First");
-        EXPECT_EQ(first.blockedRemoteReferences(), 1u);
-        EXPECT_EQ(hits("First"), 0);
-        first.alwaysShowRemoteContent(Scope::Sender);
-        EXPECT_TRUE(zv::test::spinUntil([&] { return hits("First") == 1; }, 10s));
-        EXPECT_EQ(first.rememberedChoice(), Scope::Sender);
+    MessageCard& first = open("First");
+    EXPECT_EQ(first.blockedRemoteReferences(), 1u);
+    EXPECT_EQ(hits("First"), 0);
+    first.alwaysShowRemoteContent(Scope::Sender);
+    EXPECT_TRUE(zv::test::spinUntil([&] { return hits("First") == 1; }, 10s));
+    EXPECT_EQ(first.rememberedChoice(), Scope::Sender);
 
-        // The same address, written in other case: one load, with the image.
-        MessageCard& second = open("Second");
-        EXPECT_EQ(second.rememberedChoice(), Scope::Sender);
-        EXPECT_EQ(second.blockedRemoteReferences(), 0u);
-        ASSERT_EQ(loads.size(), 1u) << "loaded blocked first, then again";
-        EXPECT_NE(loads[0].find(server.wrenURL("/image-Second")), std::string::npos);
-        EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Second") == 1; }, 10s));
+    // The same address, written in other case: one load, with the image.
+    MessageCard& second = open("Second");
+    EXPECT_EQ(second.rememberedChoice(), Scope::Sender);
+    EXPECT_EQ(second.blockedRemoteReferences(), 0u);
+    ASSERT_EQ(loads.size(), 1u) << "loaded blocked first, then again";
+    EXPECT_NE(loads[0].find(server.wrenURL("/image-Second")), std::string::npos);
+    EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Second") == 1; }, 10s));
 
-        // Another address of the domain is not covered by the sender's choice.
-        MessageCard& colleague = open("Colleague");
-        EXPECT_EQ(colleague.blockedRemoteReferences(), 1u);
-        EXPECT_EQ(hits("Colleague"), 0);
-        colleague.alwaysShowRemoteContent(Scope::Domain);
-        EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Colleague") == 1; }, 10s));
+    // Another address of the domain is not covered by the sender's choice.
+    MessageCard& colleague = open("Colleague");
+    EXPECT_EQ(colleague.blockedRemoteReferences(), 1u);
+    EXPECT_EQ(hits("Colleague"), 0);
+    colleague.alwaysShowRemoteContent(Scope::Domain);
+    EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Colleague") == 1; }, 10s));
 
-        MessageCard& neighbour = open("Neighbour");
-        EXPECT_EQ(neighbour.rememberedChoice(), Scope::Domain);
-        EXPECT_EQ(loads.size(), 1u);
-        EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Neighbour") == 1; }, 10s));
+    MessageCard& neighbour = open("Neighbour");
+    EXPECT_EQ(neighbour.rememberedChoice(), Scope::Domain);
+    EXPECT_EQ(loads.size(), 1u);
+    EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Neighbour") == 1; }, 10s));
 
-        // A subdomain is another domain.
-        MessageCard& subdomain = open("Subdomain");
-        EXPECT_EQ(subdomain.blockedRemoteReferences(), 1u);
-        EXPECT_EQ(hits("Subdomain"), 0);
+    // A subdomain is another domain.
+    MessageCard& subdomain = open("Subdomain");
+    EXPECT_EQ(subdomain.blockedRemoteReferences(), 1u);
+    EXPECT_EQ(hits("Subdomain"), 0);
 
-        // Forgetting from a message shown by the domain's choice blocks it again
-        // at once, and the domain's other senders with it.
-        MessageCard& again = open("Neighbour");
-        again.forgetRemoteContentChoice();
-        EXPECT_TRUE(zv::test::spinUntil([&] { return again.isBodyLoaded() && again.blockedRemoteReferences() == 1u; }, 10s));
-        EXPECT_FALSE(choices->allowsRemoteContent("cy@example.org"));
-        EXPECT_TRUE(choices->allowsRemoteContent("ann@example.org")) << "the sender's own choice stays";
+    // Forgetting from a message shown by the domain's choice blocks it again
+    // at once, and the domain's other senders with it.
+    MessageCard& again = open("Neighbour");
+    again.forgetRemoteContentChoice();
+    EXPECT_TRUE(zv::test::spinUntil([&] { return again.isBodyLoaded() && again.blockedRemoteReferences() == 1u; }, 10s));
+    EXPECT_FALSE(choices->allowsRemoteContent("cy@example.org"));
+    EXPECT_TRUE(choices->allowsRemoteContent("ann@example.org")) << "the sender's own choice stays";
 
-        open("Second").forgetRemoteContentChoice();
-        MessageCard& third = open("Third");
-        EXPECT_EQ(third.rememberedChoice(), std::nullopt);
-        EXPECT_EQ(third.blockedRemoteReferences(), 1u);
-        EXPECT_EQ(hits("Third"), 0);
-        // Blocked, the picture is a box saying what it was (its file name: it has no alternative text).
-        auto box = std::make_shared<std::optional<zv::Value>>();
-        zv::evaluateJavaScript(third.bodyView()->webView(), "document.querySelector('[role=img]').innerText",
-                               [box](std::optional<zv::Value> value, std::optional<zv::Error>) { *box = value ? *value : zv::Value(); });
-        ASSERT_TRUE(zv::test::spinUntil([&] { return box->has_value(); }, 5s));
-        EXPECT_EQ(**box, zv::Value("image-Third"));
-        EXPECT_TRUE(choices->choices().empty());
+    open("Second").forgetRemoteContentChoice();
+    MessageCard& third = open("Third");
+    EXPECT_EQ(third.rememberedChoice(), std::nullopt);
+    EXPECT_EQ(third.blockedRemoteReferences(), 1u);
+    EXPECT_EQ(hits("Third"), 0);
+    // Blocked, the picture is a box saying what it was (its file name: it has no alternative text).
+    EXPECT_EQ(test::evaluate(third.bodyView()->webView(), "document.querySelector('[role=img]').innerText"),
+              zv::Value("image-Third"));
+    EXPECT_TRUE(choices->choices().empty());
 
-        // A choice made on one message of a conversation shows the others it
-        // covers at once; the menu's "forget all" blocks them all again.
-        open("Pair").alwaysShowRemoteContent(Scope::Sender);
-        EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Pair") == 1 && hits("Reply") == 1; }, 10s));
-        const auto& pair = window.conversationView().cards();
-        ASSERT_EQ(pair.size(), 2u);
-        EXPECT_EQ(pair[1]->rememberedChoice(), Scope::Sender);
-        g_action_group_activate_action(G_ACTION_GROUP(window.window()), "forget-remote-content-choices", nullptr);
-        EXPECT_TRUE(choices->choices().empty());
-        for (const auto& card : pair)
-            EXPECT_TRUE(zv::test::spinUntil([&] { return card->isBodyLoaded() && card->blockedRemoteReferences() == 1u; }, 10s));
-    }
-    g_object_unref(application);
+    // A choice made on one message of a conversation shows the others it
+    // covers at once; the menu's "forget all" blocks them all again.
+    open("Pair").alwaysShowRemoteContent(Scope::Sender);
+    EXPECT_TRUE(zv::test::spinUntil([&] { return hits("Pair") == 1 && hits("Reply") == 1; }, 10s));
+    const auto& pair = window.conversationView().cards();
+    ASSERT_EQ(pair.size(), 2u);
+    EXPECT_EQ(pair[1]->rememberedChoice(), Scope::Sender);
+    g_action_group_activate_action(G_ACTION_GROUP(window.window()), "forget-remote-content-choices", nullptr);
+    EXPECT_TRUE(choices->choices().empty());
+    for (const auto& card : pair)
+        EXPECT_TRUE(zv::test::spinUntil([&] { return card->isBodyLoaded() && card->blockedRemoteReferences() == 1u; }, 10s));
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
-// What the viewer tests share: a scratch folder, and messages written into it.
+// What the viewer tests share: a scratch folder, messages written into it,
+// and a viewer window opened on them.
 #pragma once
 
 #include "TemporaryFolder.h"
 #include "WebViewHarness.h"
+#include "viewer/ViewerWindow.h"
 
 #include <zv/webview/ScriptEvaluation.h>
 
@@ -47,6 +49,48 @@ inline std::string htmlMessage(const std::string& id, const std::string& subject
                        "Content-Type: text/html; charset=utf-8",
                    html);
 }
+
+// A viewer window on the mailbox folder `box`, in a GTK application of its
+// own that outlives it. Made hidden, so that extensions can be attached
+// before it shows.
+class ViewerOnMailbox {
+public:
+    explicit ViewerOnMailbox(const std::filesystem::path& box)
+        : application_(registeredApplication()), window_(application_.get(), optionsFor(box)) {}
+
+    ViewerWindow& window() { return window_; }
+
+    // Presents the window and waits for its mailbox to be read.
+    bool present() {
+        gtk_window_present(window_.window());
+        return zv::test::spinUntil([&] { return window_.isMailboxRead(); }, std::chrono::seconds(20));
+    }
+
+    // Presents the window, shows its first conversation and waits for it to load.
+    bool showFirstConversation() {
+        if (!present()) return false;
+        window_.showConversation(0);
+        return zv::test::spinUntil([&] { return window_.conversationView().isLoaded(); }, std::chrono::seconds(30));
+    }
+
+private:
+    struct Release {
+        void operator()(GtkApplication* application) const { g_object_unref(application); }
+    };
+    static ViewerOptions optionsFor(const std::filesystem::path& box) {
+        ViewerOptions options;
+        options.paths = {box.string()};
+        return options;
+    }
+    static GtkApplication* registeredApplication() {
+        GtkApplication* application = gtk_application_new("org.zvwebkit.ViewerTest", G_APPLICATION_NON_UNIQUE);
+        g_application_register(G_APPLICATION(application), nullptr, nullptr);
+        return application;
+    }
+
+    std::unique_ptr<GtkApplication, Release> application_;
+    ViewerWindow window_;
+};
 
 // The value of `script` in `view`'s page, nothing when it threw or gave no
 // answer within the bound.
