@@ -106,7 +106,9 @@ public:
     // Counts the CPU time of `window`'s frames (layout and drawing) apart.
     void watchFrames(GtkWindow* window) {
         GdkFrameClock* clock = gtk_widget_get_frame_clock(GTK_WIDGET(window));
-        auto begin = +[](GdkFrameClock*, gpointer data) { static_cast<StallMeter*>(data)->frameStarted_ = threadCPU(); };
+        auto begin = +[](GdkFrameClock*, gpointer data) {
+            static_cast<StallMeter*>(data)->frameStarted_ = threadCPU();
+        };
         auto end = +[](GdkFrameClock*, gpointer data) {
             auto* self = static_cast<StallMeter*>(data);
             self->framesCPU_ += threadCPU() - self->frameStarted_;
@@ -366,11 +368,13 @@ TEST_F(SchemeLoadTest, AThousandRequestsAcrossFiftyViewsAreEachAnsweredOnce) {
 
     std::printf("load: %zu tasks, pages loaded in %.2f s (main-thread CPU once the views were made %.0f ms), "
                 "longest main-loop stall %.1f ms (%.1f ms of it on the CPU, %.1f ms waiting for a core), most CPU "
-                "between two turns %.1f ms (%.1f ms beside the windows' frames), answer latency p50 %.1f ms, p95 %.1f ms, p99 %.1f ms, max %.1f ms\n",
+                "between two turns %.1f ms (%.1f ms beside the windows' frames), answer latency p50 %.1f ms, "
+                "p95 %.1f ms, p99 %.1f ms, max %.1f ms\n",
                 tasks.size(), loadSeconds, loadCPUMilliseconds, stalls.longestMilliseconds(),
                 stalls.cpuOfLongestMilliseconds(), stalls.runQueueWaitOfLongestMilliseconds(),
-                stalls.longestCPUMilliseconds(), stalls.longestCPUBesideFramesMilliseconds(), percentile(latencies, 0.5), percentile(latencies, 0.95),
-                percentile(latencies, 0.99), percentile(latencies, 1.0));
+                stalls.longestCPUMilliseconds(), stalls.longestCPUBesideFramesMilliseconds(),
+                percentile(latencies, 0.5), percentile(latencies, 0.95), percentile(latencies, 0.99),
+                percentile(latencies, 1.0));
 }
 
 }  // namespace
