@@ -100,8 +100,7 @@ public:
     }
     ~StallMeter() {
         g_source_remove(source_);
-        for (auto& [clock, handlers] : frameHandlers_)
-            for (gulong handler : handlers) g_signal_handler_disconnect(clock.get(), handler);
+        for (const auto& clock : frameClocks_) g_signal_handlers_disconnect_by_data(clock.get(), this);
     }
     // Counts the CPU time of `window`'s frames (layout and drawing) apart.
     void watchFrames(GtkWindow* window) {
@@ -113,9 +112,9 @@ public:
             auto* self = static_cast<StallMeter*>(data);
             self->framesCPU_ += threadCPU() - self->frameStarted_;
         };
-        frameHandlers_.emplace_back(GObjectRef<GdkFrameClock>::ref(clock),
-                                    std::vector<gulong>{g_signal_connect(clock, "before-paint", G_CALLBACK(begin), this),
-                                                        g_signal_connect(clock, "after-paint", G_CALLBACK(end), this)});
+        g_signal_connect(clock, "before-paint", G_CALLBACK(begin), this);
+        g_signal_connect(clock, "after-paint", G_CALLBACK(end), this);
+        frameClocks_.push_back(GObjectRef<GdkFrameClock>::ref(clock));
     }
     double longestMilliseconds() const { return std::chrono::duration<double, std::milli>(longest_).count(); }
     double cpuOfLongestMilliseconds() const { return cpuOfLongest_ * 1e3; }
@@ -164,7 +163,7 @@ private:
     double longestCPU_ = 0;
     double lastWait_ = 0;
     double waitOfLongest_ = 0;
-    std::vector<std::pair<GObjectRef<GdkFrameClock>, std::vector<gulong>>> frameHandlers_;
+    std::vector<GObjectRef<GdkFrameClock>> frameClocks_;
     double frameStarted_ = 0;
     double framesCPU_ = 0;
     double lastFramesCPU_ = 0;
