@@ -3,7 +3,11 @@
 #include <zv/foundation/MainThread.h>
 
 #include <glib.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -31,6 +35,7 @@ struct OperationQueueState : std::enable_shared_from_this<OperationQueueState> {
     std::mutex mutex;
     std::condition_variable allFinished;
     int maxConcurrent = 1;
+    bool background = false;
     bool started = false;
     bool completionDone = false;
     std::function<void()> completion;
@@ -69,9 +74,31 @@ void runOperation(gpointer data, gpointer) {
     }
 }
 
+// A thread's nice value is its own on Linux, and an unprivileged thread
+// cannot lower it again: background work has threads of its own for good.
+void runBackgroundOperation(gpointer data, gpointer) {
+    thread_local const bool lowered = [] {
+        errno = 0;
+        int nice = getpriority(PRIO_PROCESS, pid_t(gettid()));
+        if (errno == 0) setpriority(PRIO_PROCESS, pid_t(gettid()), std::min(nice + 10, 19));
+        return true;
+    }();
+    (void)lowered;
+    runOperation(data, nullptr);
+}
+
 // One pool for every queue, never freed; each queue limits its own share.
 GThreadPool* workerPool() {
     static GThreadPool* pool = g_thread_pool_new(runOperation, nullptr, -1, FALSE, nullptr);
+    return pool;
+}
+
+// Exclusive, since GLib hands the idle threads of shared pools from one pool
+// to another. A thread per processor: background work is mostly CPU, and
+// background queues together wait their turn for these.
+GThreadPool* backgroundPool() {
+    static GThreadPool* pool =
+        g_thread_pool_new(runBackgroundOperation, nullptr, std::max(2, processorCount()), TRUE, nullptr);
     return pool;
 }
 
@@ -88,9 +115,10 @@ void detail::OperationQueueState::launchWaiting(std::unique_lock<std::mutex>& lo
         ++running;
         launching.push_back(std::move(operation));
     }
+    GThreadPool* pool = background ? backgroundPool() : workerPool();
     lock.unlock();
     for (auto& operation : launching)
-        g_thread_pool_push(workerPool(), new std::shared_ptr<OperationState>(std::move(operation)), nullptr);
+        g_thread_pool_push(pool, new std::shared_ptr<OperationState>(std::move(operation)), nullptr);
     lock.lock();
 }
 
@@ -150,6 +178,11 @@ void OperationQueue::setMaxConcurrentOperationCount(int count) {
     std::unique_lock lock(state_->mutex);
     state_->maxConcurrent = count < 1 ? processorCount() : count;
     state_->launchWaiting(lock);
+}
+
+void OperationQueue::setBackgroundPriority(bool background) {
+    std::lock_guard lock(state_->mutex);
+    state_->background = background;
 }
 
 int OperationQueue::maxConcurrentOperationCount() const {

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <mutex>
 #include <thread>
@@ -171,6 +174,23 @@ TEST(OperationQueue, TheLimitDefaultsToTheProcessorCount) {
     queue->setMaxConcurrentOperationCount(3);
     queue->setMaxConcurrentOperationCount(0);
     EXPECT_EQ(queue->maxConcurrentOperationCount(), processors);
+}
+
+// Work nobody waits on gives way to the main thread; other queues'
+// operations keep the process's priority.
+TEST(OperationQueue, OnlyBackgroundOperationsRunAtALowerPriority) {
+    auto niceOfOperation = [](bool background) {
+        auto queue = zv::OperationQueue::create();
+        queue->setBackgroundPriority(background);
+        std::atomic<int> nice = 100;
+        queue->addOperation([&] { nice = getpriority(PRIO_PROCESS, pid_t(gettid())); });
+        queue->waitUntilAllOperationsAreFinished();
+        return int(nice);
+    };
+    int process = getpriority(PRIO_PROCESS, 0);
+    if (process >= 19) GTEST_SKIP() << "already at the lowest priority";
+    EXPECT_GT(niceOfOperation(true), process);
+    for (int i = 0; i < 8; ++i) EXPECT_EQ(niceOfOperation(false), process);
 }
 
 }  // namespace

@@ -74,6 +74,15 @@ public:
     void setMaxConcurrentOperationCount(int count);
     int maxConcurrentOperationCount() const;
 
+    // A background queue runs its operations on threads of their own (one
+    // per processor, shared by all background queues), at a lower CPU
+    // priority than the process (nice 10 above it), so work nobody waits on
+    // (a mailbox's headers, previews) leaves the cores to the main thread
+    // when it has something to draw. Operations launched after the call
+    // follow it. Since those threads are few, a background operation must not
+    // wait for another background operation.
+    void setBackgroundPriority(bool background);
+
     Operation addOperation(std::function<void()> work);
     Operation addSignallingOperation(std::function<void(Operation)> work);
 

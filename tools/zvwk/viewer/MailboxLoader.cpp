@@ -21,6 +21,7 @@ std::shared_ptr<MailboxLoader> MailboxLoader::start(std::vector<std::string> ope
     loader->callbacks_ = std::move(callbacks);
     loader->queue_ = zv::OperationQueue::create();
     loader->queue_->setMaxConcurrentOperationCount(2);
+    loader->queue_->setBackgroundPriority(true);
     std::weak_ptr<MailboxLoader> weak = loader;
     loader->queue_->addOperation([weak, operands = std::move(operands)]() mutable {
         if (auto self = weak.lock()) self->list(std::move(operands));

@@ -1,6 +1,6 @@
 // Reads a mailbox off the main thread: lists its messages, then reads their
-// headers in batches on the operation queue and hands each batch to the main
-// thread, in mailbox order. The first batch is small, so the first screen of
+// headers in batches on a background operation queue (the window draws
+// first) and hands each batch to the main thread, in mailbox order. The first batch is small, so the first screen of
 // rows comes quickly; later ones are larger, so the main thread is woken
 // rarely.
 #pragma once

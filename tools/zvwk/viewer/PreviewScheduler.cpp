@@ -11,6 +11,7 @@ std::shared_ptr<PreviewScheduler> PreviewScheduler::create(Compute compute, Deli
     scheduler->deliver_ = std::move(deliver);
     scheduler->queue_ = zv::OperationQueue::create();
     scheduler->queue_->setMaxConcurrentOperationCount(threads);
+    scheduler->queue_->setBackgroundPriority(true);
     scheduler->queue_->start();
     return scheduler;
 }

@@ -1,4 +1,4 @@
-// Preview lines computed on the operation queue, in the order the user sees
+// Preview lines computed on a background operation queue, in the order the user sees
 // rows: a row coming on screen moves its message to the front, and the rest
 // wait at the back. Each queued operation takes whatever is at the front
 // when it gets to run, so a late request overtakes the backlog.
