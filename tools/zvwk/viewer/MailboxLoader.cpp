@@ -21,7 +21,10 @@ std::shared_ptr<MailboxLoader> MailboxLoader::start(std::vector<std::string> ope
     loader->callbacks_ = std::move(callbacks);
     loader->queue_ = zv::OperationQueue::create();
     loader->queue_->setMaxConcurrentOperationCount(2);
-    loader->queue_->setBackgroundPriority(true);
+    loader->backgroundQueue_ = zv::OperationQueue::create();
+    loader->backgroundQueue_->setMaxConcurrentOperationCount(2);
+    loader->backgroundQueue_->setBackgroundPriority(true);
+    loader->backgroundQueue_->start();
     std::weak_ptr<MailboxLoader> weak = loader;
     loader->queue_->addOperation([weak, operands = std::move(operands)]() mutable {
         if (auto self = weak.lock()) self->list(std::move(operands));
@@ -49,7 +52,9 @@ void MailboxLoader::list(std::vector<std::string> operands) {
     });
     for (size_t first = 0; first < total;) {
         size_t count = std::min(first == 0 ? kFirstBatch : kBatch, total - first);
-        queue_->addOperation([weak, listing, first, count] {
+        // The first screen's rows are awaited; the rest is not.
+        zv::OperationQueue& queue = first == 0 ? *queue_ : *backgroundQueue_;
+        queue.addOperation([weak, listing, first, count] {
             std::vector<MessageSummary> batch;
             batch.reserve(count);
             for (size_t i = first; i < first + count; ++i) {

@@ -1,6 +1,7 @@
 // Reads a mailbox off the main thread: lists its messages, then reads their
-// headers in batches on a background operation queue (the window draws
-// first) and hands each batch to the main thread, in mailbox order. The first batch is small, so the first screen of
+// headers in batches (all but the first on a background operation queue, so
+// the window draws first) and hands each batch to the main thread, in
+// mailbox order. The first batch is small, so the first screen of
 // rows comes quickly; later ones are larger, so the main thread is woken
 // rarely.
 #pragma once
@@ -41,6 +42,7 @@ private:
 
     Callbacks callbacks_;
     std::shared_ptr<zv::OperationQueue> queue_;
+    std::shared_ptr<zv::OperationQueue> backgroundQueue_;
     // Main thread only: batches that arrived before the ones ahead of them.
     std::map<size_t, std::vector<MessageSummary>> early_;
     size_t nextToDeliver_ = 0;
