@@ -63,6 +63,10 @@ public:
     // Adds without checking for an existing one: for the parser, whose
     // tokens are already free of duplicates.
     void appendAttribute(HTMLAttribute attribute) { attributes_.push_back(std::move(attribute)); }
+    // The same, built in place: each string is moved once instead of twice.
+    void appendAttribute(std::string&& name, std::string&& value) {
+        attributes_.emplace_back(std::move(name), std::move(value));
+    }
     // Room for `count` attributes, so the parser allocates once per element.
     void reserveAttributes(size_t count) { attributes_.reserve(count); }
 
