@@ -42,6 +42,20 @@ int byteAt(const NamedReference& r, size_t depth) noexcept {
     return depth < r.name.size() ? uint8_t(r.name[depth]) : -1;
 }
 
+// The entry for a name written in full, with its ';': no name holds a ';'
+// before its end, so no longer entry can match. Most references are written
+// so ("&nbsp;"), and one search settles them.
+const NamedReference* findTerminatedName(std::string_view text, const NamedReference* first,
+                                         const NamedReference* last) noexcept {
+    size_t end = 0;
+    while (end < text.size() && isASCIIAlphanumeric(text[end])) ++end;
+    if (end == text.size() || text[end] != ';') return nullptr;
+    std::string_view name = text.substr(0, end + 1);
+    const NamedReference* found =
+        std::lower_bound(first, last, name, [](const NamedReference& r, std::string_view n) { return r.name < n; });
+    return found != last && found->name == name ? found : nullptr;
+}
+
 }  // namespace
 
 NamedCharacterReferenceMatch matchNamedCharacterReference(std::string_view text) noexcept {
@@ -50,6 +64,7 @@ NamedCharacterReferenceMatch matchNamedCharacterReference(std::string_view text)
     const auto range = kByFirstByte[uint8_t(text[0])];
     const NamedReference* first = kNamedReferences + range.first;
     const NamedReference* last = kNamedReferences + range.last;
+    if (const NamedReference* full = findTerminatedName(text, first, last)) return {full->name.size(), full->value};
     // Every entry in [first, last) starts with text[0, depth); narrow on the
     // next byte. The entry equal to the prefix, if any, sorts first.
     for (size_t depth = 0; first != last; ++depth) {

@@ -15,7 +15,7 @@ constexpr size_t kScannedAttributes = 16;
 
 // The attributes in one order, for comparing long lists; an element's names
 // are distinct, so no two compare equal.
-std::vector<const HTMLAttribute*> sortedAttributes(const std::vector<HTMLAttribute>& attributes) {
+std::vector<const HTMLAttribute*> sortedAttributes(const HTMLAttributeList& attributes) {
     std::vector<const HTMLAttribute*> sorted;
     sorted.reserve(attributes.size());
     for (const HTMLAttribute& attribute : attributes) sorted.push_back(&attribute);
@@ -25,7 +25,7 @@ std::vector<const HTMLAttribute*> sortedAttributes(const std::vector<HTMLAttribu
     return sorted;
 }
 
-bool sameAttributesSorted(const std::vector<HTMLAttribute>& left, const std::vector<HTMLAttribute>& right) {
+bool sameAttributesSorted(const HTMLAttributeList& left, const HTMLAttributeList& right) {
     std::vector<const HTMLAttribute*> x = sortedAttributes(left), y = sortedAttributes(right);
     for (size_t i = 0; i < x.size(); ++i)
         if (x[i]->ns != y[i]->ns || x[i]->name != y[i]->name || x[i]->value != y[i]->value) return false;

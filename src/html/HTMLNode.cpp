@@ -18,8 +18,8 @@ namespace zv::html {
 
 HTMLNode::~HTMLNode() = default;
 
-void* HTMLNode::operator new(size_t size) { return allocateNodeMemory(size); }
-void HTMLNode::operator delete(void* memory, size_t size) noexcept { freeNodeMemory(memory, size); }
+void* HTMLNode::operator new(size_t size) { return allocatePooledMemory(size); }
+void HTMLNode::operator delete(void* memory, size_t size) noexcept { freePooledMemory(memory, size); }
 
 // Frees a subtree without recursion, each node as soon as its children are
 // gone, so it is touched once while still in the caches. The walk goes

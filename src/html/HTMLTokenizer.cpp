@@ -119,7 +119,7 @@ void HTMLTokenizer::Impl::emitTag() {
     dropDuplicateAttribute();
     tag->tag = tagNames.lookUp(tag->tagName);
     if (tag == &startTag) {
-        lastStartTagName = tag->tagName;
+        lastStartTagNameSet = false;
     } else {
         if (attributeCount) {
             error("end-tag-with-attributes");
@@ -338,7 +338,10 @@ void HTMLTokenizer::setState(HTMLTokenizerState state) {
     }
 }
 
-void HTMLTokenizer::setLastStartTagName(std::string_view name) { impl_->lastStartTagName.assign(name); }
+void HTMLTokenizer::setLastStartTagName(std::string_view name) {
+    impl_->lastStartTagName.assign(name);
+    impl_->lastStartTagNameSet = true;
+}
 
 void HTMLTokenizer::setAllowCDATA(bool allow) { impl_->allowCDATA = allow; }
 

@@ -402,7 +402,7 @@ Ref<HTMLElement> HTMLTreeBuilder::createElement(HTMLTagToken& token, Namespace n
     element->reserveAttributes(token.attributes.size());
     for (auto& attribute : token.attributes) {
         if (ns == Namespace::HTML)
-            element->appendAttribute(HTMLAttribute{std::move(attribute.name), std::move(attribute.value)});
+            element->appendAttribute(std::move(attribute.name), std::move(attribute.value));
         else
             element->appendAttribute(adjustedForeignAttribute(std::move(attribute), ns));
     }

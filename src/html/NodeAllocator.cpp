@@ -293,12 +293,12 @@ size_t sizeClassOf(size_t size) noexcept { return (size + kGranule - 1) / kGranu
 
 }  // namespace
 
-void* allocateNodeMemory(size_t size) {
+void* allocatePooledMemory(size_t size) {
     if (size == 0 || size > kClasses * kGranule) return ::operator new(size);
     return cache.allocate(sizeClassOf(size));
 }
 
-void freeNodeMemory(void* memory, size_t size) noexcept {
+void freePooledMemory(void* memory, size_t size) noexcept {
     if (!memory) return;
     if (size == 0 || size > kClasses * kGranule) return ::operator delete(memory);
     Chunk* chunk = chunkOf(memory);
@@ -308,8 +308,8 @@ void freeNodeMemory(void* memory, size_t size) noexcept {
 
 #else
 
-void* allocateNodeMemory(size_t size) { return ::operator new(size); }
-void freeNodeMemory(void* memory, size_t) noexcept { ::operator delete(memory); }
+void* allocatePooledMemory(size_t size) { return ::operator new(size); }
+void freePooledMemory(void* memory, size_t) noexcept { ::operator delete(memory); }
 
 #endif
 

@@ -1,4 +1,5 @@
-// Memory for DOM nodes: 64 KiB chunks of one size class, each owned by a thread.
+// Memory for DOM nodes and attribute lists: 64 KiB chunks of one size class,
+// each owned by a thread.
 //
 // A mail client parses thousands of documents and frees them again; taking
 // nodes from chunks instead of malloc keeps the general heap free of hundreds
@@ -12,11 +13,5 @@
 // of a node is still caught.
 #pragma once
 
-#include <cstddef>
-
-namespace zv::html {
-
-void* allocateNodeMemory(size_t size);
-void freeNodeMemory(void* memory, size_t size) noexcept;
-
-}  // namespace zv::html
+// allocatePooledMemory and freePooledMemory are declared there.
+#include <zv/html/PooledAllocator.h>

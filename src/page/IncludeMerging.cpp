@@ -74,7 +74,8 @@ void mergeIncludes(html::HTMLDocument& document, const URL& pageURL, std::functi
             queue.setMaxConcurrentOperationCount(kMaxConcurrentIncludes);
             for (HTMLElement* include : includes) {
                 // Read on this thread, before any merge can change the tree.
-                std::vector<html::HTMLAttribute> attributes = include->attributes();
+                const html::HTMLAttributeList& own = include->attributes();
+                std::vector<html::HTMLAttribute> attributes(own.begin(), own.end());
                 const std::string* source = include->attribute("src");
                 std::optional<URL> url = includeURL(source ? *source : std::string(), pageURL);
                 queue.addSignallingOperation([state, include, attributes, url](Operation operation) {

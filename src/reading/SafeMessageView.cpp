@@ -162,7 +162,7 @@ std::vector<TextRange> srcsetURLCores(std::string_view srcset) {
 // an <img>'s picture (its src, else its srcset), "" when it has none.
 std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, bool blockTrackers) {
     // Copied: rewriting changes the element's attributes as it goes.
-    std::vector<html::HTMLAttribute> attributes = element.attributes();
+    html::HTMLAttributeList attributes = element.attributes();
     std::optional<TrackerKind> imageKind;
     if (blockTrackers && showsAnImage(element)) imageKind = trackingImageKind(element);
     bool isImg = element.htmlNamespace() == html::Namespace::HTML && element.localName() == "img";

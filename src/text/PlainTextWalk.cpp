@@ -309,9 +309,9 @@ struct AttributeFacts {
 AttributeFacts attributeFacts(const HTMLElement& e, Body body) {
     AttributeFacts facts;
     for (const HTMLAttribute& a : e.attributes()) {
-        bool bad = false;
-        for (char c : a.name) bad |= (c == '>') | ((c == '<') & (body == Body::Notes));
-        if (bad) facts.plainNames = false;
+        std::string_view name = a.name;
+        if (name.find('>') != name.npos || (body == Body::Notes && name.find('<') != name.npos))
+            facts.plainNames = false;
         if (a.ns != html::AttributeNamespace::None) continue;
         if (a.name == "id" && a.value == "zv-reply-separator") facts.separator = true;
         if (equalsIgnoringASCIICase(a.name, "type") && equalsIgnoringASCIICase(a.value, "cite")) facts.citation = true;

@@ -5,6 +5,7 @@
 
 #include <zv/html/HTMLNode.h>
 #include <zv/html/HTMLTagNames.h>
+#include <zv/html/PooledAllocator.h>
 
 #include <string>
 #include <string_view>
@@ -26,6 +27,9 @@ struct ZV_EXPORT HTMLAttribute {
     std::string qualifiedName() const;
 };
 
+// An element's attributes, in order. Pooled like the nodes themselves.
+using HTMLAttributeList = std::vector<HTMLAttribute, PooledAllocator<HTMLAttribute>>;
+
 class ZV_EXPORT HTMLElement : public HTMLNode {
 public:
     HTMLElement(std::string_view localName, Namespace ns = Namespace::HTML);
@@ -46,7 +50,7 @@ public:
     // An HTML-namespace element with this tag.
     bool is(Tag tag) const noexcept { return tag_ == tag && ns_ == Namespace::HTML; }
 
-    const std::vector<HTMLAttribute>& attributes() const noexcept { return attributes_; }
+    const HTMLAttributeList& attributes() const noexcept { return attributes_; }
     // The value of the attribute with this qualified name, or null.
     const std::string* attribute(std::string_view name) const noexcept;
     bool hasAttribute(std::string_view name) const noexcept { return attribute(name) != nullptr; }
@@ -59,6 +63,10 @@ public:
     // Adds without checking for an existing one: for the parser, whose
     // tokens are already free of duplicates.
     void appendAttribute(HTMLAttribute attribute) { attributes_.push_back(std::move(attribute)); }
+    // The same, built in place: each string is moved once instead of twice.
+    void appendAttribute(std::string&& name, std::string&& value) {
+        attributes_.emplace_back(std::move(name), std::move(value));
+    }
     // Room for `count` attributes, so the parser allocates once per element.
     void reserveAttributes(size_t count) { attributes_.reserve(count); }
 
@@ -85,7 +93,7 @@ private:
     Tag tag_;
     Namespace ns_;
     std::string customName_;  // only for Tag::Unknown
-    std::vector<HTMLAttribute> attributes_;
+    HTMLAttributeList attributes_;
     Ref<HTMLDocumentFragment> templateContent_;
 };
 

@@ -189,11 +189,13 @@ constexpr std::array<char, 256> kASCIILower = [] {
 
 inline char toASCIILower(int c) noexcept { return kASCIILower[uint8_t(c)]; }
 
+// Appends, then lowers in place: resize() would first fill the room with
+// zeros, out of line, which cost more than the names themselves.
 inline void appendLowercased(std::string& out, const char* bytes, size_t length) {
     size_t old = out.size();
-    out.resize(old + length);
+    out.append(bytes, length);
     char* target = out.data() + old;
-    for (size_t i = 0; i < length; ++i) target[i] = kASCIILower[uint8_t(bytes[i])];
+    for (size_t i = 0; i < length; ++i) target[i] = kASCIILower[uint8_t(target[i])];
 }
 
 // The characters gathered for one character token: a range of the input
@@ -372,7 +374,9 @@ struct HTMLTokenizer::Impl {
     // Tags.
     void beginTag(HTMLTagToken& token);
     void emitTag();
-    bool isAppropriateEndTag() const { return tag == &endTag && endTag.tagName == lastStartTagName; }
+    bool isAppropriateEndTag() const {
+        return tag == &endTag && endTag.tagName == (lastStartTagNameSet ? lastStartTagName : startTag.tagName);
+    }
     void textLessThanSign(int c, State endTagOpen, State text);
     void textEndTagOpen(int c, State endTagName, State text);
     void textEndTagName(int c, State text);
@@ -430,7 +434,11 @@ struct HTMLTokenizer::Impl {
     bool currentAttributeIsDuplicate = false;
     AttributeNameSet attributeNames;  // the current tag's, duplicates left out
     TagNameCache tagNames;
+    // The last start tag's name is still in startTag when the text states
+    // compare end tags with it (no start tag begins in them), so it is not
+    // copied for every start tag; a name given by setLastStartTagName is.
     std::string lastStartTagName;
+    bool lastStartTagNameSet = false;
     size_t markupStart = 0;  // the '<' that opened the markup being read
     std::string temporaryBuffer;
     size_t referenceStart = 0;  // the '&' of the character reference being read
