@@ -75,7 +75,7 @@ void runOperation(gpointer data, gpointer) {
 }
 
 // A thread's nice value is its own on Linux, and an unprivileged thread
-// cannot lower it again: background work has threads of its own for good.
+// cannot take back a raised one: background threads stay background.
 void runBackgroundOperation(gpointer data, gpointer) {
     thread_local const bool lowered = [] {
         errno = 0;

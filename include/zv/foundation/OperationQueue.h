@@ -75,7 +75,7 @@ public:
     int maxConcurrentOperationCount() const;
 
     // A background queue runs its operations on threads of their own (one
-    // per processor, shared by all background queues), at a lower CPU
+    // per processor, at least two, shared by all background queues), at a lower CPU
     // priority than the process (nice 10 above it), so work nobody waits on
     // (a mailbox's headers, previews) leaves the cores to the main thread
     // when it has something to draw. Operations launched after the call
