@@ -65,7 +65,11 @@ public:
     void appendAttribute(HTMLAttribute attribute) { attributes_.push_back(std::move(attribute)); }
     // The same, built in place: each string is moved once instead of twice.
     void appendAttribute(std::string&& name, std::string&& value) {
-        attributes_.emplace_back(std::move(name), std::move(value));
+        // Assigned, not constructed from the pair: clang before 16 has no
+        // parenthesized aggregate initialisation.
+        HTMLAttribute& attribute = attributes_.emplace_back();
+        attribute.name = std::move(name);
+        attribute.value = std::move(value);
     }
     // Room for `count` attributes, so the parser allocates once per element.
     void reserveAttributes(size_t count) { attributes_.reserve(count); }
