@@ -181,14 +181,18 @@ void evaluationDone(GObject* view, GAsyncResult* result, gpointer data) {
 
 }  // namespace
 
-ScriptOutcome WebViewWindow::evaluate(std::string_view script, std::chrono::milliseconds timeout) {
+ScriptOutcome evaluateIn(WebKitWebView* view, std::string_view script, std::chrono::milliseconds timeout) {
     auto evaluation = std::make_shared<Evaluation>();
     std::string text(script);
-    webkit_web_view_evaluate_javascript(view_.get(), text.c_str(), static_cast<gssize>(text.size()), nullptr, nullptr,
+    webkit_web_view_evaluate_javascript(view, text.c_str(), static_cast<gssize>(text.size()), nullptr, nullptr,
                                         nullptr, evaluationDone, new std::shared_ptr<Evaluation>(evaluation));
     if (!spinUntil([&] { return evaluation->outcome.finished; }, timeout))
         std::fprintf(stderr, "WebViewHarness: no answer within the bound to: %.200s\n", text.c_str());
     return evaluation->outcome;
+}
+
+ScriptOutcome WebViewWindow::evaluate(std::string_view script, std::chrono::milliseconds timeout) {
+    return evaluateIn(view_.get(), script, timeout);
 }
 
 namespace {

@@ -89,6 +89,11 @@ struct ScriptOutcome {
     bool ok() const { return finished && error.empty(); }
 };
 
+// Evaluates `script` in the main frame of `view`, wherever the view is shown,
+// and waits for the answer.
+ScriptOutcome evaluateIn(WebKitWebView* view, std::string_view script,
+                         std::chrono::milliseconds timeout = kScriptTimeout);
+
 // Modifier keys held during a DOM key or mouse event.
 struct Modifiers {
     bool alt = false;
