@@ -262,7 +262,8 @@ protected:
 
     // The web process the views share, running before any of them loads, as a
     // reader starts it before it shows a conversation: with fifty related views
-    // loading while it started, WebKit now and then never loaded some of their pages.
+    // loading while it started, WebKit now and then never loaded some of their
+    // pages, or its process panicked in its allocator.
     bool startWebProcess() {
         processView_ = ZVWebView::create(messageConfiguration());
         bool loaded = false;
@@ -275,8 +276,8 @@ protected:
         return started;
     }
 
-    // A view in the process of the first, in the conversation's window, with
-    // a handler of its own holding its parts; loadPage loads its page.
+    // A view in the shared web process, in the conversation's window, with a
+    // handler of its own holding its parts; loadPage loads its page.
     void openView(int v) {
         ZVWebViewConfiguration configuration = messageConfiguration();
         configuration.relatedView = GObjectRef<WebKitWebView>::ref(processView_->webView());
