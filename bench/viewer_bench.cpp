@@ -10,9 +10,14 @@
 //    scrolled near), memory of the UI process and of the web processes, with
 //    all views in one shared web process against one process per view; then
 //    the time and memory to make every body view, as find does.
+// 3. Reading through a mailbox (default 120 conversations of a Maildir built
+//    like the first): each conversation shown half a second after the one
+//    before has loaded, as a quick reader pressing Down; times to its first
+//    body, and the slowest switches by their number (the shared web process
+//    is renewed every fifty conversations).
 //
 // A plain program: it needs a display (run it under xvfb-run) and the main
-// loop. Usage: viewer_bench [--messages N] [--thread N] [--shared-only] CORPUS_DIR
+// loop. Usage: viewer_bench [--messages N] [--thread N] [--switches N] [--shared-only] CORPUS_DIR
 // (0 skips a part; --shared-only skips the process-per-view run)
 #include "viewer/SoftwareGL.h"
 #include "viewer/ViewerWindow.h"
@@ -45,7 +50,7 @@ namespace {
 
 double seconds(Clock::time_point from, Clock::time_point to) { return std::chrono::duration<double>(to - from).count(); }
 
-bool spinUntil(const std::function<bool()>& done, std::chrono::seconds limit) {
+bool spinUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
     auto end = Clock::now() + limit;
     while (!done()) {
         if (Clock::now() > end) return false;
@@ -338,21 +343,59 @@ void measureThread(GtkApplication* application, const fs::path& threadDir, bool 
     waitForChildrenToExit();
 }
 
+void measureSwitches(GtkApplication* application, const fs::path& maildir, std::size_t count) {
+    ViewerOptions options;
+    options.paths = {maildir.string()};
+    options.select = std::size_t(-1);
+    auto window = std::make_unique<ViewerWindow>(application, options);
+    gtk_window_present(window->window());
+    spinUntil([&] { return window->isMailboxRead(); }, std::chrono::seconds(60));
+    spinUntil([] { return false; }, std::chrono::seconds(1));  // the web process starts at idle
+    std::size_t rows = window->messageList().rowCount();
+    std::vector<std::pair<double, std::size_t>> firsts;  // seconds, switch number
+    bool first = false, all = false;
+    Clock::time_point started;
+    window->conversationView().firstBodyLoaded = [&] {
+        if (!first) firsts.emplace_back(seconds(started, Clock::now()), firsts.size() + 1);
+        first = true;
+    };
+    window->conversationView().loaded = [&] { all = true; };
+    std::size_t lost = 0;
+    for (std::size_t i = 0; i < count && rows; ++i) {
+        first = all = false;
+        started = Clock::now();
+        window->showConversation(i % rows);
+        if (!spinUntil([&] { return all; }, std::chrono::seconds(60)) || !first) ++lost;
+        spinUntil([] { return false; }, std::chrono::milliseconds(500));  // the reader's glance
+    }
+    std::vector<std::pair<double, std::size_t>> sorted = firsts;
+    std::sort(sorted.begin(), sorted.end());
+    auto at = [&](double q) { return sorted.empty() ? -1 : sorted[std::size_t(q * double(sorted.size() - 1))].first; };
+    std::cout << "| " << firsts.size() << " conversations read in turn | first body: median " << at(0.5) << " s, p90 "
+              << at(0.9) << " s | slowest:";
+    for (std::size_t i = sorted.size(); i-- > 0 && i + 4 > sorted.size();)
+        std::cout << " " << sorted[i].first << " s (switch " << sorted[i].second << ")";
+    std::cout << " | not loaded within 60 s: " << lost << " |\n";
+    window.reset();
+    waitForChildrenToExit();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::size_t messages = 10000, thread = 50;
+    std::size_t messages = 10000, thread = 50, switches = 120;
     bool sharedOnly = false;
     std::string corpus;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
         if (arg == "--messages" && i + 1 < argc) messages = std::stoul(argv[++i]);
         else if (arg == "--thread" && i + 1 < argc) thread = std::stoul(argv[++i]);
+        else if (arg == "--switches" && i + 1 < argc) switches = std::stoul(argv[++i]);
         else if (arg == "--shared-only") sharedOnly = true;
         else corpus = arg;
     }
     if (corpus.empty() || !fs::is_directory(corpus)) {
-        std::cerr << "usage: viewer_bench [--messages N] [--thread N] [--shared-only] CORPUS_DIR\n";
+        std::cerr << "usage: viewer_bench [--messages N] [--thread N] [--switches N] [--shared-only] CORPUS_DIR\n";
         return 2;
     }
     gtk_init();
@@ -364,6 +407,7 @@ int main(int argc, char** argv) {
     fs::path scratch = fs::temp_directory_path() / ("zvwk-viewer-bench-" + std::to_string(getpid()));
     buildMaildir(scratch / "maildir", sources, messages);
     buildThread(scratch / "thread", sources, thread);
+    buildMaildir(scratch / "switching", sources, switches);
     std::cout << "corpus: " << sources.size() << " messages; scratch: " << scratch << "\n";
 
     GtkApplication* application = makeApplication();
@@ -371,6 +415,7 @@ int main(int argc, char** argv) {
     // Shared, one per view, shared again: the machine's load drifts.
     for (bool shared : {true, false, true})
         if (thread && (shared || !sharedOnly)) measureThread(application, scratch / "thread", shared);
+    if (switches) measureSwitches(application, scratch / "switching", switches);
     g_object_unref(application);
     fs::remove_all(scratch);
     return 0;
