@@ -34,19 +34,72 @@ ConversationView::ConversationView() : readQueue_(zv::OperationQueue::create()) 
 }
 
 void ConversationView::startWebProcess() {
-    if (processView_) return;
-    processView_ = startMessageWebProcess();
-    g_signal_connect(processView_->webView(), "web-process-terminated", G_CALLBACK(onWebProcessTerminated), nullptr);
+    if (!process_.view) process_ = startProcess();
+}
+
+ConversationView::WebProcess ConversationView::startProcess() {
+    WebProcess process{startMessageWebProcess()};
+    WebKitWebView* view = process.view->webView();
+    g_signal_connect(view, "load-changed", G_CALLBACK(onProcessLoadChanged), this);
+    g_signal_connect(view, "web-process-terminated", G_CALLBACK(onWebProcessTerminated), this);
+    return process;
+}
+
+void ConversationView::endProcess(WebProcess& process) {
+    if (process.view) g_signal_handlers_disconnect_by_data(process.view->webView(), this);
+    process = {};
+}
+
+ConversationView::WebProcess& ConversationView::processOf(WebKitWebView* view) {
+    return process_.view && process_.view->webView() == view ? process_ : nextProcess_;
+}
+
+// Many views made related to a page whose process was still starting have
+// crashed WebKit's allocator, or their pages never asked for their content:
+// a body view waits for the blank page.
+std::optional<WebKitWebView*> ConversationView::processAnchor() const {
+    if (!options_.shareWebProcess) return nullptr;
+    if (!process_.ready) return std::nullopt;
+    return process_.view->webView();
+}
+
+void ConversationView::onProcessLoadChanged(WebKitWebView* view, WebKitLoadEvent event, gpointer data) {
+    auto* self = static_cast<ConversationView*>(data);
+    WebProcess& process = self->processOf(view);
+    process.ready = event == WEBKIT_LOAD_FINISHED;
+    if (process.ready && &process == &self->process_) self->passNearScreenWhenIdle();
 }
 
 // A crashed process takes the messages it showed with it (each card says so
 // and shows its message again when asked); the next views get a new one.
-void ConversationView::onWebProcessTerminated(WebKitWebView* view, WebKitWebProcessTerminationReason, gpointer) {
+void ConversationView::onWebProcessTerminated(WebKitWebView* view, WebKitWebProcessTerminationReason, gpointer data) {
+    static_cast<ConversationView*>(data)->processOf(view).ready = false;
     webkit_web_view_load_html(view, "", "about:blank");
+}
+
+// Starting a process costs about 0.3 s of its own CPU: started while the
+// reader reads the last conversation of the one before, not when the
+// next is asked for.
+void ConversationView::startNextProcessWhenIdle() {
+    if (!options_.shareWebProcess || conversationsInProcess_ < kConversationsPerProcess || nextProcess_.view ||
+        nextProcessSource_)
+        return;
+    nextProcessSource_ = g_idle_add_full(
+        G_PRIORITY_LOW,
+        [](gpointer data) -> gboolean {
+            auto* self = static_cast<ConversationView*>(data);
+            self->nextProcessSource_ = 0;
+            self->nextProcess_ = self->startProcess();
+            return G_SOURCE_REMOVE;
+        },
+        this, nullptr);
 }
 
 ConversationView::~ConversationView() {
     clear();
+    if (nextProcessSource_) g_source_remove(nextProcessSource_);
+    endProcess(process_);
+    endProcess(nextProcess_);
     g_signal_handlers_disconnect_by_data(verticalAdjustment(), this);
     g_object_unref(scroller_);
 }
@@ -80,7 +133,8 @@ void ConversationView::show(const std::string& subject, const std::vector<Messag
     // script engine's heaps) grows by about 0.2 MiB a conversation and is
     // only ever returned by ending the process: a fresh one now and then.
     if (++conversationsInProcess_ > kConversationsPerProcess) {
-        processView_.reset();
+        endProcess(process_);
+        process_ = std::exchange(nextProcess_, {});
         conversationsInProcess_ = 1;
     }
     startWebProcess();
@@ -94,9 +148,7 @@ void ConversationView::show(const std::string& subject, const std::vector<Messag
         auto card = MessageCard::create(summary, {options.dark});
         card->scrollTarget = verticalAdjustment();
         card->setZoomLevel(zoom_);
-        card->processAnchor = [this]() -> WebKitWebView* {
-            return options_.shareWebProcess ? processView_->webView() : nullptr;
-        };
+        card->processAnchor = [this] { return processAnchor(); };
         card->settled = [this](MessageCard& settledCard) { cardLoaded(settledCard); };
         // A choice made on one message applies to the others it covers at once.
         card->rememberedChoicesChanged = [this](MessageCard& changed) {
@@ -192,15 +244,18 @@ void ConversationView::onLaidOut(GtkAdjustment* adjustment, gpointer data) {
 // Layout signals arrive while GTK allocates, where no widget may be added:
 // the views are made from an idle pass after it.
 void ConversationView::onScrolled(GtkAdjustment*, gpointer data) {
-    auto* self = static_cast<ConversationView*>(data);
-    if (self->nearScreenPass_ || self->cards_.empty()) return;
-    self->nearScreenPass_ = g_idle_add_once(
+    static_cast<ConversationView*>(data)->passNearScreenWhenIdle();
+}
+
+void ConversationView::passNearScreenWhenIdle() {
+    if (nearScreenPass_ || cards_.empty()) return;
+    nearScreenPass_ = g_idle_add_once(
         +[](gpointer data) {
             auto* self = static_cast<ConversationView*>(data);
             self->nearScreenPass_ = 0;
             self->makeViewsNearScreen();
         },
-        self);
+        this);
 }
 
 void ConversationView::cardLoaded(MessageCard& card) {
@@ -216,6 +271,7 @@ void ConversationView::reportIfLoaded() {
     if (reportedAll_ || !isLoaded()) return;
     reportedAll_ = true;
     if (heapToTrim_ && !trimSource_) trimSource_ = g_idle_add_full(G_PRIORITY_LOW, trimHeap, this, nullptr);
+    startNextProcessWhenIdle();
     if (loaded) loaded();
 }
 

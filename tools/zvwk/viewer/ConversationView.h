@@ -1,9 +1,11 @@
 // A conversation in one scrolling column: its subject, then a card per
 // message, oldest first. Every body view shares one web process, started on
 // a blank page of its own (by startWebProcess, or by the first conversation
-// shown) and kept for the next fifty conversations shown in it; each body
-// view is made as that page's related view. Older messages start collapsed to their preview line
-// when the conversation is long; their views are made when they are opened.
+// shown) and kept for fifty conversations; each body view is made as that
+// page's related view once the blank page has loaded. The next process is
+// started when the last of those fifty has loaded. Older messages start
+// collapsed to their preview line when the conversation is long; their views
+// are made when they are opened.
 // An expanded message more than a screen away from what is shown makes its
 // view when scrolling brings it near: a web view costs its page's layout and
 // painting whether it is seen or not.
@@ -17,6 +19,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -71,13 +74,25 @@ private:
     void cardLoaded(MessageCard& card);
     void reportIfLoaded();
     static gboolean trimHeap(gpointer self);
-    static void onWebProcessTerminated(WebKitWebView* view, WebKitWebProcessTerminationReason, gpointer);
+    // A shared web process, ready once its blank page has loaded.
+    struct WebProcess {
+        std::shared_ptr<zv::ZVWebView> view;
+        bool ready = false;
+    };
+    WebProcess startProcess();
+    void endProcess(WebProcess& process);
+    WebProcess& processOf(WebKitWebView* view);
+    std::optional<WebKitWebView*> processAnchor() const;
+    void startNextProcessWhenIdle();
+    static void onProcessLoadChanged(WebKitWebView* view, WebKitLoadEvent event, gpointer self);
+    static void onWebProcessTerminated(WebKitWebView* view, WebKitWebProcessTerminationReason, gpointer self);
     bool isNearScreen(const MessageCard& card) const;
     static bool isLaidOut(const MessageCard& card);
     void makeViewsNearScreen();
     void keepScreenAbove(const MessageCard& card, int delta);
     static void onLaidOut(GtkAdjustment* adjustment, gpointer self);
     static void onScrolled(GtkAdjustment*, gpointer self);
+    void passNearScreenWhenIdle();
 
     GtkWidget* scroller_ = nullptr;  // held by a reference of its own
     GtkWidget* column_ = nullptr;
@@ -85,7 +100,9 @@ private:
     GtkWidget* cardsBox_ = nullptr;
     std::shared_ptr<zv::OperationQueue> readQueue_;  // reads and prepares the messages
     std::vector<std::shared_ptr<MessageCard>> cards_;
-    std::shared_ptr<zv::ZVWebView> processView_;
+    WebProcess process_;
+    WebProcess nextProcess_;
+    guint nextProcessSource_ = 0;  // an idle source
     int conversationsInProcess_ = 0;
     ConversationOptions options_;
     double zoom_ = 1;

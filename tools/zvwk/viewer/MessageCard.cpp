@@ -313,8 +313,9 @@ void MessageCard::updateBodyButtons() {
 }
 
 void MessageCard::makeBodyView() {
-    WebKitWebView* anchor = processAnchor ? processAnchor() : nullptr;
-    MessageBodyView body = makeMessageBodyView(content_, anchor, G_CALLBACK(onHeightMessage), this);
+    std::optional<WebKitWebView*> anchor = processAnchor ? processAnchor() : nullptr;
+    if (!anchor) return;
+    MessageBodyView body = makeMessageBodyView(content_, *anchor, G_CALLBACK(onHeightMessage), this);
     view_ = std::move(body.view);
     handler_ = std::move(body.handler);
 

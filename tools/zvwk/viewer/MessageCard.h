@@ -62,9 +62,10 @@ public:
     const MessageContent& content() const { return content_; }
 
     // Asked for the view whose web process a new body view should share
-    // (none: a process of its own); told when the card made its view, and
-    // when it has settled: its body loaded with its height, or its error shown.
-    std::function<WebKitWebView*()> processAnchor;
+    // (null: a process of its own; nothing while that process is starting,
+    // and the card waits to be asked for its view again); told when the card
+    // has settled: its body loaded with its height, or its error shown.
+    std::function<std::optional<WebKitWebView*>()> processAnchor;
     std::function<void(MessageCard&)> settled;
     // Told before the body takes its page's height, with the pixels it
     // grows by (less than 0: shrinks by).
