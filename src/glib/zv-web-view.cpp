@@ -220,6 +220,10 @@ ZvWebView* zv_web_view_new(void)
  * A view for a stranger's message: its scripts never run (the framework's
  * user scripts do) and links go to #ZvWebView::link-clicked.
  *
+ * Make the views that share @related's process once a first page (a blank
+ * one will do) has loaded in @related: dozens of views loading into a web
+ * process still starting have crashed it.
+ *
  * Returns: (transfer full): the view
  */
 ZvWebView* zv_web_view_new_safe(ZvWebView* related)

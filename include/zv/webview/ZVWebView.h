@@ -79,7 +79,10 @@ inline constexpr char kZVKeyDownEventMessage[] = "_ZVKeyDownEvent";
 // "related-view"): every message of a conversation in one process instead of
 // about 200 MiB each. The new view then takes the related view's web context
 // and network session, so those two members are ignored; it still keeps its
-// own user content manager, scripts and message handlers.
+// own user content manager, scripts and message handlers. Start the process
+// first (load a blank page in the related view) and make the others once
+// that page has loaded: dozens of views loading into a web process still
+// starting have crashed it, or had pages that never loaded.
 struct ZV_EXPORT ZVWebViewConfiguration {
     GObjectRef<WebKitUserContentManager> userContentManager;
     GObjectRef<WebKitSettings> settings;
