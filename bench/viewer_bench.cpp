@@ -354,15 +354,17 @@ void measureSwitches(GtkApplication* application, const fs::path& maildir, std::
     std::size_t rows = window->messageList().rowCount();
     std::vector<std::pair<double, std::size_t>> firsts;  // seconds, switch number
     bool first = false, all = false;
+    std::size_t switchNumber = 0;
     Clock::time_point started;
     window->conversationView().firstBodyLoaded = [&] {
-        if (!first) firsts.emplace_back(seconds(started, Clock::now()), firsts.size() + 1);
+        if (!first) firsts.emplace_back(seconds(started, Clock::now()), switchNumber);
         first = true;
     };
     window->conversationView().loaded = [&] { all = true; };
     std::size_t lost = 0;
     for (std::size_t i = 0; i < count && rows; ++i) {
         first = all = false;
+        switchNumber = i + 1;
         started = Clock::now();
         window->showConversation(i % rows);
         if (!spinUntil([&] { return all; }, std::chrono::seconds(60)) || !first) ++lost;
