@@ -282,6 +282,17 @@ void measureMailbox(GtkApplication* application, const fs::path& maildir, std::s
     waitForChildrenToExit();
 }
 
+// A window with its mailbox read and a second to settle (its web process
+// starts at idle), nothing shown yet.
+std::unique_ptr<ViewerWindow> settledWindow(GtkApplication* application, ViewerOptions options) {
+    options.select = std::size_t(-1);
+    auto window = std::make_unique<ViewerWindow>(application, options);
+    gtk_window_present(window->window());
+    spinUntil([&] { return window->isMailboxRead(); }, std::chrono::seconds(60));
+    spinUntil([] { return false; }, std::chrono::seconds(1));
+    return window;
+}
+
 // Views far off screen wait until scrolled near; find makes them all. The
 // time and memory that takes, from the loaded conversation.
 void measureEveryView(ViewerWindow& window) {
@@ -303,11 +314,7 @@ void measureThread(GtkApplication* application, const fs::path& threadDir, bool 
     options.paths = {threadDir.string()};
     options.conversation.shareWebProcess = shared;
     options.conversation.expandedNewest = 0;
-    options.select = std::size_t(-1);  // nothing shown until the clock starts
-    auto window = std::make_unique<ViewerWindow>(application, options);
-    gtk_window_present(window->window());
-    spinUntil([&] { return window->isMailboxRead(); }, std::chrono::seconds(60));
-    spinUntil([] { return false; }, std::chrono::seconds(1));  // let the window settle
+    auto window = settledWindow(application, options);
     long uiBefore = procField("/proc/self/status", "VmRSS");
     double uiCPUBefore = ownCPUSeconds(), webCPUBefore = webKitChildren().cpuSeconds;
     double uiCPUAll = 0, webCPUAll = 0;
@@ -346,11 +353,7 @@ void measureThread(GtkApplication* application, const fs::path& threadDir, bool 
 void measureSwitches(GtkApplication* application, const fs::path& maildir, std::size_t count) {
     ViewerOptions options;
     options.paths = {maildir.string()};
-    options.select = std::size_t(-1);
-    auto window = std::make_unique<ViewerWindow>(application, options);
-    gtk_window_present(window->window());
-    spinUntil([&] { return window->isMailboxRead(); }, std::chrono::seconds(60));
-    spinUntil([] { return false; }, std::chrono::seconds(1));  // the web process starts at idle
+    auto window = settledWindow(application, options);
     std::size_t rows = window->messageList().rowCount();
     std::vector<std::pair<double, std::size_t>> firsts;  // seconds, switch number
     bool first = false, all = false;
