@@ -16,6 +16,11 @@
  * (zv_web_view_add_search_scripts()) and keeps the content size the host
  * measured.
  *
+ * Packed in a scrolled column (a #GtkBox of messages in a #GtkScrolledWindow),
+ * the web view stops drawing while it is more than a screen away from the part
+ * shown, and draws again before it comes into sight; its page keeps loading and
+ * running meanwhile.
+ *
  * A safe view (zv_web_view_new_safe()) never runs the message's own scripts
  * (the framework's user scripts still run) and never navigates: a clicked
  * link is handed to #ZvWebView::link-clicked instead.

@@ -1,5 +1,6 @@
 #include <zv/webview/ZVWebView.h>
 
+#include "OutOfSightDrawing.h"
 #include "ZVWebViewScriptHandler.h"
 
 #include <zv/foundation/NotificationCenter.h>
@@ -108,6 +109,7 @@ void ZVWebView::connectSignals() {
     g_signal_connect(inputController_.get(), "event", G_CALLBACK(onInputEvent), this);
     // The widget takes a reference of its own; ours lets the destructor detach it.
     gtk_widget_add_controller(GTK_WIDGET(webView_.get()), GObjectRef(inputController_).release());
+    outOfSightDrawing_ = std::make_unique<OutOfSightDrawing>(GTK_WIDGET(webView_.get()));
 }
 
 ZVWebView::~ZVWebView() {

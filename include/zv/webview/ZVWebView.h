@@ -16,6 +16,13 @@
 //   "-enableWebViewDebugging YES" is given).
 // - It trims the context menu the engine builds (see willOpenMenu) and
 //   publishes a content size that the host measures and sets.
+// - Placed in a scrolled column (inside a GtkViewport, as a conversation's
+//   messages are), it stops drawing while it is more than a screen above or
+//   below the part shown: it is kept unmapped there (not child-visible), so
+//   neither its web process paints it nor the window copies it. Its page still
+//   loads and runs scripts; animation frames and resize observers wait until it
+//   is mapped again, a screen before it comes into sight. A view with the
+//   keyboard focus keeps drawing.
 //
 // Event info (Event::webViewEventInfo, lastEventInfo) is a dictionary with
 // the keys the page sent:
@@ -91,6 +98,7 @@ struct ZV_EXPORT ZVWebViewConfiguration {
     GObjectRef<WebKitWebView> relatedView;
 };
 
+class OutOfSightDrawing;
 class ZVWebViewScriptHandler;
 
 class ZV_EXPORT ZVWebView : public std::enable_shared_from_this<ZVWebView> {
@@ -226,6 +234,7 @@ private:
     std::optional<Event> lastInputEvent_;
     std::vector<gulong> managerHandlers_;
     GObjectRef<GtkEventController> inputController_;
+    std::unique_ptr<OutOfSightDrawing> outOfSightDrawing_;
 
     std::string scriptIdent_;
     bool scriptsLoaded_ = false;
