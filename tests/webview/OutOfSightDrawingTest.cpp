@@ -24,13 +24,17 @@ protected:
         gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), column_);
         gtk_window_set_child(window_, scroller);
         adjustment_ = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(scroller));
+        // One web process for all, started by the first page, as a reader shows a conversation.
         for (int v = 0; v < kViews; ++v) {
-            views_.push_back(ZVWebView::create());
+            ZVWebViewConfiguration configuration;
+            if (v > 0) configuration.relatedView = GObjectRef<WebKitWebView>::ref(views_[0]->webView());
+            views_.push_back(ZVWebView::create(configuration));
             GtkWidget* widget = GTK_WIDGET(views_.back()->webView());
             gtk_widget_set_size_request(widget, -1, kViewHeight);
             gtk_box_append(GTK_BOX(column_), widget);
             webkit_web_view_load_html(views_.back()->webView(), ("<body id=v" + std::to_string(v) + ">").c_str(),
                                       "https://mail.example/");
+            if (v == 0) ASSERT_TRUE(spinUntil([&] { return hasLoaded(0); }, kLoadTimeout));
         }
         gtk_window_present(window_);
         // The window gives the first view the focus, which would keep it drawing.
@@ -53,6 +57,10 @@ protected:
     void scrollToBottom() {
         gtk_adjustment_set_value(adjustment_, gtk_adjustment_get_upper(adjustment_) -
                                                   gtk_adjustment_get_page_size(adjustment_));
+    }
+    bool hasLoaded(int v) {
+        ScriptOutcome outcome = evaluateIn(views_[v]->webView(), "document.body.id");
+        return outcome.ok() && outcome.value && *outcome.value == "v" + std::to_string(v);
     }
     // What view `v`'s page says of itself ("v3 hidden"), waited for until it
     // says `expected`: the engine tells the page of a change in passing.
