@@ -176,36 +176,6 @@ private:
     double longestCPUBesideFrames_ = 0;
 };
 
-// One window holding the views in a scrolling column, as a mail reader shows
-// the messages of a conversation.
-class ConversationWindow {
-public:
-    ConversationWindow() {
-        window_ = GTK_WINDOW(gtk_window_new());
-        gtk_window_set_default_size(window_, 800, 600);
-        GtkWidget* scroller = gtk_scrolled_window_new();
-        gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
-        column_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 12);
-        gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), column_);
-        gtk_window_set_child(window_, scroller);
-        gtk_window_present(window_);
-    }
-    ~ConversationWindow() { gtk_window_destroy(window_); }
-    ConversationWindow(const ConversationWindow&) = delete;
-    ConversationWindow& operator=(const ConversationWindow&) = delete;
-
-    void add(WebKitWebView* view) {
-        gtk_widget_set_size_request(GTK_WIDGET(view), -1, 240);
-        gtk_box_append(GTK_BOX(column_), GTK_WIDGET(view));
-    }
-    void remove(WebKitWebView* view) { gtk_box_remove(GTK_BOX(column_), GTK_WIDGET(view)); }
-    GtkWindow* window() const { return window_; }
-
-private:
-    GtkWindow* window_ = nullptr;
-    GtkWidget* column_ = nullptr;
-};
-
 struct LoadedView {
     std::shared_ptr<ZVWebView> view;
     std::weak_ptr<Handler> handler;
@@ -226,7 +196,7 @@ protected:
     void SetUp() override {
         server_.setSlowDelay(100ms);
         test::initGtkOnce();
-        window_ = std::make_unique<ConversationWindow>();
+        window_ = std::make_unique<test::ColumnWindow>();
     }
 
     // The twenty images of view `v`, every URL its own.
@@ -277,7 +247,7 @@ protected:
         configuration.relatedView = GObjectRef<WebKitWebView>::ref(processView_->webView());
         auto loaded = std::make_unique<LoadedView>();
         loaded->view = ZVWebView::create(configuration);
-        window_->add(loaded->view->webView());
+        window_->add(loaded->view->webView(), 240);
         auto handler = Handler::create();
         handler->setupHTTPOverrides();
         for (int k = 0; k < 3; ++k)
@@ -367,7 +337,7 @@ protected:
     std::vector<std::string> cachedPaths_;
     std::shared_ptr<ZVWebView> processView_;
     std::unique_ptr<test::WebViewWindow> processWindow_;
-    std::unique_ptr<ConversationWindow> window_;  // first to go, letting go of any view still shown
+    std::unique_ptr<test::ColumnWindow> window_;  // first to go, letting go of any view still shown
 };
 
 double percentile(std::vector<double> values, double p) {

@@ -255,4 +255,29 @@ std::optional<bool> WebViewWindow::keyDownOn(std::string_view selector, std::str
     return dispatchAnswer(evaluate(script));
 }
 
+ColumnWindow::ColumnWindow(int width, int height) {
+    window_ = GTK_WINDOW(gtk_window_new());
+    gtk_window_set_default_size(window_, width, height);
+    GtkWidget* scroller = gtk_scrolled_window_new();
+    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
+    column_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 12);
+    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), column_);
+    gtk_window_set_child(window_, scroller);
+    adjustment_ = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(scroller));
+    gtk_window_present(window_);
+}
+
+ColumnWindow::~ColumnWindow() { gtk_window_destroy(window_); }
+
+void ColumnWindow::add(WebKitWebView* view, int height) {
+    gtk_widget_set_size_request(GTK_WIDGET(view), -1, height);
+    gtk_box_append(GTK_BOX(column_), GTK_WIDGET(view));
+}
+
+void ColumnWindow::remove(WebKitWebView* view) { gtk_box_remove(GTK_BOX(column_), GTK_WIDGET(view)); }
+
+void ColumnWindow::scrollToBottom() {
+    gtk_adjustment_set_value(adjustment_, gtk_adjustment_get_upper(adjustment_) - gtk_adjustment_get_page_size(adjustment_));
+}
+
 }  // namespace zv::test

@@ -154,6 +154,28 @@ private:
     gulong loadFailedHandler_ = 0;
 };
 
+// A window showing web views one under the other, 12 pixels apart, in a
+// scrolling column, as a mail reader shows the messages of a conversation.
+class ColumnWindow {
+public:
+    ColumnWindow(int width = 800, int height = 600);
+    ~ColumnWindow();
+    ColumnWindow(const ColumnWindow&) = delete;
+    ColumnWindow& operator=(const ColumnWindow&) = delete;
+
+    // Appends `view` at a height of its own.
+    void add(WebKitWebView* view, int height);
+    void remove(WebKitWebView* view);
+    // Scrolls the column to its end.
+    void scrollToBottom();
+    GtkWindow* window() const { return window_; }
+
+private:
+    GtkWindow* window_ = nullptr;
+    GtkWidget* column_ = nullptr;
+    GtkAdjustment* adjustment_ = nullptr;
+};
+
 // A JavaScript string literal (double quotes, JSON escaping) of `text`.
 std::string jsString(std::string_view text);
 

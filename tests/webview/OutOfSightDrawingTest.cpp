@@ -10,38 +10,30 @@ using namespace zv;
 using namespace zv::test;
 
 constexpr int kViews = 8;
-constexpr int kViewHeight = 200;  // in a column shown 300 high: views 0 to 2 lie within a screen of the top
+constexpr int kViewHeight = 200;  // 12 apart in a column shown 300 high: views 0 to 2 lie within a screen of the top
 
 class OutOfSightDrawingTest : public ::testing::Test {
 protected:
     void SetUp() override {
         initGtkOnce();
-        window_ = GTK_WINDOW(gtk_window_new());
-        gtk_window_set_default_size(window_, 400, 300);
-        GtkWidget* scroller = gtk_scrolled_window_new();
-        gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
-        column_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-        gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), column_);
-        gtk_window_set_child(window_, scroller);
-        adjustment_ = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(scroller));
+        column_ = std::make_unique<ColumnWindow>(400, 300);
         // One web process for all, started by the first page, as a reader shows a conversation.
         for (int v = 0; v < kViews; ++v) {
             ZVWebViewConfiguration configuration;
             if (v > 0) configuration.relatedView = GObjectRef<WebKitWebView>::ref(views_[0]->webView());
             views_.push_back(ZVWebView::create(configuration));
-            GtkWidget* widget = GTK_WIDGET(views_.back()->webView());
-            gtk_widget_set_size_request(widget, -1, kViewHeight);
-            gtk_box_append(GTK_BOX(column_), widget);
+            column_->add(views_.back()->webView(), kViewHeight);
             webkit_web_view_load_html(views_.back()->webView(), ("<body id=v" + std::to_string(v) + ">").c_str(),
                                       "https://mail.example/");
-            if (v == 0) ASSERT_TRUE(spinUntil([&] { return hasLoaded(0); }, kLoadTimeout));
+            if (v == 0) {
+                ASSERT_TRUE(spinUntil([&] { return hasLoaded(0); }, kLoadTimeout));
+            }
         }
-        gtk_window_present(window_);
         // The window gives the first view the focus, which would keep it drawing.
-        gtk_window_set_focus(window_, nullptr);
+        gtk_window_set_focus(column_->window(), nullptr);
     }
     void TearDown() override {
-        gtk_window_destroy(window_);
+        column_.reset();
         views_.clear();
     }
 
@@ -53,10 +45,6 @@ protected:
     }
     bool waitForMapped(const std::string& expected) {
         return spinUntil([&] { return mapped() == expected; }, kLoadTimeout);
-    }
-    void scrollToBottom() {
-        gtk_adjustment_set_value(adjustment_, gtk_adjustment_get_upper(adjustment_) -
-                                                  gtk_adjustment_get_page_size(adjustment_));
     }
     bool hasLoaded(int v) {
         ScriptOutcome outcome = evaluateIn(views_[v]->webView(), "document.body.id");
@@ -74,9 +62,7 @@ protected:
         return state;
     }
 
-    GtkWindow* window_ = nullptr;
-    GtkWidget* column_ = nullptr;
-    GtkAdjustment* adjustment_ = nullptr;
+    std::unique_ptr<ColumnWindow> column_;
     std::vector<std::shared_ptr<ZVWebView>> views_;
 };
 
@@ -87,8 +73,8 @@ TEST_F(OutOfSightDrawingTest, ViewsFarFromTheShownPartStopDrawingYetLoadAndDrawA
     EXPECT_EQ(pageState(3, "v3 hidden"), "v3 hidden");
     EXPECT_EQ(pageState(7, "v7 hidden"), "v7 hidden");
 
-    // Shown: 1300 to 1600; within a screen: views whose bottom passes 1000.
-    scrollToBottom();
+    // Within a screen of the bottom: the last three.
+    column_->scrollToBottom();
     ASSERT_TRUE(waitForMapped("00000111")) << mapped();
     EXPECT_EQ(pageState(7, "v7 visible"), "v7 visible");
     EXPECT_EQ(pageState(0, "v0 hidden"), "v0 hidden");
@@ -97,12 +83,12 @@ TEST_F(OutOfSightDrawingTest, ViewsFarFromTheShownPartStopDrawingYetLoadAndDrawA
 TEST_F(OutOfSightDrawingTest, AFocusedViewAndAViewTakenOutOfTheColumnKeepDrawing) {
     ASSERT_TRUE(waitForMapped("11100000")) << mapped();
     gtk_widget_grab_focus(GTK_WIDGET(views_[0]->webView()));
-    scrollToBottom();
+    column_->scrollToBottom();
     ASSERT_TRUE(waitForMapped("10000111")) << mapped();
 
     // Out of the column into a window of its own, a view that was far away draws.
     GtkWidget* moved = GTK_WIDGET(views_[3]->webView());
-    gtk_box_remove(GTK_BOX(column_), moved);
+    column_->remove(views_[3]->webView());
     GtkWindow* own = GTK_WINDOW(gtk_window_new());
     gtk_window_set_child(own, moved);
     gtk_window_present(own);
