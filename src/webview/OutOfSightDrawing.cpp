@@ -15,11 +15,12 @@ OutOfSightDrawing::~OutOfSightDrawing() {
     stopWatching();
 }
 
-// Moving a widget unroots and roots it again, so this sees every new place.
-void OutOfSightDrawing::onRootChanged(GtkWidget*, GParamSpec*, gpointer self) {
+// Moving a widget unroots and roots it again, so this sees every new place;
+// a view leaving its window lets go of the column it was in.
+void OutOfSightDrawing::onRootChanged(GtkWidget* view, GParamSpec*, gpointer self) {
     auto* drawing = static_cast<OutOfSightDrawing*>(self);
     drawing->stopWatching();
-    drawing->watchScroller();
+    if (gtk_widget_get_root(view)) drawing->watchScroller();
 }
 
 // A focused view scrolled far away stays mapped until it loses the focus.
