@@ -3,8 +3,8 @@
 // A mail reader stacks a conversation's messages in one scrolled column, and
 // every mapped web view is painted by its web process and copied into the
 // window by the UI process, on screen or not: with fifty messages that copying
-// alone has held the main loop for 100 ms at a time. So while the view is more
-// than a screen above or below what its nearest scrolled window shows, it is
+// alone has held the main loop for up to 130 ms in one turn. So while the view
+// is more than a screen above or below what its nearest viewport shows, it is
 // kept unmapped (not child-visible): it keeps its place and size in the layout,
 // its page keeps loading and running scripts, and only drawing stops (and
 // whatever WebKit ties to it: animation frames, resize observers). It is mapped
@@ -12,7 +12,8 @@
 // it is seen. A view with the keyboard focus is never unmapped.
 //
 // Only a column inside a GtkViewport is watched (what gtk_scrolled_window_set_child
-// makes of a box); a view in any other place draws as always.
+// makes of a box); a view in any other place draws as always, and so does one
+// whose nearest viewport scrolls only sideways.
 #pragma once
 
 #include <gtk/gtk.h>
