@@ -7,8 +7,9 @@
 // collapsed to their preview line when the conversation is long; their views
 // are made when they are opened.
 // An expanded message more than a screen away from what is shown makes its
-// view when scrolling brings it near: a web view costs its page's layout and
-// painting whether it is seen or not.
+// view when scrolling brings it near: a web view costs its page's load,
+// layout and memory whether it is seen or not (only its drawing stops while
+// it is far from sight).
 #pragma once
 
 #include "MessageCard.h"
