@@ -12,7 +12,7 @@ namespace zv::html {
 // The DOCTYPE public and system identifier (double- and single-quoted) states.
 template <char Quote, typename StopBytes>
 inline void HTMLTokenizer::Impl::doctypeIdentifierQuoted(std::optional<std::string>& identifier, State after,
-                                                  const char* abruptError) {
+                                                         const char* abruptError) {
     size_t start = consumeOrdinary<StopBytes>();
     identifier->append(input.data() + start, pos - start);
     int c = next();
@@ -35,94 +35,94 @@ inline void HTMLTokenizer::Impl::doctypeIdentifierQuoted(std::optional<std::stri
 
 // The DOCTYPE state.
 inline void HTMLTokenizer::Impl::doctypeState() {
-int c = next();
-if (isWhitespace(c)) {
-    state = State::BeforeDOCTYPEName;
-} else if (c == '>') {
-    reconsume(c, State::BeforeDOCTYPEName);
-} else if (c == kEndOfFile) {
-    endOfFileError("eof-in-doctype");
-    beginDOCTYPE();
-    doctype.forceQuirks = true;
-    emitBeforeEndOfFile(&doctype);
-} else {
-    error("missing-whitespace-before-doctype-name");
-    reconsume(c, State::BeforeDOCTYPEName);
-}
+    int c = next();
+    if (isWhitespace(c)) {
+        state = State::BeforeDOCTYPEName;
+    } else if (c == '>') {
+        reconsume(c, State::BeforeDOCTYPEName);
+    } else if (c == kEndOfFile) {
+        endOfFileError("eof-in-doctype");
+        beginDOCTYPE();
+        doctype.forceQuirks = true;
+        emitBeforeEndOfFile(&doctype);
+    } else {
+        error("missing-whitespace-before-doctype-name");
+        reconsume(c, State::BeforeDOCTYPEName);
+    }
 }
 
 // The before DOCTYPE name state.
 inline void HTMLTokenizer::Impl::beforeDOCTYPENameState() {
-int c = next();
-while (isWhitespace(c)) c = next();
-beginDOCTYPE();
-if (c == '\0') {
-    error("unexpected-null-character");
-    doctype.name.emplace(kReplacementCharacter);
-    state = State::DOCTYPEName;
-} else if (c == '>') {
-    error("missing-doctype-name");
-    doctype.forceQuirks = true;
-    state = State::Data;
-    emit(&doctype);
-} else if (c == kEndOfFile) {
-    endOfFileError("eof-in-doctype");
-    doctype.forceQuirks = true;
-    emitBeforeEndOfFile(&doctype);
-} else {
-    doctype.name.emplace(1, toASCIILower(c));
-    state = State::DOCTYPEName;
-}
+    int c = next();
+    while (isWhitespace(c)) c = next();
+    beginDOCTYPE();
+    if (c == '\0') {
+        error("unexpected-null-character");
+        doctype.name.emplace(kReplacementCharacter);
+        state = State::DOCTYPEName;
+    } else if (c == '>') {
+        error("missing-doctype-name");
+        doctype.forceQuirks = true;
+        state = State::Data;
+        emit(&doctype);
+    } else if (c == kEndOfFile) {
+        endOfFileError("eof-in-doctype");
+        doctype.forceQuirks = true;
+        emitBeforeEndOfFile(&doctype);
+    } else {
+        doctype.name.emplace(1, toASCIILower(c));
+        state = State::DOCTYPEName;
+    }
 }
 
 // The DOCTYPE name state.
 inline void HTMLTokenizer::Impl::doctypeNameState() {
-size_t start = consumeOrdinary<DOCTYPENameStops>();
-appendLowercased(*doctype.name, input.data() + start, pos - start);
-int c = next();
-if (isWhitespace(c)) {
-    state = State::AfterDOCTYPEName;
-} else if (c == '>') {
-    state = State::Data;
-    emit(&doctype);
-} else if (c == '\0') {
-    error("unexpected-null-character");
-    *doctype.name += kReplacementCharacter;
-} else {
-    endOfFileError("eof-in-doctype");
-    doctype.forceQuirks = true;
-    emitBeforeEndOfFile(&doctype);
-}
+    size_t start = consumeOrdinary<DOCTYPENameStops>();
+    appendLowercased(*doctype.name, input.data() + start, pos - start);
+    int c = next();
+    if (isWhitespace(c)) {
+        state = State::AfterDOCTYPEName;
+    } else if (c == '>') {
+        state = State::Data;
+        emit(&doctype);
+    } else if (c == '\0') {
+        error("unexpected-null-character");
+        *doctype.name += kReplacementCharacter;
+    } else {
+        endOfFileError("eof-in-doctype");
+        doctype.forceQuirks = true;
+        emitBeforeEndOfFile(&doctype);
+    }
 }
 
 // The after DOCTYPE name state.
 inline void HTMLTokenizer::Impl::afterDOCTYPENameState() {
-int c = next();
-while (isWhitespace(c)) c = next();
-if (c == '>') {
-    state = State::Data;
-    emit(&doctype);
-    return;
-}
-if (c == kEndOfFile) {
-    endOfFileError("eof-in-doctype");
-    doctype.forceQuirks = true;
-    emitBeforeEndOfFile(&doctype);
-    return;
-}
-ensureAvailable(5);
-std::string_view keyword = inputView(pos - 1, pos + 5);
-if (equalsIgnoringASCIICase(keyword, "public")) {
-    pos += 5;
-    state = State::AfterDOCTYPEPublicKeyword;
-} else if (equalsIgnoringASCIICase(keyword, "system")) {
-    pos += 5;
-    state = State::AfterDOCTYPESystemKeyword;
-} else {
-    error("invalid-character-sequence-after-doctype-name");
-    doctype.forceQuirks = true;
-    reconsume(c, State::BogusDOCTYPE);
-}
+    int c = next();
+    while (isWhitespace(c)) c = next();
+    if (c == '>') {
+        state = State::Data;
+        emit(&doctype);
+        return;
+    }
+    if (c == kEndOfFile) {
+        endOfFileError("eof-in-doctype");
+        doctype.forceQuirks = true;
+        emitBeforeEndOfFile(&doctype);
+        return;
+    }
+    ensureAvailable(5);
+    std::string_view keyword = inputView(pos - 1, pos + 5);
+    if (equalsIgnoringASCIICase(keyword, "public")) {
+        pos += 5;
+        state = State::AfterDOCTYPEPublicKeyword;
+    } else if (equalsIgnoringASCIICase(keyword, "system")) {
+        pos += 5;
+        state = State::AfterDOCTYPESystemKeyword;
+    } else {
+        error("invalid-character-sequence-after-doctype-name");
+        doctype.forceQuirks = true;
+        reconsume(c, State::BogusDOCTYPE);
+    }
 }
 
 // What tells the public identifier's keyword states from the system
@@ -185,61 +185,60 @@ inline void HTMLTokenizer::Impl::afterDOCTYPEKeywordState(const DOCTYPEIdentifie
 
 // The after DOCTYPE public identifier and between DOCTYPE public and system identifiers states.
 inline void HTMLTokenizer::Impl::afterDOCTYPEPublicIdentifierStates() {
-bool afterIdentifier = state == State::AfterDOCTYPEPublicIdentifier;
-int c = next();
-if (isWhitespace(c)) {
-    while (isWhitespace(c)) c = next();
-    afterIdentifier = false;
-}
-if (c == '>') {
-    state = State::Data;
-    emit(&doctype);
-} else if (c == '"' || c == '\'') {
-    if (afterIdentifier) error("missing-whitespace-between-doctype-public-and-system-identifiers");
-    doctype.systemIdentifier.emplace();
-    state = c == '"' ? State::DOCTYPESystemIdentifierDoubleQuoted
-                     : State::DOCTYPESystemIdentifierSingleQuoted;
-} else if (c == kEndOfFile) {
-    endOfFileError("eof-in-doctype");
-    doctype.forceQuirks = true;
-    emitBeforeEndOfFile(&doctype);
-} else {
-    error("missing-quote-before-doctype-system-identifier");
-    doctype.forceQuirks = true;
-    reconsume(c, State::BogusDOCTYPE);
-}
+    bool afterIdentifier = state == State::AfterDOCTYPEPublicIdentifier;
+    int c = next();
+    if (isWhitespace(c)) {
+        while (isWhitespace(c)) c = next();
+        afterIdentifier = false;
+    }
+    if (c == '>') {
+        state = State::Data;
+        emit(&doctype);
+    } else if (c == '"' || c == '\'') {
+        if (afterIdentifier) error("missing-whitespace-between-doctype-public-and-system-identifiers");
+        doctype.systemIdentifier.emplace();
+        state = c == '"' ? State::DOCTYPESystemIdentifierDoubleQuoted : State::DOCTYPESystemIdentifierSingleQuoted;
+    } else if (c == kEndOfFile) {
+        endOfFileError("eof-in-doctype");
+        doctype.forceQuirks = true;
+        emitBeforeEndOfFile(&doctype);
+    } else {
+        error("missing-quote-before-doctype-system-identifier");
+        doctype.forceQuirks = true;
+        reconsume(c, State::BogusDOCTYPE);
+    }
 }
 
 // The after DOCTYPE system identifier state.
 inline void HTMLTokenizer::Impl::afterDOCTYPESystemIdentifierState() {
-int c = next();
-while (isWhitespace(c)) c = next();
-if (c == '>') {
-    state = State::Data;
-    emit(&doctype);
-} else if (c == kEndOfFile) {
-    endOfFileError("eof-in-doctype");
-    doctype.forceQuirks = true;
-    emitBeforeEndOfFile(&doctype);
-} else {
-    error("unexpected-character-after-doctype-system-identifier");
-    reconsume(c, State::BogusDOCTYPE);
-}
+    int c = next();
+    while (isWhitespace(c)) c = next();
+    if (c == '>') {
+        state = State::Data;
+        emit(&doctype);
+    } else if (c == kEndOfFile) {
+        endOfFileError("eof-in-doctype");
+        doctype.forceQuirks = true;
+        emitBeforeEndOfFile(&doctype);
+    } else {
+        error("unexpected-character-after-doctype-system-identifier");
+        reconsume(c, State::BogusDOCTYPE);
+    }
 }
 
 // The bogus DOCTYPE state.
 inline void HTMLTokenizer::Impl::bogusDOCTYPEState() {
-int c = next();
-while (c != '>' && c != kEndOfFile) {
-    if (c == '\0') error("unexpected-null-character");
-    c = next();
-}
-if (c == '>') {
-    state = State::Data;
-    emit(&doctype);
-} else {
-    emitBeforeEndOfFile(&doctype);
-}
+    int c = next();
+    while (c != '>' && c != kEndOfFile) {
+        if (c == '\0') error("unexpected-null-character");
+        c = next();
+    }
+    if (c == '>') {
+        state = State::Data;
+        emit(&doctype);
+    } else {
+        emitBeforeEndOfFile(&doctype);
+    }
 }
 
 }  // namespace zv::html

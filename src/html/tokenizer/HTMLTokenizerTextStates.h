@@ -60,234 +60,234 @@ inline void HTMLTokenizer::Impl::textEndTagName(int c, State textState) {
 
 // The data state.
 inline void HTMLTokenizer::Impl::dataState() {
-size_t start = consumeOrdinary<DataStops>();
-emitRange(start, pos);
-int c = next();
-if (c == '<') {
-    markupStart = pos - 1;
-    state = State::TagOpen;
-} else if (c == '&') {
-    beginCharacterReference(State::Data);
-} else if (c == '\0') {
-    error("unexpected-null-character");
-    emit(&nullCharacter);
-} else {
-    emitEndOfFile();
-}
+    size_t start = consumeOrdinary<DataStops>();
+    emitRange(start, pos);
+    int c = next();
+    if (c == '<') {
+        markupStart = pos - 1;
+        state = State::TagOpen;
+    } else if (c == '&') {
+        beginCharacterReference(State::Data);
+    } else if (c == '\0') {
+        error("unexpected-null-character");
+        emit(&nullCharacter);
+    } else {
+        emitEndOfFile();
+    }
 }
 
 // The RCDATA state.
 inline void HTMLTokenizer::Impl::rcdataState() {
-size_t start = consumeOrdinary<RCDATAStops>();
-emitRange(start, pos);
-int c = next();
-if (c == '<') {
-    markupStart = pos - 1;
-    state = State::RCDATALessThanSign;
-} else if (c == '&') {
-    beginCharacterReference(State::RCDATA);
-} else if (c == '\0') {
-    error("unexpected-null-character");
-    emitReplacementCharacter();
-} else {
-    emitEndOfFile();
-}
+    size_t start = consumeOrdinary<RCDATAStops>();
+    emitRange(start, pos);
+    int c = next();
+    if (c == '<') {
+        markupStart = pos - 1;
+        state = State::RCDATALessThanSign;
+    } else if (c == '&') {
+        beginCharacterReference(State::RCDATA);
+    } else if (c == '\0') {
+        error("unexpected-null-character");
+        emitReplacementCharacter();
+    } else {
+        emitEndOfFile();
+    }
 }
 
 // The RAWTEXT and script data states.
 inline void HTMLTokenizer::Impl::rawtextAndScriptDataStates() {
-size_t start = consumeOrdinary<RawTextStops>();
-emitRange(start, pos);
-int c = next();
-if (c == '<') {
-    markupStart = pos - 1;
-    state = state == State::RAWTEXT ? State::RAWTEXTLessThanSign : State::ScriptDataLessThanSign;
-} else if (c == '\0') {
-    error("unexpected-null-character");
-    emitReplacementCharacter();
-} else {
-    emitEndOfFile();
-}
+    size_t start = consumeOrdinary<RawTextStops>();
+    emitRange(start, pos);
+    int c = next();
+    if (c == '<') {
+        markupStart = pos - 1;
+        state = state == State::RAWTEXT ? State::RAWTEXTLessThanSign : State::ScriptDataLessThanSign;
+    } else if (c == '\0') {
+        error("unexpected-null-character");
+        emitReplacementCharacter();
+    } else {
+        emitEndOfFile();
+    }
 }
 
 // The PLAINTEXT state.
 inline void HTMLTokenizer::Impl::plaintextState() {
-size_t start = consumeOrdinary<PlaintextStops>();
-emitRange(start, pos);
-if (next() == '\0') {
-    error("unexpected-null-character");
-    emitReplacementCharacter();
-} else {
-    emitEndOfFile();
-}
+    size_t start = consumeOrdinary<PlaintextStops>();
+    emitRange(start, pos);
+    if (next() == '\0') {
+        error("unexpected-null-character");
+        emitReplacementCharacter();
+    } else {
+        emitEndOfFile();
+    }
 }
 
 // The script data less than sign state.
 inline void HTMLTokenizer::Impl::scriptDataLessThanSignState() {
-int c = next();
-if (c == '!') {
-    state = State::ScriptDataEscapeStart;
-    emitRange(markupStart, pos);
-} else {
-    textLessThanSign(c, State::ScriptDataEndTagOpen, State::ScriptData);
-}
+    int c = next();
+    if (c == '!') {
+        state = State::ScriptDataEscapeStart;
+        emitRange(markupStart, pos);
+    } else {
+        textLessThanSign(c, State::ScriptDataEndTagOpen, State::ScriptData);
+    }
 }
 
 // The script data escape start state.
 inline void HTMLTokenizer::Impl::scriptDataEscapeStartState() {
-int c = next();
-if (c == '-') {
-    state = State::ScriptDataEscapeStartDash;
-    emitCurrent();
-} else {
-    reconsume(c, State::ScriptData);
-}
+    int c = next();
+    if (c == '-') {
+        state = State::ScriptDataEscapeStartDash;
+        emitCurrent();
+    } else {
+        reconsume(c, State::ScriptData);
+    }
 }
 
 // The script data escape start dash state.
 inline void HTMLTokenizer::Impl::scriptDataEscapeStartDashState() {
-int c = next();
-if (c == '-') {
-    state = State::ScriptDataEscapedDashDash;
-    emitCurrent();
-} else {
-    reconsume(c, State::ScriptData);
-}
+    int c = next();
+    if (c == '-') {
+        state = State::ScriptDataEscapedDashDash;
+        emitCurrent();
+    } else {
+        reconsume(c, State::ScriptData);
+    }
 }
 
 // The script data escaped state.
 inline void HTMLTokenizer::Impl::scriptDataEscapedState() {
-size_t start = consumeOrdinary<ScriptDataEscapedStops>();
-emitRange(start, pos);
-int c = next();
-if (c == '-') {
-    state = State::ScriptDataEscapedDash;
-    emitCurrent();
-} else if (c == '<') {
-    markupStart = pos - 1;
-    state = State::ScriptDataEscapedLessThanSign;
-} else if (c == '\0') {
-    error("unexpected-null-character");
-    emitReplacementCharacter();
-} else {
-    endOfFileError("eof-in-script-html-comment-like-text");
-    emitEndOfFile();
-}
+    size_t start = consumeOrdinary<ScriptDataEscapedStops>();
+    emitRange(start, pos);
+    int c = next();
+    if (c == '-') {
+        state = State::ScriptDataEscapedDash;
+        emitCurrent();
+    } else if (c == '<') {
+        markupStart = pos - 1;
+        state = State::ScriptDataEscapedLessThanSign;
+    } else if (c == '\0') {
+        error("unexpected-null-character");
+        emitReplacementCharacter();
+    } else {
+        endOfFileError("eof-in-script-html-comment-like-text");
+        emitEndOfFile();
+    }
 }
 
 // The script data escaped dash and script data escaped dash dash states.
 inline void HTMLTokenizer::Impl::scriptDataEscapedDashStates() {
-int c = next();
-if (c == '-') {
-    state = State::ScriptDataEscapedDashDash;
-    emitCurrent();
-} else if (c == '<') {
-    markupStart = pos - 1;
-    state = State::ScriptDataEscapedLessThanSign;
-} else if (c == '>' && state == State::ScriptDataEscapedDashDash) {
-    state = State::ScriptData;
-    emitCurrent();
-} else if (c == '\0') {
-    error("unexpected-null-character");
-    state = State::ScriptDataEscaped;
-    emitReplacementCharacter();
-} else if (c == kEndOfFile) {
-    endOfFileError("eof-in-script-html-comment-like-text");
-    emitEndOfFile();
-} else {
-    state = State::ScriptDataEscaped;
-    emitCurrent();
-}
+    int c = next();
+    if (c == '-') {
+        state = State::ScriptDataEscapedDashDash;
+        emitCurrent();
+    } else if (c == '<') {
+        markupStart = pos - 1;
+        state = State::ScriptDataEscapedLessThanSign;
+    } else if (c == '>' && state == State::ScriptDataEscapedDashDash) {
+        state = State::ScriptData;
+        emitCurrent();
+    } else if (c == '\0') {
+        error("unexpected-null-character");
+        state = State::ScriptDataEscaped;
+        emitReplacementCharacter();
+    } else if (c == kEndOfFile) {
+        endOfFileError("eof-in-script-html-comment-like-text");
+        emitEndOfFile();
+    } else {
+        state = State::ScriptDataEscaped;
+        emitCurrent();
+    }
 }
 
 // The script data escaped less than sign state.
 inline void HTMLTokenizer::Impl::scriptDataEscapedLessThanSignState() {
-int c = next();
-if (c == '/') {
-    state = State::ScriptDataEscapedEndTagOpen;
-} else if (isASCIIAlpha(c)) {
-    temporaryBuffer.clear();
-    emitRange(markupStart, markupStart + 1);
-    reconsume(c, State::ScriptDataDoubleEscapeStart);
-} else {
-    emitRange(markupStart, markupStart + 1);
-    reconsume(c, State::ScriptDataEscaped);
-}
+    int c = next();
+    if (c == '/') {
+        state = State::ScriptDataEscapedEndTagOpen;
+    } else if (isASCIIAlpha(c)) {
+        temporaryBuffer.clear();
+        emitRange(markupStart, markupStart + 1);
+        reconsume(c, State::ScriptDataDoubleEscapeStart);
+    } else {
+        emitRange(markupStart, markupStart + 1);
+        reconsume(c, State::ScriptDataEscaped);
+    }
 }
 
 // The script data double escape start and script data double escape end states.
 inline void HTMLTokenizer::Impl::scriptDataDoubleEscapeStartAndEndStates() {
-// Both watch for "script": start enters double escaping, end leaves it.
-bool starting = state == State::ScriptDataDoubleEscapeStart;
-State current = starting ? State::ScriptDataEscaped : State::ScriptDataDoubleEscaped;
-State toggled = starting ? State::ScriptDataDoubleEscaped : State::ScriptDataEscaped;
-int c = next();
-if (isWhitespace(c) || c == '/' || c == '>') {
-    state = temporaryBuffer == "script" ? toggled : current;
-    emitCurrent();
-} else if (isASCIIAlpha(c)) {
-    temporaryBuffer += toASCIILower(c);
-    emitCurrent();
-} else {
-    reconsume(c, current);
-}
+    // Both watch for "script": start enters double escaping, end leaves it.
+    bool starting = state == State::ScriptDataDoubleEscapeStart;
+    State current = starting ? State::ScriptDataEscaped : State::ScriptDataDoubleEscaped;
+    State toggled = starting ? State::ScriptDataDoubleEscaped : State::ScriptDataEscaped;
+    int c = next();
+    if (isWhitespace(c) || c == '/' || c == '>') {
+        state = temporaryBuffer == "script" ? toggled : current;
+        emitCurrent();
+    } else if (isASCIIAlpha(c)) {
+        temporaryBuffer += toASCIILower(c);
+        emitCurrent();
+    } else {
+        reconsume(c, current);
+    }
 }
 
 // The script data double escaped state.
 inline void HTMLTokenizer::Impl::scriptDataDoubleEscapedState() {
-size_t start = consumeOrdinary<ScriptDataEscapedStops>();
-emitRange(start, pos);
-int c = next();
-if (c == '-') {
-    state = State::ScriptDataDoubleEscapedDash;
-    emitCurrent();
-} else if (c == '<') {
-    state = State::ScriptDataDoubleEscapedLessThanSign;
-    emitCurrent();
-} else if (c == '\0') {
-    error("unexpected-null-character");
-    emitReplacementCharacter();
-} else {
-    endOfFileError("eof-in-script-html-comment-like-text");
-    emitEndOfFile();
-}
+    size_t start = consumeOrdinary<ScriptDataEscapedStops>();
+    emitRange(start, pos);
+    int c = next();
+    if (c == '-') {
+        state = State::ScriptDataDoubleEscapedDash;
+        emitCurrent();
+    } else if (c == '<') {
+        state = State::ScriptDataDoubleEscapedLessThanSign;
+        emitCurrent();
+    } else if (c == '\0') {
+        error("unexpected-null-character");
+        emitReplacementCharacter();
+    } else {
+        endOfFileError("eof-in-script-html-comment-like-text");
+        emitEndOfFile();
+    }
 }
 
 // The script data double escaped dash and script data double escaped dash dash states.
 inline void HTMLTokenizer::Impl::scriptDataDoubleEscapedDashStates() {
-int c = next();
-if (c == '-') {
-    state = State::ScriptDataDoubleEscapedDashDash;
-    emitCurrent();
-} else if (c == '<') {
-    state = State::ScriptDataDoubleEscapedLessThanSign;
-    emitCurrent();
-} else if (c == '>' && state == State::ScriptDataDoubleEscapedDashDash) {
-    state = State::ScriptData;
-    emitCurrent();
-} else if (c == '\0') {
-    error("unexpected-null-character");
-    state = State::ScriptDataDoubleEscaped;
-    emitReplacementCharacter();
-} else if (c == kEndOfFile) {
-    endOfFileError("eof-in-script-html-comment-like-text");
-    emitEndOfFile();
-} else {
-    state = State::ScriptDataDoubleEscaped;
-    emitCurrent();
-}
+    int c = next();
+    if (c == '-') {
+        state = State::ScriptDataDoubleEscapedDashDash;
+        emitCurrent();
+    } else if (c == '<') {
+        state = State::ScriptDataDoubleEscapedLessThanSign;
+        emitCurrent();
+    } else if (c == '>' && state == State::ScriptDataDoubleEscapedDashDash) {
+        state = State::ScriptData;
+        emitCurrent();
+    } else if (c == '\0') {
+        error("unexpected-null-character");
+        state = State::ScriptDataDoubleEscaped;
+        emitReplacementCharacter();
+    } else if (c == kEndOfFile) {
+        endOfFileError("eof-in-script-html-comment-like-text");
+        emitEndOfFile();
+    } else {
+        state = State::ScriptDataDoubleEscaped;
+        emitCurrent();
+    }
 }
 
 // The script data double escaped less than sign state.
 inline void HTMLTokenizer::Impl::scriptDataDoubleEscapedLessThanSignState() {
-int c = next();
-if (c == '/') {
-    temporaryBuffer.clear();
-    state = State::ScriptDataDoubleEscapeEnd;
-    emitCurrent();
-} else {
-    reconsume(c, State::ScriptDataDoubleEscaped);
-}
+    int c = next();
+    if (c == '/') {
+        temporaryBuffer.clear();
+        state = State::ScriptDataDoubleEscapeEnd;
+        emitCurrent();
+    } else {
+        reconsume(c, State::ScriptDataDoubleEscaped);
+    }
 }
 
 }  // namespace zv::html
