@@ -4,11 +4,22 @@
 #include "ZvwkRunner.h"
 
 #include <cctype>
-#include <regex>
+#include <string_view>
 
 namespace {
 
 using namespace zvwk_test;
+
+// "zvwk: FILE: REASON" for a reason a mail may give to have no output.
+bool isExpectedComplaint(std::string_view line) {
+    constexpr std::string_view kPrefix = "zvwk: ";
+    for (std::string_view reason : {"no text/html part", "not a mail message", "Permission denied"}) {
+        const std::string ending = ": " + std::string(reason);
+        if (line.starts_with(kPrefix) && line.size() >= kPrefix.size() + ending.size() && line.ends_with(ending))
+            return true;
+    }
+    return false;
+}
 
 class MailCorpus : public ZvwkTest, public testing::WithParamInterface<const char*> {
 protected:
@@ -44,11 +55,10 @@ TEST_P(MailCorpus, EveryInputGivesAJsonLineOrAnExpectedComplaint) {
     for (const nlohmann::json& object : objects) ASSERT_TRUE(!object.is_discarded() && object.contains("file"));
     const size_t lines = objects.size();
 
-    static const std::regex kExpected("zvwk: .*: (no text/html part|not a mail message|Permission denied)");
     size_t complaints = 0;
     std::istringstream err(run.err);
     for (std::string line; std::getline(err, line); ++complaints)
-        EXPECT_TRUE(std::regex_match(line, kExpected)) << line;
+        EXPECT_TRUE(isExpectedComplaint(line)) << line;
     EXPECT_EQ(run.status != 0, complaints != 0);
     EXPECT_EQ(lines + complaints, inputCount());
 }
