@@ -32,21 +32,19 @@ void OutOfSightDrawing::onFocusChanged(GtkWidget*, GParamSpec*, gpointer self) {
 void OutOfSightDrawing::watchScroller() {
     GtkWidget* viewport = gtk_widget_get_ancestor(view_, GTK_TYPE_VIEWPORT);
     if (!viewport) return;
-    viewport_ = GTK_VIEWPORT(g_object_ref(viewport));
-    adjustment_ = GTK_ADJUSTMENT(g_object_ref(gtk_scrollable_get_vadjustment(GTK_SCROLLABLE(viewport))));
+    viewport_ = GObjectRef<GtkViewport>::ref(GTK_VIEWPORT(viewport));
+    adjustment_ = GObjectRef<GtkAdjustment>::ref(gtk_scrollable_get_vadjustment(GTK_SCROLLABLE(viewport)));
     // "changed" follows every layout that moved or resized the column's content.
-    g_signal_connect(adjustment_, "value-changed", G_CALLBACK(onScrolledOrLaidOut), this);
-    g_signal_connect(adjustment_, "changed", G_CALLBACK(onScrolledOrLaidOut), this);
+    g_signal_connect(adjustment_.get(), "value-changed", G_CALLBACK(onScrolledOrLaidOut), this);
+    g_signal_connect(adjustment_.get(), "changed", G_CALLBACK(onScrolledOrLaidOut), this);
     updateWhenIdle();
 }
 
 void OutOfSightDrawing::stopWatching() {
     if (idle_) g_source_remove(std::exchange(idle_, 0));
-    if (adjustment_) {
-        g_signal_handlers_disconnect_by_data(adjustment_, this);
-        g_clear_object(&adjustment_);
-    }
-    g_clear_object(&viewport_);
+    if (adjustment_) g_signal_handlers_disconnect_by_data(adjustment_.get(), this);
+    adjustment_.reset();
+    viewport_.reset();
     if (unmapped_) {
         unmapped_ = false;
         gtk_widget_set_child_visible(view_, TRUE);
@@ -75,11 +73,11 @@ void OutOfSightDrawing::updateWhenIdle() {
 // Within a screen above or below the shown part of the column. Before the
 // first layout nothing is known, and the view draws.
 bool OutOfSightDrawing::isNearSight() const {
-    GtkWidget* content = gtk_viewport_get_child(viewport_);
-    const double page = gtk_adjustment_get_page_size(adjustment_);
+    GtkWidget* content = gtk_viewport_get_child(viewport_.get());
+    const double page = gtk_adjustment_get_page_size(adjustment_.get());
     graphene_rect_t bounds;
     if (!content || page <= 0 || !gtk_widget_compute_bounds(view_, content, &bounds)) return true;
-    const double top = gtk_adjustment_get_value(adjustment_);
+    const double top = gtk_adjustment_get_value(adjustment_.get());
     return bounds.origin.y < top + 2 * page && bounds.origin.y + bounds.size.height > top - page;
 }
 

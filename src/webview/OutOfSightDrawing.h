@@ -16,6 +16,8 @@
 // whose nearest viewport scrolls only sideways.
 #pragma once
 
+#include <zv/foundation/GObjectRef.h>
+
 #include <gtk/gtk.h>
 
 namespace zv {
@@ -38,8 +40,8 @@ private:
     bool isNearSight() const;
 
     GtkWidget* view_;
-    GtkViewport* viewport_ = nullptr;      // strong references while watched
-    GtkAdjustment* adjustment_ = nullptr;
+    GObjectRef<GtkViewport> viewport_;  // held while watched
+    GObjectRef<GtkAdjustment> adjustment_;
     guint idle_ = 0;
     bool unmapped_ = false;  // by this object, so only this object maps it again
 };
