@@ -6,6 +6,7 @@
 #include <libsoup/soup.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 #include <strings.h>
@@ -15,8 +16,9 @@ namespace zv {
 
 namespace {
 
-constexpr int64_t kURLErrorNetworkConnectionLost = -1005;
 constexpr unsigned kConnectionsPerHost = 6;
+constexpr size_t kMaximumBodySize = 64 * 1024 * 1024;
+constexpr size_t kReadSize = 64 * 1024;
 
 SoupSession* newSession(unsigned timeoutSeconds) {
     return soup_session_new_with_options("timeout", timeoutSeconds, "max-conns-per-host", kConnectionsPerHost,
@@ -70,28 +72,66 @@ URLResponse responseOf(SoupMessage* message) {
     return response;
 }
 
-// What one load owns until libsoup answers.
+// What one load owns until its body is read or it fails.
 struct Load {
     GObjectRef<SoupSession> session;
     GObjectRef<SoupMessage> message;
+    GObjectRef<GInputStream> stream;
     HTTPCompletion completion;
+    Data body;
+    std::array<std::uint8_t, kReadSize> buffer;
 };
 
-void loaded(GObject* source, GAsyncResult* result, gpointer data) {
+void fail(std::unique_ptr<Load> load, GError* error) {
+    Error failure{kURLErrorDomain, urlErrorCode(error), error->message};
+    g_error_free(error);
+    load->completion(std::nullopt, std::nullopt, std::move(failure));
+}
+
+// Dropping the stream unread makes libsoup close the connection.
+void failAsTooLarge(std::unique_ptr<Load> load) {
+    char* url = g_uri_to_string(soup_message_get_uri(load->message.get()));
+    Error failure{kURLErrorDomain, kURLErrorDataLengthExceedsMaximum,
+                  std::string("response body larger than 64 MiB: ") + url};
+    g_free(url);
+    load->completion(std::nullopt, std::nullopt, std::move(failure));
+}
+
+void readMore(std::unique_ptr<Load> load);
+
+void chunkRead(GObject* source, GAsyncResult* result, gpointer data) {
     std::unique_ptr<Load> load(static_cast<Load*>(data));
     GError* error = nullptr;
-    GBytes* body = soup_session_send_and_read_finish(SOUP_SESSION(source), result, &error);
-    if (!body) {
-        Error failure{kURLErrorDomain, urlErrorCode(error), error->message};
-        g_error_free(error);
-        load->completion(std::nullopt, std::nullopt, std::move(failure));
+    gssize read = g_input_stream_read_finish(G_INPUT_STREAM(source), result, &error);
+    if (read < 0) return fail(std::move(load), error);
+    if (read == 0) {
+        load->completion(responseOf(load->message.get()), std::move(load->body), std::nullopt);
         return;
     }
-    gsize size = 0;
-    const auto* bytes = static_cast<const std::uint8_t*>(g_bytes_get_data(body, &size));
-    Data payload(bytes, bytes + size);
-    g_bytes_unref(body);
-    load->completion(responseOf(load->message.get()), std::move(payload), std::nullopt);
+    if (load->body.size() + size_t(read) > kMaximumBodySize) return failAsTooLarge(std::move(load));
+    load->body.insert(load->body.end(), load->buffer.begin(), load->buffer.begin() + read);
+    readMore(std::move(load));
+}
+
+void readMore(std::unique_ptr<Load> load) {
+    Load* reading = load.release();
+    g_input_stream_read_async(reading->stream.get(), reading->buffer.data(), reading->buffer.size(),
+                              G_PRIORITY_DEFAULT, nullptr, chunkRead, reading);
+}
+
+void sent(GObject* source, GAsyncResult* result, gpointer data) {
+    std::unique_ptr<Load> load(static_cast<Load*>(data));
+    GError* error = nullptr;
+    GInputStream* stream = soup_session_send_finish(SOUP_SESSION(source), result, &error);
+    if (!stream) return fail(std::move(load), error);
+    load->stream = GObjectRef<GInputStream>::adopt(stream);
+    SoupMessageHeaders* headers = soup_message_get_response_headers(load->message.get());
+    if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH) {
+        goffset declared = soup_message_headers_get_content_length(headers);
+        if (declared > goffset(kMaximumBodySize)) return failAsTooLarge(std::move(load));
+        load->body.reserve(size_t(declared));
+    }
+    readMore(std::move(load));
 }
 
 void start(const URLRequest& request, HTTPCompletion completion) {
@@ -121,9 +161,9 @@ void start(const URLRequest& request, HTTPCompletion completion) {
         double seconds = std::ceil(std::max(request.timeoutInterval, 1.0));
         session = newSession(unsigned(std::min(seconds, 86400.0)));
     }
-    auto* load = new Load{GObjectRef<SoupSession>::adopt(session), GObjectRef<SoupMessage>::adopt(message),
-                          std::move(completion)};
-    soup_session_send_and_read_async(session, message, G_PRIORITY_DEFAULT, nullptr, loaded, load);
+    auto* load = new Load{GObjectRef<SoupSession>::adopt(session), GObjectRef<SoupMessage>::adopt(message), {},
+                          std::move(completion), {}, {}};
+    soup_session_send_async(session, message, G_PRIORITY_DEFAULT, nullptr, sent, load);
 }
 
 gpointer runLoader(gpointer data) {

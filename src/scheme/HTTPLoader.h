@@ -16,6 +16,12 @@
 // session of its own, dropped when its load ends. libsoup counts time-outs
 // in whole seconds, so a fraction is rounded up.
 //
+// A body is read into memory, at most 64 MiB of it: a server that announces
+// or sends more fails the load with -1103 (data length exceeds maximum) and
+// loses its connection, since a remote image in hostile mail could otherwise
+// stream until the reader's memory runs out (libsoup's time-out only ends a
+// connection that goes quiet).
+//
 // Failures are reported in zv::kURLErrorDomain with the codes URL loaders
 // use (-1001 timed out, -1004 cannot connect, -1005 connection lost, ...);
 // the message is libsoup's or GLib's.

@@ -197,7 +197,8 @@ TEST_P(ServerFaultTest, EveryTaskEndsExactlyOnce) {
 
 INSTANTIATE_TEST_SUITE_P(Faults, ServerFaultTest,
                          ::testing::Values(Fault{"/status500", true, 500}, Fault{"/reset", false, -1005},
-                                           Fault{"/truncated", false, -1005}),
+                                           Fault{"/truncated", false, -1005}, Fault{"/oversized", false, -1103},
+                                           Fault{"/endless", false, -1103}),
                          [](const auto& info) { return std::string(info.param.path + 1); });
 
 TEST_F(HTTPOverridesTest, AnErrorStatusIsCachedLikeAnyAnswer) {

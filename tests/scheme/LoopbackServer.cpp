@@ -30,6 +30,23 @@ void writeRawAndClose(SoupServerMessage* message, std::string_view raw) {
     g_object_unref(stream);
 }
 
+// Chunks of 1 MiB, the next written as soon as the last has gone out, for as
+// long as the client reads; none of them kept.
+void respondEndlessly(SoupServerMessage* message) {
+    static const Data chunk(1024 * 1024, 'x');
+    auto more = +[](SoupServerMessage* message, gpointer) {
+        soup_message_body_append(soup_server_message_get_response_body(message), SOUP_MEMORY_STATIC, chunk.data(),
+                                 chunk.size());
+    };
+    soup_server_message_set_status(message, 200, nullptr);
+    SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
+    soup_message_headers_set_encoding(headers, SOUP_ENCODING_CHUNKED);
+    soup_message_headers_set_content_type(headers, "image/png", nullptr);
+    soup_message_body_set_accumulate(soup_server_message_get_response_body(message), FALSE);
+    g_signal_connect(message, "wrote-chunk", G_CALLBACK(more), nullptr);
+    more(message, nullptr);
+}
+
 Surface surfaceOf(const Data& png) {
     struct Reader {
         const Data* data;
@@ -236,6 +253,10 @@ void LoopbackServer::answer(SoupServerMessage* message, const std::string& path)
         writeRawAndClose(message, "HTTP/1.1 200 OK\r\nContent-Type: image/png\r\nContent-Length: 100\r\n\r\n0123456789");
     } else if (path == "/reset") {
         writeRawAndClose(message, "");
+    } else if (path == "/oversized") {
+        writeRawAndClose(message, "HTTP/1.1 200 OK\r\nContent-Type: image/png\r\nContent-Length: 4294967296\r\n\r\n0123");
+    } else if (path == "/endless") {
+        respondEndlessly(message);
     } else {
         respondWith(message, 404, "text/plain", Data{});
     }

@@ -13,6 +13,8 @@
 //   /status500   500 with a short text body
 //   /truncated   a head promising 100 bytes, 10 bytes, then the connection closes
 //   /reset       the connection closes before any answer
+//   /oversized   a head promising 4 GiB, 4 bytes, then the connection closes
+//   /endless     a chunked body that never ends
 // Every request is counted by its path.
 #pragma once
 

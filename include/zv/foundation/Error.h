@@ -29,8 +29,10 @@ inline constexpr int64_t kURLErrorTimedOut = -1001;
 inline constexpr int64_t kURLErrorUnsupportedURL = -1002;
 inline constexpr int64_t kURLErrorCannotFindHost = -1003;
 inline constexpr int64_t kURLErrorCannotConnectToHost = -1004;
+inline constexpr int64_t kURLErrorNetworkConnectionLost = -1005;
 inline constexpr int64_t kURLErrorBadServerResponse = -1011;
 inline constexpr int64_t kURLErrorFileDoesNotExist = -1100;
+inline constexpr int64_t kURLErrorDataLengthExceedsMaximum = -1103;
 
 // The framework's own failures (a resource request that nothing answered).
 inline constexpr char kZVWebKitErrorDomain[] = "ZVWebKitErrorDomain";

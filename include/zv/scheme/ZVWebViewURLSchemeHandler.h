@@ -145,7 +145,8 @@ public:
     // runs on a thread of its own and calls `completion` there. Answers still
     // reach the task on the main thread. Requests other than GET bypass the
     // cache. A time-out of exactly 60 seconds shares one session; any other
-    // gets a session of its own with that time-out.
+    // gets a session of its own with that time-out. A body over 64 MiB fails
+    // the load with kURLErrorDataLengthExceedsMaximum.
     void handleRequest(const URLRequest& incoming, const URLRequest& rewritten, Completion completion);
 
     // Answers a "wren-symbol" request with the PNG of the symbol (see
