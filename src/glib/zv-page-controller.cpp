@@ -86,6 +86,7 @@ private:
 typedef struct {
     std::shared_ptr<HostPageController> controller;
     ZvWebView* webView;  // the wrapper last handed out
+    std::shared_ptr<GTask*> pendingLoad;  // the load_uri_async task not yet answered
 } ZvPageControllerPrivate;
 
 G_DEFINE_TYPE_WITH_PRIVATE(ZvPageController, zv_page_controller, G_TYPE_OBJECT)
@@ -244,7 +245,8 @@ char* zv_page_controller_expand_variable(ZvPageController* self, const char* nam
  * @callback: (scope async): called when the page has loaded or failed
  * @user_data: (closure): for @callback
  *
- * Has the window load the page.
+ * Has the window load the page. A load started before this one has
+ * answered is given up: its callback gets %G_IO_ERROR_CANCELLED.
  */
 void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, GCancellable* cancellable,
                                        GAsyncReadyCallback callback, gpointer user_data)
@@ -258,7 +260,12 @@ void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, 
     }
     // The engine calls back after every later load too: only the first answers.
     auto pending = std::make_shared<GTask*>(static_cast<GTask*>(g_object_ref(task)));
-    privateOf(self)->controller->loadURL(*url, [pending](std::optional<zv::Error> error) {
+    auto* p = privateOf(self);
+    // The engine keeps one completion: a load still waiting loses its own to
+    // this one, so it is answered here or never.
+    g_autoptr(GTask) replaced = p->pendingLoad ? std::exchange(*p->pendingLoad, nullptr) : nullptr;
+    p->pendingLoad = pending;
+    p->controller->loadURL(*url, [pending](std::optional<zv::Error> error) {
         g_autoptr(GTask) task = std::exchange(*pending, nullptr);
         if (!task)
             return;
@@ -267,6 +274,8 @@ void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, 
         else
             g_task_return_boolean(task, TRUE);
     });
+    if (replaced)
+        g_task_return_new_error(replaced, G_IO_ERROR, G_IO_ERROR_CANCELLED, "a later load replaced this one");
 }
 
 /**

@@ -247,6 +247,33 @@ def test_page_controller_subclass(tmp_path):
     window.close()
 
 
+
+def test_a_later_load_answers_the_earlier_one(tmp_path):
+    if not Gtk.init_check():
+        pytest.skip("no display")
+    window = Zv.WebWindowController.new()
+    page = window.get_page_controller()
+    answers = {}
+
+    def load(name):
+        (tmp_path / f"{name}.html").write_text(f"<p>{name}</p>")
+
+        def done(controller, result):
+            try:
+                answer = "loaded" if controller.load_uri_finish(result) else "not loaded"
+            except GLib.Error as error:
+                answer = "cancelled" if error.matches(Gio.io_error_quark(), Gio.IOErrorEnum.CANCELLED) else error.message
+            answers.setdefault(name, []).append(answer)
+        page.load_uri_async((tmp_path / f"{name}.html").as_uri(), None, done)
+
+    # The second load starts before the first has answered: both callbacks run, once.
+    load("One")
+    load("Two")
+    assert wait_until(lambda: len(answers) == 2), answers
+    assert answers == {"One": ["cancelled"], "Two": ["loaded"]}
+    window.close()
+
+
 class StoreParts(GObject.Object, Zv.ResourceProvider):
     """The host's mail store: parts it reads on demand."""
 
