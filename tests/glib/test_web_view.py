@@ -1,6 +1,7 @@
 # ZvWebView and ZvFindController from Python in a real window (the test runs
 # under a virtual display): a message loads, find counts its matches across
 # two views, and a click in the page arrives as a signal. Waits are bounded.
+import socket
 import time
 
 import gi
@@ -308,3 +309,19 @@ def test_message_parts_by_content_id(views):
         -1, None, None, None, measured)
     assert wait_until(lambda: widths)
     assert widths == ["24,24"] and store.asked == ["cid:stored@x"]
+
+
+def test_progress_notifies_only_changes(views):
+    # A port just freed refuses at once: each load fails, and each answer leaves every load done.
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        port = probe.getsockname()[1]
+    view = Zv.WebView.new_safe(views[0])
+    handler = Zv.SchemeHandler.new()
+    handler.attach(view)
+    seen = []
+    handler.connect("notify::progress", lambda source, _: seen.append(source.props.progress))
+    for count, name in enumerate(("a", "b"), 1):
+        loaded(view, f'<img src="wren-http://127.0.0.1:{port}/{name}.png">')
+        assert wait_until(lambda: len(handler.get_completed_loads()) == count), handler.get_pending_loads()
+    assert seen == [1.0]
