@@ -246,7 +246,8 @@ char* zv_page_controller_expand_variable(ZvPageController* self, const char* nam
  * @user_data: (closure): for @callback
  *
  * Has the window load the page. A load started before this one has
- * answered is given up: its callback gets %G_IO_ERROR_CANCELLED.
+ * answered is given up: its callback gets %G_IO_ERROR_CANCELLED. A
+ * controller in no window fails at once (%ZV_ERROR_LOAD_FAILED).
  */
 void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, GCancellable* cancellable,
                                        GAsyncReadyCallback callback, gpointer user_data)
@@ -256,6 +257,12 @@ void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, 
     auto url = zv::URL::parse(zv::glib::Utf8Input(uri).view());
     if (!url) {
         g_task_return_new_error(task, ZV_ERROR, ZV_ERROR_INVALID_ARGUMENT, "\"%s\" is not a URL", uri ? uri : "");
+        return;
+    }
+    // Without a window nothing loads, and the completion would wait for
+    // whichever load a window makes once it is given this controller.
+    if (!privateOf(self)->controller->windowController()) {
+        g_task_return_new_error(task, ZV_ERROR, ZV_ERROR_LOAD_FAILED, "the page controller is in no window");
         return;
     }
     // The engine calls back after every later load too: only the first answers.
@@ -282,7 +289,8 @@ void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, 
  * zv_page_controller_load_uri_finish:
  * @self: a controller
  * @result: the result handed to the callback
- * @error: set when the page could not be loaded (%ZV_ERROR_LOAD_FAILED)
+ * @error: set when the page could not be loaded (%ZV_ERROR_LOAD_FAILED) or
+ *   a later load replaced this one (%G_IO_ERROR_CANCELLED)
  *
  * Returns: %TRUE when the page loaded
  */
