@@ -392,6 +392,20 @@ gboolean zv_web_view_add_search_scripts(ZvWebView* self)
     return self->p->view->addSearchUserScripts();
 }
 
+// The engine puts the search text between backquotes as it is: the
+// characters a template literal reads as syntax are escaped here.
+static std::string templateLiteralText(std::string_view text)
+{
+    std::string escaped;
+    escaped.reserve(text.size());
+    for (char c : text) {
+        if (c == '\\' || c == '`' || c == '$')
+            escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
+}
+
 /**
  * zv_web_view_highlight:
  * @self: a view
@@ -403,7 +417,7 @@ gboolean zv_web_view_add_search_scripts(ZvWebView* self)
 void zv_web_view_highlight(ZvWebView* self, const char* text, ZvFindStyle style)
 {
     g_return_if_fail(ZV_IS_WEB_VIEW(self));
-    self->p->view->highlightOccurrencesOfString(zv::glib::Utf8Input(text).view(), style);
+    self->p->view->highlightOccurrencesOfString(templateLiteralText(zv::glib::Utf8Input(text).view()), style);
 }
 
 /**

@@ -325,3 +325,16 @@ def test_progress_notifies_only_changes(views):
         loaded(view, f'<img src="wren-http://127.0.0.1:{port}/{name}.png">')
         assert wait_until(lambda: len(handler.get_completed_loads()) == count), handler.get_pending_loads()
     assert seen == [1.0]
+
+
+def test_highlight_takes_text_as_written(views):
+    view = Zv.WebView.new_safe(views[0])
+    assert view.add_search_scripts()
+    loaded(view, r"<p>Type `echo ${HOME}` or \d, then `echo ${HOME}` when done.</p>")
+    counts = []
+    # Backquotes, "${" and backslashes are the script literal's own syntax: each must arrive as written.
+    for text in ("`echo ${HOME}`", "\\d"):
+        view.highlight(text, Zv.FindStyle.CONTAINS)
+        view.count_matches_async(None, lambda v, result: counts.append(v.count_matches_finish(result)))
+    assert wait_until(lambda: len(counts) == 2)
+    assert counts == [2, 1]
