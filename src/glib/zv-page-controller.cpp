@@ -409,6 +409,20 @@ char* zv_page_controller_get_element_content(ZvPageController* self, const char*
     return zv::glib::newText(value->is_string() ? value->get<std::string>() : value->dump());
 }
 
+// The engine writes a value into a script string escaping line breaks and
+// double quotes but leaving backslashes to its callers.
+static std::string backslashesEscaped(std::string_view value)
+{
+    std::string escaped;
+    escaped.reserve(value.size());
+    for (char c : value) {
+        if (c == '\\')
+            escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
+}
+
 /**
  * zv_page_controller_set_element_content:
  * @self: a controller whose page has loaded
@@ -421,7 +435,7 @@ void zv_page_controller_set_element_content(ZvPageController* self, const char* 
 {
     g_return_if_fail(ZV_IS_PAGE_CONTROLLER(self));
     privateOf(self)->controller->setContentOfElementId(zv::glib::Utf8Input(element_id).view(),
-                                                       zv::glib::Utf8Input(text).view());
+                                                       backslashesEscaped(zv::glib::Utf8Input(text).view()));
 }
 
 /**
@@ -436,7 +450,7 @@ void zv_page_controller_set_element_html(ZvPageController* self, const char* ele
 {
     g_return_if_fail(ZV_IS_PAGE_CONTROLLER(self));
     privateOf(self)->controller->setHtmlOfElementId(zv::glib::Utf8Input(element_id).view(),
-                                                    zv::glib::Utf8Input(html).view());
+                                                    backslashesEscaped(zv::glib::Utf8Input(html).view()));
 }
 
 /**

@@ -234,6 +234,8 @@ def test_page_controller_subclass(tmp_path):
     assert page.calls.index("will-load") < page.calls.index(("greet", {"who": "Ana"}))
     assert wait_until(lambda: "did-load" in page.calls)
     assert page.get_element_content("hello") == "Hello, Ana"
+    page.set_element_content("hello", r"C:\new\table")
+    assert page.get_element_content("hello") == r"C:\new\table"
     assert window.get_window().get_title() == "Greetings"
     assert page.get_web_view() is window.get_web_view()
 
