@@ -1,6 +1,7 @@
 # ZvWebView and ZvFindController from Python in a real window (the test runs
 # under a virtual display): a message loads, find counts its matches across
 # two views, and a click in the page arrives as a signal. Waits are bounded.
+import gc
 import socket
 import time
 
@@ -94,6 +95,23 @@ def test_links_stay_with_the_host(views):
     assert clicked == ["https://example.org/"]
     assert first.props.web_view.get_uri() == "about:blank"
 
+
+
+def test_a_dropped_safe_view_keeps_its_page(views):
+    # The host packs the engine's widget and lets the wrapper go.
+    view = Zv.WebView.new_safe(views[0])
+    web = view.props.web_view
+    window = Gtk.Window(child=web)
+    window.present()
+    loaded(view, '<a id="go" href="https://example.org/">go</a>')
+    del view
+    gc.collect()
+    started = []
+    web.connect("load-changed", lambda _, event: started.append(event))
+    web.evaluate_javascript("document.getElementById('go').click()", -1, None, None, None)
+    wait_until(lambda: started, 2)
+    assert (started, web.get_uri()) == ([], "about:blank")
+    window.destroy()
 
 class Message(GObject.Object, Zv.MessageItem):
     """A message of the host's conversation: counted by hand until a step
