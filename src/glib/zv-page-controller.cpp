@@ -154,7 +154,18 @@ static void zv_page_controller_init(ZvPageController* self)
     p->controller = std::make_shared<HostPageController>(self);
 }
 
+static GTask* takePendingLoad(ZvPageControllerPrivate* p)
+{
+    return p->pendingLoad ? std::exchange(*p->pendingLoad, nullptr) : nullptr;
+}
+
 namespace zv::glib {
+
+void cancelPendingLoad(ZvPageController* controller)
+{
+    if (g_autoptr(GTask) task = takePendingLoad(privateOf(controller)))
+        g_task_return_new_error(task, G_IO_ERROR, G_IO_ERROR_CANCELLED, "the page controller left its window");
+}
 
 // The engine holds the wrapper as long as the engine's controller: a
 // controller made for a page's name has nobody else to keep it.
@@ -246,8 +257,9 @@ char* zv_page_controller_expand_variable(ZvPageController* self, const char* nam
  * @user_data: (closure): for @callback
  *
  * Has the window load the page. A load started before this one has
- * answered is given up: its callback gets %G_IO_ERROR_CANCELLED. A
- * controller in no window fails at once (%ZV_ERROR_LOAD_FAILED).
+ * answered, or whose controller leaves the window first, is given up: its
+ * callback gets %G_IO_ERROR_CANCELLED. A controller in no window fails at
+ * once (%ZV_ERROR_LOAD_FAILED).
  */
 void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, GCancellable* cancellable,
                                        GAsyncReadyCallback callback, gpointer user_data)
@@ -270,7 +282,7 @@ void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, 
     auto* p = privateOf(self);
     // The engine keeps one completion: a load still waiting loses its own to
     // this one, so it is answered here or never.
-    g_autoptr(GTask) replaced = p->pendingLoad ? std::exchange(*p->pendingLoad, nullptr) : nullptr;
+    g_autoptr(GTask) replaced = takePendingLoad(p);
     p->pendingLoad = pending;
     p->controller->loadURL(*url, [pending](std::optional<zv::Error> error) {
         g_autoptr(GTask) task = std::exchange(*pending, nullptr);
@@ -290,7 +302,7 @@ void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, 
  * @self: a controller
  * @result: the result handed to the callback
  * @error: set when the page could not be loaded (%ZV_ERROR_LOAD_FAILED) or
- *   a later load replaced this one (%G_IO_ERROR_CANCELLED)
+ *   the load was given up (%G_IO_ERROR_CANCELLED)
  *
  * Returns: %TRUE when the page loaded
  */
