@@ -126,11 +126,30 @@ void readDeclarations(StyleColors& colors, std::string_view style, bool quirks) 
     }
 }
 
+// A later rule's colours over an earlier one's, as if its declarations
+// followed them.
+template <class T>
+void mergeSlot(Slot<T>& into, const Slot<T>& later) {
+    if (later.set) into.assign(later.value, later.important);
+}
+
+void merge(StyleColors& into, const StyleColors& later) {
+    mergeSlot(into.text, later.text);
+    mergeSlot(into.background, later.background);
+    mergeSlot(into.image, later.image);
+    for (int side = 0; side < 4; ++side) mergeSlot(into.border[side], later.border[side]);
+}
+
+// What the style sheets' rules give an element.
+struct SheetStyle {
+    StyleColors colors;
+    bool namesDarkScheme = false;
+};
+
 // Style sheet rules first, the style attribute over them: the cascade, less
 // specificity (rules count in document order).
-StyleColors readStyle(const HTMLElement& element, const std::string* sheetDeclarations, bool quirks) {
-    StyleColors colors;
-    if (sheetDeclarations) readDeclarations(colors, *sheetDeclarations, quirks);
+StyleColors readStyle(const HTMLElement& element, const SheetStyle* sheet, bool quirks) {
+    StyleColors colors = sheet ? sheet->colors : StyleColors{};
     if (const std::string* style = element.attribute("style")) readDeclarations(colors, *style, quirks);
     return colors;
 }
@@ -150,29 +169,52 @@ std::optional<std::string> staticSelector(std::string_view selector) {
     return text;
 }
 
-// The declarations of the document's remaining style sheets, by element:
-// the senders' colours that head CSS inlining left in place (sheets in the
-// body, or all of them when the head was not purged).
-std::unordered_map<const HTMLElement*, std::string> styleSheetDeclarations(const html::HTMLDocument& document,
-                                                                          bool darkMediaRules) {
+// "color-scheme" (or "prefers-color-scheme", "supported-color-schemes")
+// followed by a colon and a value naming dark.
+bool namesDarkScheme(std::string_view css) {
+    std::string lower = toASCIILower(css);
+    for (std::size_t at = lower.find("color-scheme"); at != std::string::npos; at = lower.find("color-scheme", at + 1)) {
+        std::size_t i = at + 12;
+        if (i < lower.size() && lower[i] == 's') ++i;
+        while (i < lower.size() && (lower[i] == ' ' || lower[i] == '\t' || lower[i] == '\n')) ++i;
+        if (i >= lower.size() || lower[i] != ':') continue;
+        std::size_t end = lower.find_first_of(";})", i);
+        if (lower.substr(i, end == std::string::npos ? std::string::npos : end - i).find("dark") != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+// What the document's remaining style sheets give each element: the
+// senders' colours that head CSS inlining left in place (sheets in the body,
+// or all of them when the head was not purged). Each rule's declarations are
+// read once, however many elements it matches.
+std::unordered_map<const HTMLElement*, SheetStyle> styleSheetStyles(const html::HTMLDocument& document,
+                                                                   bool darkMediaRules, bool quirks) {
     // Rules beyond this are not read: each costs a query over the tree.
     constexpr std::size_t kRuleBudget = 2000;
-    std::unordered_map<const HTMLElement*, std::string> declarations;
+    std::unordered_map<const HTMLElement*, SheetStyle> styles;
     std::size_t rules = 0;
     for (const HTMLElement* sheet : document.querySelectorAll("style")) {
         if (sheet->htmlNamespace() != html::Namespace::HTML) continue;
         std::string text = sheet->textContent();
         for (const StyleRule& rule : styleSheetRules(text, darkMediaRules)) {
+            StyleColors colors;
+            readDeclarations(colors, rule.declarations, quirks);
+            bool namesDark = namesDarkScheme(rule.declarations);
             for (std::string_view written : rule.selectors) {
-                if (++rules > kRuleBudget) return declarations;
+                if (++rules > kRuleBudget) return styles;
                 auto selector = staticSelector(written);
                 if (!selector) continue;
-                for (const HTMLElement* element : document.querySelectorAll(*selector))
-                    declarations[element].append(";").append(rule.declarations);
+                for (const HTMLElement* element : document.querySelectorAll(*selector)) {
+                    SheetStyle& style = styles[element];
+                    merge(style.colors, colors);
+                    style.namesDarkScheme = style.namesDarkScheme || namesDark;
+                }
             }
         }
     }
-    return declarations;
+    return styles;
 }
 
 bool takesBgcolor(const HTMLElement& element) {
@@ -239,22 +281,6 @@ struct Context {
 
 std::string hex(const Color& color) { return hashLabelCSSStringRepresentation(rounded(composite(color, kBlack))); }
 
-// "color-scheme" (or "prefers-color-scheme", "supported-color-schemes")
-// followed by a colon and a value naming dark.
-bool namesDarkScheme(std::string_view css) {
-    std::string lower = toASCIILower(css);
-    for (std::size_t at = lower.find("color-scheme"); at != std::string::npos; at = lower.find("color-scheme", at + 1)) {
-        std::size_t i = at + 12;
-        if (i < lower.size() && lower[i] == 's') ++i;
-        while (i < lower.size() && (lower[i] == ' ' || lower[i] == '\t' || lower[i] == '\n')) ++i;
-        if (i >= lower.size() || lower[i] != ':') continue;
-        std::size_t end = lower.find_first_of(";})", i);
-        if (lower.substr(i, end == std::string::npos ? std::string::npos : end - i).find("dark") != std::string::npos)
-            return true;
-    }
-    return false;
-}
-
 bool metaNamesDarkScheme(const HTMLElement& root) {
     for (const HTMLElement* meta : root.querySelectorAll("meta[name]")) {
         std::string name = toASCIILower(*meta->attribute("name"));
@@ -284,7 +310,7 @@ public:
     // contrast floor is changed.
     Adapter(const html::HTMLDocument& document, const DarkAdaptationOptions& options, bool keepDesign)
         : quirks_(document.quirksMode() == html::HTMLQuirksMode::Quirks), keepDesign_(keepDesign), options_(options),
-          sheets_(styleSheetDeclarations(document, keepDesign)) {}
+          sheets_(styleSheetStyles(document, keepDesign, quirks_)) {}
 
     DarkAdaptationReport report;
 
@@ -312,7 +338,7 @@ private:
     bool keepDesign_;
     DarkAdaptationOptions options_;
     std::unordered_map<std::string, Color> textCache_;
-    std::unordered_map<const HTMLElement*, std::string> sheets_;
+    std::unordered_map<const HTMLElement*, SheetStyle> sheets_;
 
     StyleColors colorsOf(const HTMLElement& element) const {
         auto found = sheets_.find(&element);
@@ -355,7 +381,7 @@ private:
         for (const HTMLElement* element : {&root, body}) {
             if (!element) continue;
             auto found = sheets_.find(element);
-            if (found != sheets_.end() && namesDarkScheme(found->second)) return true;
+            if (found != sheets_.end() && found->second.namesDarkScheme) return true;
             if (const std::string* style = element->attribute("style"); style && namesDarkScheme(*style)) return true;
         }
         return metaNamesDarkScheme(root);

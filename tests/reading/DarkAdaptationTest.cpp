@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
+#include <future>
 #include <string>
 
 namespace {
@@ -177,6 +179,17 @@ TEST(DarkAdaptation, StylesKeepTheSendersDeclarationsAndBadInputIsHarmless) {
     for (int i = 0; i < 20000; ++i) deep += "<div style=\"background:#fff\">";
     EXPECT_EQ(adapt(deep).report.backgrounds, 20001u);
     EXPECT_EQ(adapt("").report.textColors, 1u);
+    // One long rule named by many selectors, each matching every element:
+    // its declarations are read once, not once per selector and element.
+    std::string sheet = "<body><style>";
+    for (int i = 0; i < 1900; ++i) sheet += "*,";
+    sheet += "i {";
+    for (int i = 0; i < 400; ++i) sheet += "color: #123456;";
+    sheet += "}</style>";
+    for (int i = 0; i < 400; ++i) sheet += "<i>";
+    auto done = std::async(std::launch::async, [&] { return adapt(sheet).report.textColors; });
+    ASSERT_EQ(done.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "adaptation stalled";
+    EXPECT_EQ(done.get(), 402u) << "the root, the body and each <i>";
 }
 
 TEST(DarkAdaptation, StyleSheetsLeftInTheBodyCountBeneathStyleAttributes) {
