@@ -160,11 +160,11 @@ std::vector<TextRange> srcsetURLCores(std::string_view srcset) {
 
 // Rewrites the element's remote references; returns the first remote URL of
 // an <img>'s picture (its src, else its srcset), "" when it has none.
-std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, bool blockTrackers) {
+std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, TrackingImageJudge* trackers) {
     // Copied: rewriting changes the element's attributes as it goes.
     html::HTMLAttributeList attributes = element.attributes();
     std::optional<TrackerKind> imageKind;
-    if (blockTrackers && showsAnImage(element)) imageKind = trackingImageKind(element);
+    if (trackers && showsAnImage(element)) imageKind = trackers->kindOf(element);
     bool isImg = element.htmlNamespace() == html::Namespace::HTML && element.localName() == "img";
     std::string pictureURL;
     auto notePicture = [&](std::string_view name, std::size_t remoteBefore) {
@@ -240,6 +240,7 @@ SafeViewReport prepareDocumentForSafeView(html::HTMLDocument& document, const Sa
     HTMLElement* root = document.documentElement();
     if (!root) return {};
     Rewriter rewriter(options);
+    TrackingImageJudge trackers;
     std::vector<HTMLElement*> removed;
     std::vector<std::pair<HTMLElement*, std::string>> blockedImages;
     const std::vector<HTMLElement*> elements = root->querySelectorAll("*");
@@ -249,8 +250,9 @@ SafeViewReport prepareDocumentForSafeView(html::HTMLDocument& document, const Sa
             removed.push_back(element);
             continue;
         }
-        std::string pictureURL = rewriteAttributes(*element, rewriter, options.blockTrackers);
-        if (!pictureURL.empty() && !options.allowRemoteContent && options.imagePlaceholders)
+        std::string pictureURL = rewriteAttributes(*element, rewriter, options.blockTrackers ? &trackers : nullptr);
+        // Pixels and hidden images show nothing, so they get no placeholder.
+        if (!pictureURL.empty() && !options.allowRemoteContent && options.imagePlaceholders && !trackers.kindOf(*element))
             blockedImages.emplace_back(element, std::move(pictureURL));
         // In document order a style's elements come right after it: the ones
         // its rewriting dropped are skipped, not visited freed.

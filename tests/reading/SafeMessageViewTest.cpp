@@ -175,6 +175,20 @@ TEST(SafeMessageView, HostileAttributesFinish) {
     auto done = std::async(std::launch::async, [&] { return prepare(body, true).remoteURLs.size(); });
     ASSERT_EQ(done.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "preparation stalled";
     EXPECT_EQ(done.get(), 2u);
+
+    // Each blocked image is judged for hiding by the styles around it: a
+    // long one around many images is still read once.
+    std::string around = "<div style=\"";
+    for (int i = 0; i < 20000; ++i) around += "color: red; ";
+    around += "\">";
+    for (int i = 0; i < 10000; ++i) around += "<img src=\"https://x.example/a.png\" alt=a>";
+    auto judged = std::async(std::launch::async, [&] { return prepare(around, false).html; });
+    ASSERT_EQ(judged.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "preparation stalled";
+    std::string html = judged.get();
+    std::size_t placeholders = 0;
+    for (std::size_t at = html.find("role=\"img\""); at != std::string::npos; at = html.find("role=\"img\"", at + 1))
+        ++placeholders;
+    EXPECT_EQ(placeholders, 10000u);
 }
 
 }  // namespace
