@@ -256,8 +256,18 @@ std::optional<std::string> linkWarning(std::string_view visibleText, std::string
 
 namespace {
 
-std::optional<std::string> judged(std::string_view visibleText, std::string_view href, bool unwrap) {
-    auto address = parsedAddress(trimmed(href));
+// The address as a browser reads it, which drops tabs and line breaks
+// anywhere: "ht\ttps://evil.example" opens https://evil.example.
+std::string withoutTabsAndLineBreaks(std::string_view href) {
+    std::string out;
+    for (char c : trimmed(href))
+        if (c != '\t' && c != '\n' && c != '\r') out += c;
+    return out;
+}
+
+std::optional<std::string> judged(std::string_view visibleText, std::string_view written, bool unwrap) {
+    std::string href = withoutTabsAndLineBreaks(written);
+    auto address = parsedAddress(href);
     if (!address) return std::nullopt;
     if (std::find(kExpectedSchemes.begin(), kExpectedSchemes.end(), address->scheme) == kExpectedSchemes.end())
         return "opens a " + address->scheme + ": address";
@@ -268,7 +278,7 @@ std::optional<std::string> judged(std::string_view visibleText, std::string_view
     if (isNumericHost(address->host) && hostInText(visibleText) != address->host) return "numeric host " + address->host;
     if (auto reason = spoofingReason(address->host)) return reason;
     if (unwrap)
-        if (auto wrapped = unwrappedGatewayLink(trimmed(href), address->host)) return judged(visibleText, *wrapped, false);
+        if (auto wrapped = unwrappedGatewayLink(href, address->host)) return judged(visibleText, *wrapped, false);
     if (auto named = hostInText(visibleText)) {
         std::string shown = registrableDomain(*named);
         std::string target = registrableDomain(address->host);

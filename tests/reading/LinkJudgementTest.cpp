@@ -45,6 +45,10 @@ TEST(LinkJudgement, HonestAndDeceptiveLinks) {
         {"Open", "file:///home/bob/.ssh/id_rsa", "file:"},
         {"Share", "smb://evil.net/share", "smb:"},
         {"Image", "data:text/html,<script>x</script>", "data:"},
+        // Browsers drop tabs and line breaks inside an address.
+        {"mybank.com", "ht\ttps://evil.net/", "link goes to evil.net"},
+        {"Click", "java\nscript:alert(1)", "javascript:"},
+        {"mybank.com", "https://my\r\nbank.com/", nullptr},
     };
     for (const Case& c : cases) {
         std::optional<std::string> warning = zv::linkWarning(c.text, c.href);
