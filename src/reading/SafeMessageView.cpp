@@ -88,11 +88,27 @@ public:
     // `text` with every remote URL among `ranges` rewritten; nothing when none was.
     std::optional<std::string> rewrittenRanges(std::string_view text, const std::vector<TextRange>& ranges,
                                                std::optional<TrackerKind> imageKind = {}) {
+        return rewrittenRanges(text, ranges, [&](std::string_view url) { return rewritten(url, imageKind); });
+    }
+
+    // The same for the URLs of CSS, which may be written with escapes.
+    std::optional<std::string> rewrittenCSS(std::string_view css) {
+        return rewrittenRanges(css, reading::cssURLRanges(css), [&](std::string_view url) -> std::optional<std::string> {
+            if (url.find('\\') == std::string_view::npos) return rewritten(url);
+            auto written = rewritten(reading::cssUnescaped(url));
+            return written ? std::optional(reading::cssEscaped(*written)) : std::nullopt;
+        });
+    }
+
+private:
+    template <class Rewrite>
+    std::optional<std::string> rewrittenRanges(std::string_view text, const std::vector<TextRange>& ranges,
+                                               const Rewrite& rewrite) {
         std::string out;
         std::size_t copied = 0;
         bool changed = false;
         for (const TextRange& range : ranges) {
-            auto url = rewritten(text.substr(range.start, range.length), imageKind);
+            auto url = rewrite(text.substr(range.start, range.length));
             if (!url) continue;
             out.append(text, copied, range.start - copied);
             out += *url;
@@ -104,7 +120,6 @@ public:
         return out;
     }
 
-private:
     static std::string_view trimmed(std::string_view text) {
         auto [start, end] = trimmedBounds(text);
         return text.substr(start, end - start);
@@ -187,7 +202,7 @@ std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, Tracking
             break;
         case AttributeKind::Link: value = rewriter.cleanedLink(attribute.value); break;
         case AttributeKind::Style:
-            value = rewriter.rewrittenRanges(attribute.value, reading::cssURLRanges(attribute.value));
+            value = rewriter.rewrittenCSS(attribute.value);
             break;
         }
         if (value) element.setAttribute(attribute.qualifiedName(), *value);
@@ -203,7 +218,7 @@ std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, Tracking
 // add their text to the sheet), and replacing its text frees them.
 std::size_t rewriteStyleSheet(HTMLElement& style, Rewriter& rewriter) {
     std::string css = style.textContent();
-    auto value = rewriter.rewrittenRanges(css, reading::cssURLRanges(css));
+    auto value = rewriter.rewrittenCSS(css);
     if (!value) return 0;
     std::size_t dropped = style.querySelectorAll("*").size();
     style.setTextContent(*value);

@@ -59,6 +59,10 @@ TEST(SafeMessageView, RemoteReferencesFoundWhereverTheyFetch) {
          {"http://x.example/g.png", "//x.example/h.png"},
          "<p style=\"background-image:-webkit-image-set('wren-http://x.example/g.png' 1x, "
          "url(wren-https://x.example/h.png) 2x)/* url(https://x.example/comment) */\">t</p>"},
+        // CSS escapes in names and URLs: the engine reads these as url(http://…) and image-set('https://…').
+        {"<p style=\"background:u\\72 l(\\68ttp://x.example/y.png);mask:image-s\\65t('\\68 ttps://x.example/z\\(1\\).png' 1x)\">t</p>",
+         {"http://x.example/y.png", "https://x.example/z(1).png"},
+         "<p style=\"background:u\\72 l(wren-http://x.example/y.png);mask:image-s\\65t('wren-https://x.example/z\\28 1\\29 .png' 1x)\">t</p>"},
         {"<style>@import \"https://x.example/i.css\"; p { background: url(http://x.example/j.png) }</style>",
          {"https://x.example/i.css", "http://x.example/j.png"},
          "<style>@import \"wren-https://x.example/i.css\"; p { background: url(wren-http://x.example/j.png) }</style>"},
