@@ -130,6 +130,17 @@ private:
 
 enum class AttributeKind { Other, URL, Srcset, Style, Ping, Link };
 
+// The SVG presentation attributes that take a url(…): the engine reads them
+// as the CSS properties of their names, and a mask or cursor image, or a
+// filter in another document, is fetched.
+bool isSVGPresentationURL(const HTMLElement& element, std::string_view name) {
+    if (element.htmlNamespace() != html::Namespace::SVG) return false;
+    for (std::string_view property : {"mask", "filter", "clip-path", "cursor", "fill", "stroke", "marker-start",
+                                      "marker-mid", "marker-end"})
+        if (name == property) return true;
+    return false;
+}
+
 AttributeKind kindOf(const HTMLElement& element, const html::HTMLAttribute& attribute) {
     std::string_view name = attribute.name;
     if (attribute.ns == html::AttributeNamespace::XLink) {
@@ -144,7 +155,7 @@ AttributeKind kindOf(const HTMLElement& element, const html::HTMLAttribute& attr
     if (name == "href" && element.htmlNamespace() == html::Namespace::SVG && element.localName() != "a")
         return AttributeKind::URL;
     if (name == "srcset" || name == "imagesrcset") return AttributeKind::Srcset;
-    if (name == "style") return AttributeKind::Style;
+    if (name == "style" || isSVGPresentationURL(element, name)) return AttributeKind::Style;
     if (name == "ping") return AttributeKind::Ping;
     if (name == "href") return AttributeKind::Link;
     return AttributeKind::Other;

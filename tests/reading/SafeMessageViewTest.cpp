@@ -74,6 +74,10 @@ TEST(SafeMessageView, RemoteReferencesFoundWhereverTheyFetch) {
          {"https://x.example/l.png", "HTTP://x.example/m.svg#a"},
          "<svg><image href=\"wren-https://x.example/l.png\"></image><use xlink:href=\"wren-http://x.example/m.svg#a\">"
          "</use><a href=\"https://x.example/n\">n</a></svg>"},
+        // SVG presentation attributes are CSS values.
+        {"<svg><rect mask=\"url(https://x.example/m.png)\" filter=\"url('//x.example/f.svg#f')\" fill=\"url(#p)\"></rect></svg>",
+         {"https://x.example/m.png", "//x.example/f.svg#f"},
+         "<svg><rect mask=\"url(wren-https://x.example/m.png)\" filter=\"url('wren-https://x.example/f.svg#f')\" fill=\"url(#p)\"></rect></svg>"},
         {"<table background=\"https://x.example/o.png\"><tbody><tr><td>c</td></tr></tbody></table>"
          "<video poster=\"http://x.example/p.png\"></video><object data=\"//x.example/q\"></object>",
          {"https://x.example/o.png", "http://x.example/p.png", "//x.example/q"},
