@@ -133,12 +133,15 @@ enum class AttributeKind { Other, URL, Srcset, Style, Ping, Link };
 // The SVG presentation attributes that take a url(…): the engine reads them
 // as the CSS properties of their names, and a mask or cursor image, or a
 // filter in another document, is fetched.
+// An animation's values are such attribute values too: <set to="url(…)">
+// and <animate values="url(…)"> on a mask fetch the image.
 bool isSVGPresentationURL(const HTMLElement& element, std::string_view name) {
     if (element.htmlNamespace() != html::Namespace::SVG) return false;
     for (std::string_view property : {"mask", "filter", "clip-path", "cursor", "fill", "stroke", "marker-start",
                                       "marker-mid", "marker-end"})
         if (name == property) return true;
-    return false;
+    std::string_view tag = element.localName();
+    return (tag == "animate" || tag == "set") && (name == "to" || name == "from" || name == "by" || name == "values");
 }
 
 AttributeKind kindOf(const HTMLElement& element, const html::HTMLAttribute& attribute) {

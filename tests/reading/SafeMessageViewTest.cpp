@@ -78,6 +78,11 @@ TEST(SafeMessageView, RemoteReferencesFoundWhereverTheyFetch) {
         {"<svg><rect mask=\"url(https://x.example/m.png)\" filter=\"url('//x.example/f.svg#f')\" fill=\"url(#p)\"></rect></svg>",
          {"https://x.example/m.png", "//x.example/f.svg#f"},
          "<svg><rect mask=\"url(wren-https://x.example/m.png)\" filter=\"url('wren-https://x.example/f.svg#f')\" fill=\"url(#p)\"></rect></svg>"},
+        {"<svg><rect><set attributeName=\"mask\" to=\"url(https://x.example/s.png)\"></set><animate attributeName=\"mask\" "
+         "values=\"url(http://x.example/a.png);none\"></animate></rect></svg>",
+         {"https://x.example/s.png", "http://x.example/a.png"},
+         "<svg><rect><set attributeName=\"mask\" to=\"url(wren-https://x.example/s.png)\"></set><animate attributeName=\"mask\" "
+         "values=\"url(wren-http://x.example/a.png);none\"></animate></rect></svg>"},
         {"<table background=\"https://x.example/o.png\"><tbody><tr><td>c</td></tr></tbody></table>"
          "<video poster=\"http://x.example/p.png\"></video><object data=\"//x.example/q\"></object>",
          {"https://x.example/o.png", "http://x.example/p.png", "//x.example/q"},
