@@ -64,10 +64,12 @@ private:
         ++i_;
         if (c == '(') ++depth_;
         if (c == ')' && depth_ > 0 && --depth_ < imageSetDepth_) imageSetDepth_ = kNone;
-        if (c == ';' || c == '{' || c == '}') importPending_ = false;
+        if (c == ';' || c == '{' || c == '}') importPending_ = customValue_ = false;
     }
 
-    bool urlStringExpected() const { return importPending_ || (imageSetDepth_ != kNone && depth_ == imageSetDepth_); }
+    bool urlStringExpected() const {
+        return importPending_ || customValue_ || (imageSetDepth_ != kNone && depth_ == imageSetDepth_);
+    }
 
     void skipComment() {
         std::size_t end = css_.find("*/", i_ + 2);
@@ -93,6 +95,13 @@ private:
         std::string word = cssUnescaped(css_.substr(start, i_ - start));
         if (equalsIgnoringASCIICase(word, "@import")) {
             importPending_ = true;
+            return;
+        }
+        // A custom property's strings may reach an image-set through var().
+        if (word.starts_with("--")) {
+            std::size_t next = i_;
+            while (next < css_.size() && isASCIIWhitespace(css_[next])) ++next;
+            if (next < css_.size() && css_[next] == ':') customValue_ = true;
             return;
         }
         if (i_ >= css_.size() || css_[i_] != '(') return;
@@ -124,6 +133,7 @@ private:
     int depth_ = 0;
     int imageSetDepth_ = kNone;
     bool importPending_ = false;
+    bool customValue_ = false;
     std::vector<TextRange> ranges_;
 };
 

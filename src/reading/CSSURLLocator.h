@@ -1,7 +1,8 @@
 // Where the URLs of a style sheet or a style attribute stand: url(…) with or
-// without quotes, the strings of image-set(…) and of @import, names and URLs
-// read with their escapes ("u\72 l(\68ttp://…)" is a URL). Comments are
-// skipped; other strings are text, not URLs. One pass, every step consuming
+// without quotes, the strings of image-set(…), of @import and of custom
+// properties (var() can put them into an image-set), names and URLs read
+// with their escapes ("u\72 l(\68ttp://…)" is a URL). Comments are skipped;
+// other strings are text, not URLs. One pass, every step consuming
 // at least one byte.
 #pragma once
 

@@ -63,6 +63,10 @@ TEST(SafeMessageView, RemoteReferencesFoundWhereverTheyFetch) {
         {"<p style=\"background:u\\72 l(\\68ttp://x.example/y.png);mask:image-s\\65t('\\68 ttps://x.example/z\\(1\\).png' 1x)\">t</p>",
          {"http://x.example/y.png", "https://x.example/z(1).png"},
          "<p style=\"background:u\\72 l(wren-http://x.example/y.png);mask:image-s\\65t('wren-https://x.example/z\\28 1\\29 .png' 1x)\">t</p>"},
+        // var() puts a custom property's string into the image-set.
+        {"<p style=\"--u: 'https://x.example/v.png'; --t: 'text'; background:image-set(var(--u) 1x)\">t</p>",
+         {"https://x.example/v.png"},
+         "<p style=\"--u: 'wren-https://x.example/v.png'; --t: 'text'; background:image-set(var(--u) 1x)\">t</p>"},
         {"<style>@import \"https://x.example/i.css\"; p { background: url(http://x.example/j.png) }</style>",
          {"https://x.example/i.css", "http://x.example/j.png"},
          "<style>@import \"wren-https://x.example/i.css\"; p { background: url(wren-http://x.example/j.png) }</style>"},
