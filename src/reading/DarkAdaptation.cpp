@@ -49,12 +49,21 @@ struct Slot {
     }
 };
 
-// What an element's style attribute says about its colours. A text slot
-// holding nothing means "inherit" or "currentcolor"; a border slot holding
-// nothing means the text colour.
+// A text colour as declared: nothing for "inherit" and "currentcolor";
+// `unread` for a colour this code cannot read (var(), newer colour
+// functions), which is replaced all the same, so the sender's dark text
+// never stays on the dark page.
+struct TextColor {
+    std::optional<Color> color;
+    bool unread = false;
+};
+
+// What an element's style attribute says about its colours. A background
+// slot holding nothing means a colour that could not be read; a border slot
+// holding nothing means the text colour.
 struct StyleColors {
-    Slot<std::optional<Color>> text;
-    Slot<Color> background;
+    Slot<TextColor> text;
+    Slot<std::optional<Color>> background;
     Slot<bool> image;
     Slot<std::optional<Color>> border[4];
 };
@@ -65,12 +74,22 @@ std::optional<Color> borderColor(std::string_view value, bool quirks) {
     return std::nullopt;
 }
 
+// A component of a background that names a colour this code cannot read.
+bool isUnreadColor(std::string_view component) {
+    std::string lower = toASCIILower(component.substr(0, std::min<std::size_t>(component.size(), 16)));
+    for (std::string_view function : {"var(", "rgb(", "rgba(", "hsl(", "hsla(", "hwb(", "lab(", "lch(", "oklab(",
+                                      "oklch(", "color(", "color-mix(", "light-dark("})
+        if (lower.starts_with(function)) return true;
+    return false;
+}
+
 void readBackgroundShorthand(StyleColors& colors, const Declaration& declaration, bool quirks) {
-    Color background{0, 0, 0, 0};
+    std::optional<Color> background = Color{0, 0, 0, 0};
     bool image = false;
     for (std::string_view component : cssComponents(declaration.value)) {
         if (isCSSImage(component)) image = true;
         else if (auto color = cssColor(component, quirks)) background = *color;
+        else if (isUnreadColor(component)) background = std::nullopt;
     }
     colors.background.assign(background, declaration.important);
     colors.image.assign(image, declaration.important);
@@ -97,12 +116,14 @@ void readDeclarations(StyleColors& colors, std::string_view style, bool quirks) 
         bool important = declaration.important;
         std::string value = toASCIILower(declaration.value);
         if (name == "color") {
-            if (value == "inherit" || value == "currentcolor") colors.text.assign(std::nullopt, important);
-            else if (value == "initial") colors.text.assign(kBlack, important);
-            else if (auto color = cssColor(value, quirks)) colors.text.assign(color, important);
+            if (value == "inherit" || value == "currentcolor") colors.text.assign({}, important);
+            else if (value == "initial") colors.text.assign({kBlack}, important);
+            else if (auto color = cssColor(value, quirks)) colors.text.assign({color}, important);
+            else if (!value.empty()) colors.text.assign({std::nullopt, true}, important);
         } else if (name == "background-color") {
-            if (value == "initial") colors.background.assign({0, 0, 0, 0}, important);
-            else if (auto color = cssColor(value, quirks)) colors.background.assign(*color, important);
+            if (value == "initial") colors.background.assign(Color{0, 0, 0, 0}, important);
+            else if (auto color = cssColor(value, quirks)) colors.background.assign(color, important);
+            else if (!value.empty() && value != "inherit") colors.background.assign(std::nullopt, important);
         } else if (name == "background") {
             readBackgroundShorthand(colors, declaration, quirks);
         } else if (name == "background-image") {
@@ -237,8 +258,10 @@ std::optional<Color> legacyAttribute(const HTMLElement& element, std::string_vie
 }
 
 // The background the element paints, as it would be without adaptation.
-std::optional<Color> ownBackground(const HTMLElement& element, const StyleColors& colors) {
-    if (colors.background.set) return colors.background.value;
+// A background colour that could not be read counts as `unread`.
+std::optional<Color> ownBackground(const HTMLElement& element, const StyleColors& colors,
+                                   std::optional<Color> unread) {
+    if (colors.background.set) return colors.background.value ? colors.background.value : unread;
     if (takesBgcolor(element))
         if (auto color = legacyAttribute(element, "bgcolor")) return color;
     if (element.is(Tag::mark)) return Color{1, 1, 0, 1};
@@ -340,14 +363,20 @@ private:
     std::unordered_map<std::string, Color> textCache_;
     std::unordered_map<const HTMLElement*, SheetStyle> sheets_;
 
+    // What a background colour that could not be read is taken for: light,
+    // so it is replaced with a dark one and text is held to the floor there.
+    // A message's own dark design keeps it, whatever it is.
+    std::optional<Color> unreadBackground() const { return keepDesign_ ? std::nullopt : std::optional(kWhite); }
+
     StyleColors colorsOf(const HTMLElement& element) const {
         auto found = sheets_.find(&element);
         return readStyle(element, found == sheets_.end() ? nullptr : &found->second, quirks_);
     }
 
     std::optional<Color> pageBackground(const HTMLElement& root, const HTMLElement* body) const {
-        std::optional<Color> background = ownBackground(root, colorsOf(root));
-        if ((!background || background->a == 0) && body) background = ownBackground(*body, colorsOf(*body));
+        std::optional<Color> background = ownBackground(root, colorsOf(root), unreadBackground());
+        if ((!background || background->a == 0) && body)
+            background = ownBackground(*body, colorsOf(*body), unreadBackground());
         return background;
     }
 
@@ -401,7 +430,11 @@ private:
     // The text colour the element sets for itself, before adaptation.
     std::optional<Color> ownText(const HTMLElement& element, const StyleColors& colors, const Context& parent) {
         bool link = element.is(Tag::a) && element.hasAttribute("href");
-        if (colors.text.set) return colors.text.value ? colors.text.value : link ? std::optional(parent.originalText) : std::nullopt;
+        if (colors.text.set) {
+            const TextColor& declared = colors.text.value;
+            if (declared.color) return declared.color;
+            return link || declared.unread ? std::optional(parent.originalText) : std::nullopt;
+        }
         if (element.is(Tag::font))
             if (auto color = legacyAttribute(element, "color")) return color;
         if (element.is(Tag::body))
@@ -418,7 +451,7 @@ private:
         auto add = [&](std::string_view name, const std::string& value) { added += importantDeclaration(name, value); };
 
         bool root = element.is(Tag::html);
-        std::optional<Color> background = ownBackground(element, colors);
+        std::optional<Color> background = ownBackground(element, colors, unreadBackground());
         bool paintsBackground = root || (background && background->a > 0);
         if (paintsBackground && !root) {
             context.originalBackdrop = composite(*background, parent.originalBackdrop);
@@ -474,7 +507,7 @@ private:
     Context holdToFloor(HTMLElement& element, const Context& parent) {
         StyleColors colors = colorsOf(element);
         Context context = parent;
-        std::optional<Color> background = ownBackground(element, colors);
+        std::optional<Color> background = ownBackground(element, colors, unreadBackground());
         bool backdropChanged = background && background->a > 0;
         if (backdropChanged) {
             context.originalBackdrop = composite(*background, parent.originalBackdrop);

@@ -179,6 +179,12 @@ TEST(DarkAdaptation, StylesKeepTheSendersDeclarationsAndBadInputIsHarmless) {
     for (int i = 0; i < 20000; ++i) deep += "<div style=\"background:#fff\">";
     EXPECT_EQ(adapt(deep).report.backgrounds, 20001u);
     EXPECT_EQ(adapt("").report.textColors, 1u);
+    // Colours it cannot read are replaced all the same: the sender's dark
+    // text never stays on the dark page, nor a light background under light text.
+    Adapted unread = adapt("<body><p id=t style=\"color: hsl(0.5turn 100% 10%)\">x</p>"
+                           "<div id=b style=\"background: var(--paper) no-repeat\">y</div>");
+    EXPECT_EQ(unread.hex("t", "color"), "#e8e8e8");
+    EXPECT_EQ(unread.hex("b", "background-color"), "#1e1e1e");
     // One long rule named by many selectors, each matching every element:
     // its declarations are read once, not once per selector and element.
     std::string sheet = "<body><style>";
