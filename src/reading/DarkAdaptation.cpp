@@ -192,16 +192,20 @@ std::optional<std::string> staticSelector(std::string_view selector) {
 
 // "color-scheme" (or "prefers-color-scheme", "supported-color-schemes")
 // followed by a colon and a value naming dark.
+// The search goes on after the value it read: a name inside that value has
+// no "dark" before the same end, and each byte is read once.
 bool namesDarkScheme(std::string_view css) {
     std::string lower = toASCIILower(css);
-    for (std::size_t at = lower.find("color-scheme"); at != std::string::npos; at = lower.find("color-scheme", at + 1)) {
+    std::string_view text = lower;
+    for (std::size_t at = text.find("color-scheme"); at != std::string_view::npos; at = text.find("color-scheme", at)) {
         std::size_t i = at + 12;
-        if (i < lower.size() && lower[i] == 's') ++i;
-        while (i < lower.size() && (lower[i] == ' ' || lower[i] == '\t' || lower[i] == '\n')) ++i;
-        if (i >= lower.size() || lower[i] != ':') continue;
-        std::size_t end = lower.find_first_of(";})", i);
-        if (lower.substr(i, end == std::string::npos ? std::string::npos : end - i).find("dark") != std::string::npos)
-            return true;
+        if (i < text.size() && text[i] == 's') ++i;
+        while (i < text.size() && (text[i] == ' ' || text[i] == '\t' || text[i] == '\n')) ++i;
+        at = i;
+        if (i >= text.size() || text[i] != ':') continue;
+        std::size_t end = std::min(text.find_first_of(";})", i), text.size());
+        if (text.substr(i, end - i).find("dark") != std::string_view::npos) return true;
+        at = end;
     }
     return false;
 }
