@@ -229,13 +229,15 @@ std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, Tracking
 
 // Rewrites the sheet's remote references; returns how many elements went
 // with its old content. An SVG style element may hold elements (they only
-// add their text to the sheet), and replacing its text frees them.
+// add their text to the sheet): its content becomes its text whether or not
+// a reference changed, so a style element nested in it, whose text this one
+// already read, is never read again (a chain of them would cost the square
+// of its length).
 std::size_t rewriteStyleSheet(HTMLElement& style, Rewriter& rewriter) {
     std::string css = style.textContent();
     auto value = rewriter.rewrittenCSS(css);
-    if (!value) return 0;
-    std::size_t dropped = style.querySelectorAll("*").size();
-    style.setTextContent(*value);
+    std::size_t dropped = style.firstElementChild() ? style.querySelectorAll("*").size() : 0;
+    if (value || dropped) style.setTextContent(value ? *value : css);
     return dropped;
 }
 

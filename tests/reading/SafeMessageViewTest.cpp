@@ -193,6 +193,15 @@ TEST(SafeMessageView, HostileAttributesFinish) {
     ASSERT_EQ(done.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "preparation stalled";
     EXPECT_EQ(done.get(), 2u);
 
+    // SVG style elements each inside the last: the outer one's text holds
+    // them all, and is read once.
+    std::string nested = "<svg>";
+    for (int i = 0; i < 60000; ++i) nested += "<style>a ";
+    nested += "</svg><img src=\"https://x.example/after.png\">";
+    auto sheets = std::async(std::launch::async, [&] { return prepare(nested, true).remoteURLs; });
+    ASSERT_EQ(sheets.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "preparation stalled";
+    EXPECT_EQ(sheets.get(), URLs{"https://x.example/after.png"});
+
     // Each blocked image is judged for hiding by the styles around it: a
     // long one around many images is still read once.
     std::string around = "<div style=\"";
