@@ -5,7 +5,9 @@
 #include "DarkAdaptationPalette.h"
 
 #include <zv/html/HTMLElement.h>
+#include <zv/html/HTMLNodeIterator.h>
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <string>
@@ -308,6 +310,24 @@ struct Context {
 
 std::string hex(const Color& color) { return hashLabelCSSStringRepresentation(rounded(composite(color, kBlack))); }
 
+// The text of each style element not inside another: an SVG style element
+// may hold elements, a style among them, whose text is part of the outer
+// one's. Reading only the outer ones reads every sheet's text once.
+std::vector<std::string> outermostSheetTexts(const HTMLElement& root) {
+    std::vector<std::string> texts;
+    const HTMLNode* node = &root;
+    while (node) {
+        const auto* element = node->as<HTMLElement>();
+        if (!element || element->localName() != "style") {
+            node = html::nextNodeInSubtree(node, &root);
+            continue;
+        }
+        texts.push_back(element->textContent());
+        node = html::nextNodeSkippingChildren(node, &root);
+    }
+    return texts;
+}
+
 bool metaNamesDarkScheme(const HTMLElement& root) {
     for (const HTMLElement* meta : root.querySelectorAll("meta[name]")) {
         std::string name = toASCIILower(*meta->attribute("name"));
@@ -541,9 +561,7 @@ bool declaresOwnDarkAppearance(const html::HTMLDocument& document) {
         if (const std::string* style = element->attribute("style"); style && namesDarkScheme(*style)) return true;
     }
     if (metaNamesDarkScheme(*root)) return true;
-    for (const HTMLElement* style : root->querySelectorAll("style"))
-        if (namesDarkScheme(style->textContent())) return true;
-    return false;
+    return std::ranges::any_of(outermostSheetTexts(*root), namesDarkScheme);
 }
 
 DarkAdaptationReport adaptDocumentForDarkAppearance(html::HTMLDocument& document, const DarkAdaptationOptions& options) {

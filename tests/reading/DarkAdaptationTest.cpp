@@ -196,11 +196,14 @@ TEST(DarkAdaptation, StylesKeepTheSendersDeclarationsAndBadInputIsHarmless) {
     auto done = std::async(std::launch::async, [&] { return adapt(sheet).report.textColors; });
     ASSERT_EQ(done.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "adaptation stalled";
     EXPECT_EQ(done.get(), 402u) << "the root, the body and each <i>";
-    // Whether a sheet names a dark scheme is read in one pass, however many
-    // names it holds without a value's end.
+    // Whether the sheets name a dark scheme is read in one pass, however many
+    // names they hold without a value's end, however they nest.
     std::string names = "<style>";
     for (int i = 0; i < 40000; ++i) names += "color-scheme:";
-    auto judged = std::async(std::launch::async, [&] { return adapt(names + "</style>x").report.leftAsDesigned; });
+    // SVG style elements each inside the last: the outer one's text holds them all.
+    names += "</style><svg>";
+    for (int i = 0; i < 80000; ++i) names += "<style>a";
+    auto judged = std::async(std::launch::async, [&] { return adapt(names).report.leftAsDesigned; });
     ASSERT_EQ(judged.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "adaptation stalled";
     EXPECT_FALSE(judged.get());
 }
