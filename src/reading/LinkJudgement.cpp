@@ -1,6 +1,8 @@
 #include <zv/reading/LinkJudgement.h>
 
+#include <zv/html/HTMLCharacterData.h>
 #include <zv/html/HTMLElement.h>
+#include <zv/html/HTMLNodeIterator.h>
 
 #include "ASCIIText.h"
 
@@ -22,6 +24,26 @@ using html::HTMLElement;
 std::string_view trimmed(std::string_view text) {
     while (!text.empty() && static_cast<unsigned char>(text.front()) <= 0x20) text.remove_prefix(1);
     while (!text.empty() && static_cast<unsigned char>(text.back()) <= 0x20) text.remove_suffix(1);
+    return text;
+}
+
+// A link's visible text, at most about kLongestText bytes of it, read from
+// at most kMostNodes nodes: text that long names no address, and links
+// nested in links (an SVG <a> may hold another) would otherwise each read
+// the rest of the chain.
+constexpr std::size_t kLongestText = 4096;
+constexpr std::size_t kMostNodes = 4096;
+
+std::string visibleText(const HTMLElement& link) {
+    std::string text;
+    std::size_t nodes = 0;
+    for (const html::HTMLNode* node = link.firstChild(); node && nodes < kMostNodes && text.size() < kLongestText;
+         node = html::nextNodeInSubtree(node, &link), ++nodes)
+        if (node->isText()) text += node->as<html::HTMLCharacterData>()->data();
+    if (text.size() <= kLongestText) return text;
+    std::size_t end = kLongestText;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+    text.resize(end);
     return text;
 }
 
@@ -294,7 +316,7 @@ std::vector<JudgedLink> judgeLinks(const html::HTMLDocument& document) {
     const HTMLElement* root = document.documentElement();
     if (!root) return links;
     for (const HTMLElement* element : root->querySelectorAll("a[href], area[href]")) {
-        JudgedLink link{collapsedWhiteSpace(element->textContent()), std::string(trimmed(*element->attribute("href"))), {}};
+        JudgedLink link{collapsedWhiteSpace(visibleText(*element)), std::string(trimmed(*element->attribute("href"))), {}};
         if (link.text.empty())
             if (const std::string* alt = element->attribute("alt")) link.text = collapsedWhiteSpace(*alt);
         link.warning = linkWarning(link.text, link.href);

@@ -82,6 +82,17 @@ TEST(LinkJudgement, EveryLinkOfADocumentInOrder) {
     EXPECT_EQ(links[1].warning, "text shows shop.com, link goes to evil.net");
     EXPECT_EQ(links[2].text, "Map");
     EXPECT_TRUE(links[2].warning);
+
+    // SVG links each inside the last: each reads a bounded part of the
+    // text it holds, not the rest of the chain, whose text would grow with
+    // the square of its length.
+    std::string chain = "<svg>";
+    for (int i = 0; i < 10000; ++i) chain += "<a href=\"https://shop.com/\">shop ";
+    links = zv::judgeLinks(*zv::html::HTMLParser(chain).parseDocument());
+    ASSERT_EQ(links.size(), 10000u);
+    EXPECT_LE(links[0].text.size(), 4096u);
+    EXPECT_TRUE(links[0].text.starts_with("shop shop"));
+    EXPECT_EQ(links.back().text, "shop");
 }
 
 }  // namespace
