@@ -131,9 +131,8 @@ private:
 enum class AttributeKind { Other, URL, Srcset, Style, Ping, Link };
 
 // The SVG presentation attributes that take a url(…): the engine reads them
-// as the CSS properties of their names, and a mask or cursor image, or a
-// filter in another document, is fetched.
-// An animation's values are such attribute values too: <set to="url(…)">
+// as the CSS properties of their names, and fetches a mask or cursor image
+// named there. An animation's values are such values too: <set to="url(…)">
 // and <animate values="url(…)"> on a mask fetch the image.
 bool isSVGPresentationURL(const HTMLElement& element, std::string_view name) {
     if (element.htmlNamespace() != html::Namespace::SVG) return false;
