@@ -87,7 +87,7 @@ private:
         if (i_ < css_.size()) ++i_;
     }
 
-    // A name, its escapes read: "u\\72 l(" is "url(".
+    // A name, its escapes read: "u\72 l(" is "url(".
     void name() {
         std::size_t start = i_;
         while (i_ < css_.size() && (isNameChar(css_[i_]) || startsEscape(css_, i_)))
