@@ -5,7 +5,6 @@
 #include "StyleText.h"
 
 #include <zv/html/HTMLElement.h>
-#include <zv/reading/TrackerDetection.h>
 
 #include <cmath>
 #include <optional>
@@ -55,7 +54,7 @@ html::Ref<HTMLElement> textSpan(std::string_view text, const char* style) {
 
 void placeBlockedImagePlaceholder(HTMLElement& image, std::string_view url) {
     html::HTMLNode* parent = image.parentNode();
-    if (!parent || trackingImageKind(image)) return;
+    if (!parent) return;
     std::optional<double> width = declaredImageDimension(image, "width");
     std::optional<double> height = declaredImageDimension(image, "height");
     const std::string* alt = image.attribute("alt");

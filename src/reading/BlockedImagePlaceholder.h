@@ -15,10 +15,11 @@ class HTMLElement;
 namespace zv::reading {
 
 // Puts the placeholder where `image` (an <img> whose remote `url` is
-// blocked) stands, with the image hidden inside it, which keeps the element
-// and its refused URL in the document. Leaves alone what the reader would
-// not see anyway: a pixel, a hidden image, and a decorative one (alt="")
-// without a declared size.
+// blocked, and neither a pixel nor hidden: the caller judges those for the
+// whole document at once) stands, with the image hidden inside it, which
+// keeps the element and its refused URL in the document. Leaves alone a
+// decorative image (alt="") without a declared size, which the reader would
+// not see anyway.
 void placeBlockedImagePlaceholder(html::HTMLElement& image, std::string_view url);
 
 }  // namespace zv::reading

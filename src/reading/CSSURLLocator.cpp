@@ -2,6 +2,7 @@
 
 #include "ASCIIText.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace zv::reading {
@@ -15,6 +16,33 @@ bool isNameChar(char c) {
 
 bool endsWithIgnoringASCIICase(std::string_view text, std::string_view suffix) {
     return text.size() >= suffix.size() && equalsIgnoringASCIICase(text.substr(text.size() - suffix.size()), suffix);
+}
+
+// Where the escape whose backslash stands at `i` ends: after up to six hex
+// digits and one white space that ends them, else after the one character.
+std::size_t escapeEnd(std::string_view css, std::size_t i) {
+    std::size_t end = i + 1;
+    while (end < css.size() && end < i + 7 && hexDigitValue(css[end]) >= 0) ++end;
+    if (end == i + 1) return std::min(i + 2, css.size());
+    return end < css.size() && isASCIIWhitespace(css[end]) ? end + 1 : end;
+}
+
+bool startsEscape(std::string_view css, std::size_t i) {
+    return css[i] == '\\' && i + 1 < css.size() && css[i + 1] != '\n';
+}
+
+void appendUTF8(std::string& out, char32_t c) {
+    if (c == 0 || (c >= 0xD800 && c <= 0xDFFF) || c > 0x10FFFF) c = 0xFFFD;
+    if (c < 0x80) {
+        out += char(c);
+    } else if (c < 0x800) {
+        out += char(0xC0 | (c >> 6)), out += char(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+        out += char(0xE0 | (c >> 12)), out += char(0x80 | ((c >> 6) & 0x3F)), out += char(0x80 | (c & 0x3F));
+    } else {
+        out += char(0xF0 | (c >> 18)), out += char(0x80 | ((c >> 12) & 0x3F)), out += char(0x80 | ((c >> 6) & 0x3F));
+        out += char(0x80 | (c & 0x3F));
+    }
 }
 
 class Scanner {
@@ -31,18 +59,17 @@ private:
         char c = css_[i_];
         if (c == '/' && i_ + 1 < css_.size() && css_[i_ + 1] == '*') return skipComment();
         if (c == '"' || c == '\'') return string(urlStringExpected());
-        if (c == '\\') {
-            i_ += 2;  // an escaped character is part of a name, never a delimiter
-            return;
-        }
-        if (isNameChar(c)) return name();
+        // An escaped character is part of a name, never a delimiter.
+        if (isNameChar(c) || startsEscape(css_, i_)) return name();
         ++i_;
         if (c == '(') ++depth_;
         if (c == ')' && depth_ > 0 && --depth_ < imageSetDepth_) imageSetDepth_ = kNone;
-        if (c == ';' || c == '{' || c == '}') importPending_ = false;
+        if (c == ';' || c == '{' || c == '}') importPending_ = customValue_ = false;
     }
 
-    bool urlStringExpected() const { return importPending_ || (imageSetDepth_ != kNone && depth_ == imageSetDepth_); }
+    bool urlStringExpected() const {
+        return importPending_ || customValue_ || (imageSetDepth_ != kNone && depth_ == imageSetDepth_);
+    }
 
     void skipComment() {
         std::size_t end = css_.find("*/", i_ + 2);
@@ -53,19 +80,28 @@ private:
     void string(bool isURL) {
         char quote = css_[i_++];
         std::size_t start = i_;
-        while (i_ < css_.size() && css_[i_] != quote && css_[i_] != '\n') i_ += css_[i_] == '\\' ? 2 : 1;
+        while (i_ < css_.size() && css_[i_] != quote && css_[i_] != '\n') i_ = css_[i_] == '\\' ? escapeEnd(css_, i_) : i_ + 1;
         std::size_t end = std::min(i_, css_.size());
         if (isURL) ranges_.push_back({start, end - start});
         importPending_ = false;
         if (i_ < css_.size()) ++i_;
     }
 
+    // A name, its escapes read: "u\72 l(" is "url(".
     void name() {
         std::size_t start = i_;
-        while (i_ < css_.size() && isNameChar(css_[i_])) ++i_;
-        std::string_view word = css_.substr(start, i_ - start);
+        while (i_ < css_.size() && (isNameChar(css_[i_]) || startsEscape(css_, i_)))
+            i_ = css_[i_] == '\\' ? escapeEnd(css_, i_) : i_ + 1;
+        std::string word = cssUnescaped(css_.substr(start, i_ - start));
         if (equalsIgnoringASCIICase(word, "@import")) {
             importPending_ = true;
+            return;
+        }
+        // A custom property's strings may reach an image-set through var().
+        if (word.starts_with("--")) {
+            std::size_t next = i_;
+            while (next < css_.size() && isASCIIWhitespace(css_[next])) ++next;
+            if (next < css_.size() && css_[next] == ':') customValue_ = true;
             return;
         }
         if (i_ >= css_.size() || css_[i_] != '(') return;
@@ -81,7 +117,8 @@ private:
             string(true);
         } else {
             std::size_t start = i_;
-            while (i_ < css_.size() && css_[i_] != ')' && !isASCIIWhitespace(css_[i_])) i_ += css_[i_] == '\\' ? 2 : 1;
+            while (i_ < css_.size() && css_[i_] != ')' && !isASCIIWhitespace(css_[i_]))
+                i_ = css_[i_] == '\\' ? escapeEnd(css_, i_) : i_ + 1;
             std::size_t end = std::min(i_, css_.size());
             if (end > start) ranges_.push_back({start, end - start});
             importPending_ = false;
@@ -96,11 +133,51 @@ private:
     int depth_ = 0;
     int imageSetDepth_ = kNone;
     bool importPending_ = false;
+    bool customValue_ = false;
     std::vector<TextRange> ranges_;
 };
 
 }  // namespace
 
 std::vector<TextRange> cssURLRanges(std::string_view css) { return Scanner(css).run(); }
+
+std::string cssUnescaped(std::string_view css) {
+    std::string out;
+    out.reserve(css.size());
+    for (std::size_t i = 0; i < css.size();) {
+        if (css[i] != '\\') {
+            out += css[i++];
+            continue;
+        }
+        std::size_t end = escapeEnd(css, i);
+        if (i + 1 < css.size() && hexDigitValue(css[i + 1]) >= 0) {
+            char32_t c = 0;
+            for (std::size_t k = i + 1; k < end && hexDigitValue(css[k]) >= 0; ++k) c = c * 16 + hexDigitValue(css[k]);
+            appendUTF8(out, c);
+        } else if (i + 1 < css.size() && css[i + 1] != '\n') {
+            out += css[i + 1];
+        }
+        // A backslash before a line break joins two lines of a string.
+        i = end;
+    }
+    return out;
+}
+
+std::string cssEscaped(std::string_view url) {
+    static constexpr char kHex[] = "0123456789abcdef";
+    std::string out;
+    for (char c : url) {
+        auto byte = static_cast<unsigned char>(c);
+        if (byte > 0x20 && byte != 0x7F && c != '\\' && c != '"' && c != '\'' && c != '(' && c != ')') {
+            out += c;
+            continue;
+        }
+        out += '\\';
+        if (byte >= 0x10) out += kHex[byte >> 4];
+        out += kHex[byte & 15];
+        out += ' ';
+    }
+    return out;
+}
 
 }  // namespace zv::reading

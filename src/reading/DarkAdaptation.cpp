@@ -5,7 +5,9 @@
 #include "DarkAdaptationPalette.h"
 
 #include <zv/html/HTMLElement.h>
+#include <zv/html/HTMLNodeIterator.h>
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <string>
@@ -49,12 +51,21 @@ struct Slot {
     }
 };
 
-// What an element's style attribute says about its colours. A text slot
-// holding nothing means "inherit" or "currentcolor"; a border slot holding
-// nothing means the text colour.
+// A text colour as declared: nothing for "inherit" and "currentcolor";
+// `unread` for a colour this code cannot read (var(), newer colour
+// functions), which is replaced all the same, so the sender's dark text
+// never stays on the dark page.
+struct TextColor {
+    std::optional<Color> color;
+    bool unread = false;
+};
+
+// What an element's style attribute says about its colours. A background
+// slot holding nothing means a colour that could not be read; a border slot
+// holding nothing means the text colour.
 struct StyleColors {
-    Slot<std::optional<Color>> text;
-    Slot<Color> background;
+    Slot<TextColor> text;
+    Slot<std::optional<Color>> background;
     Slot<bool> image;
     Slot<std::optional<Color>> border[4];
 };
@@ -65,12 +76,22 @@ std::optional<Color> borderColor(std::string_view value, bool quirks) {
     return std::nullopt;
 }
 
+// A component of a background that names a colour this code cannot read.
+bool isUnreadColor(std::string_view component) {
+    std::string lower = toASCIILower(component.substr(0, std::min<std::size_t>(component.size(), 16)));
+    for (std::string_view function : {"var(", "rgb(", "rgba(", "hsl(", "hsla(", "hwb(", "lab(", "lch(", "oklab(",
+                                      "oklch(", "color(", "color-mix(", "light-dark("})
+        if (lower.starts_with(function)) return true;
+    return false;
+}
+
 void readBackgroundShorthand(StyleColors& colors, const Declaration& declaration, bool quirks) {
-    Color background{0, 0, 0, 0};
+    std::optional<Color> background = Color{0, 0, 0, 0};
     bool image = false;
     for (std::string_view component : cssComponents(declaration.value)) {
         if (isCSSImage(component)) image = true;
         else if (auto color = cssColor(component, quirks)) background = *color;
+        else if (isUnreadColor(component)) background = std::nullopt;
     }
     colors.background.assign(background, declaration.important);
     colors.image.assign(image, declaration.important);
@@ -97,12 +118,14 @@ void readDeclarations(StyleColors& colors, std::string_view style, bool quirks) 
         bool important = declaration.important;
         std::string value = toASCIILower(declaration.value);
         if (name == "color") {
-            if (value == "inherit" || value == "currentcolor") colors.text.assign(std::nullopt, important);
-            else if (value == "initial") colors.text.assign(kBlack, important);
-            else if (auto color = cssColor(value, quirks)) colors.text.assign(color, important);
+            if (value == "inherit" || value == "currentcolor") colors.text.assign({}, important);
+            else if (value == "initial") colors.text.assign({kBlack}, important);
+            else if (auto color = cssColor(value, quirks)) colors.text.assign({color}, important);
+            else if (!value.empty()) colors.text.assign({std::nullopt, true}, important);
         } else if (name == "background-color") {
-            if (value == "initial") colors.background.assign({0, 0, 0, 0}, important);
-            else if (auto color = cssColor(value, quirks)) colors.background.assign(*color, important);
+            if (value == "initial") colors.background.assign(Color{0, 0, 0, 0}, important);
+            else if (auto color = cssColor(value, quirks)) colors.background.assign(color, important);
+            else if (!value.empty() && value != "inherit") colors.background.assign(std::nullopt, important);
         } else if (name == "background") {
             readBackgroundShorthand(colors, declaration, quirks);
         } else if (name == "background-image") {
@@ -126,11 +149,30 @@ void readDeclarations(StyleColors& colors, std::string_view style, bool quirks) 
     }
 }
 
+// A later rule's colours over an earlier one's, as if its declarations
+// followed them.
+template <class T>
+void mergeSlot(Slot<T>& into, const Slot<T>& later) {
+    if (later.set) into.assign(later.value, later.important);
+}
+
+void merge(StyleColors& into, const StyleColors& later) {
+    mergeSlot(into.text, later.text);
+    mergeSlot(into.background, later.background);
+    mergeSlot(into.image, later.image);
+    for (int side = 0; side < 4; ++side) mergeSlot(into.border[side], later.border[side]);
+}
+
+// What the style sheets' rules give an element.
+struct SheetStyle {
+    StyleColors colors;
+    bool namesDarkScheme = false;
+};
+
 // Style sheet rules first, the style attribute over them: the cascade, less
 // specificity (rules count in document order).
-StyleColors readStyle(const HTMLElement& element, const std::string* sheetDeclarations, bool quirks) {
-    StyleColors colors;
-    if (sheetDeclarations) readDeclarations(colors, *sheetDeclarations, quirks);
+StyleColors readStyle(const HTMLElement& element, const SheetStyle* sheet, bool quirks) {
+    StyleColors colors = sheet ? sheet->colors : StyleColors{};
     if (const std::string* style = element.attribute("style")) readDeclarations(colors, *style, quirks);
     return colors;
 }
@@ -150,29 +192,56 @@ std::optional<std::string> staticSelector(std::string_view selector) {
     return text;
 }
 
-// The declarations of the document's remaining style sheets, by element:
-// the senders' colours that head CSS inlining left in place (sheets in the
-// body, or all of them when the head was not purged).
-std::unordered_map<const HTMLElement*, std::string> styleSheetDeclarations(const html::HTMLDocument& document,
-                                                                          bool darkMediaRules) {
+// "color-scheme" (or "prefers-color-scheme", "supported-color-schemes")
+// followed by a colon and a value naming dark.
+// The search goes on after the value it read: a name inside that value has
+// no "dark" before the same end, and each byte is read once.
+bool namesDarkScheme(std::string_view css) {
+    std::string lower = toASCIILower(css);
+    std::string_view text = lower;
+    for (std::size_t at = text.find("color-scheme"); at != std::string_view::npos; at = text.find("color-scheme", at)) {
+        std::size_t i = at + 12;
+        if (i < text.size() && text[i] == 's') ++i;
+        while (i < text.size() && (text[i] == ' ' || text[i] == '\t' || text[i] == '\n')) ++i;
+        at = i;
+        if (i >= text.size() || text[i] != ':') continue;
+        std::size_t end = std::min(text.find_first_of(";})", i), text.size());
+        if (text.substr(i, end - i).find("dark") != std::string_view::npos) return true;
+        at = end;
+    }
+    return false;
+}
+
+// What the document's remaining style sheets give each element: the
+// senders' colours that head CSS inlining left in place (sheets in the body,
+// or all of them when the head was not purged). Each rule's declarations are
+// read once, however many elements it matches.
+std::unordered_map<const HTMLElement*, SheetStyle> styleSheetStyles(const html::HTMLDocument& document,
+                                                                   bool darkMediaRules, bool quirks) {
     // Rules beyond this are not read: each costs a query over the tree.
     constexpr std::size_t kRuleBudget = 2000;
-    std::unordered_map<const HTMLElement*, std::string> declarations;
+    std::unordered_map<const HTMLElement*, SheetStyle> styles;
     std::size_t rules = 0;
     for (const HTMLElement* sheet : document.querySelectorAll("style")) {
         if (sheet->htmlNamespace() != html::Namespace::HTML) continue;
         std::string text = sheet->textContent();
         for (const StyleRule& rule : styleSheetRules(text, darkMediaRules)) {
+            StyleColors colors;
+            readDeclarations(colors, rule.declarations, quirks);
+            bool namesDark = namesDarkScheme(rule.declarations);
             for (std::string_view written : rule.selectors) {
-                if (++rules > kRuleBudget) return declarations;
+                if (++rules > kRuleBudget) return styles;
                 auto selector = staticSelector(written);
                 if (!selector) continue;
-                for (const HTMLElement* element : document.querySelectorAll(*selector))
-                    declarations[element].append(";").append(rule.declarations);
+                for (const HTMLElement* element : document.querySelectorAll(*selector)) {
+                    SheetStyle& style = styles[element];
+                    merge(style.colors, colors);
+                    style.namesDarkScheme = style.namesDarkScheme || namesDark;
+                }
             }
         }
     }
-    return declarations;
+    return styles;
 }
 
 bool takesBgcolor(const HTMLElement& element) {
@@ -195,8 +264,10 @@ std::optional<Color> legacyAttribute(const HTMLElement& element, std::string_vie
 }
 
 // The background the element paints, as it would be without adaptation.
-std::optional<Color> ownBackground(const HTMLElement& element, const StyleColors& colors) {
-    if (colors.background.set) return colors.background.value;
+// A background colour that could not be read counts as `unread`.
+std::optional<Color> ownBackground(const HTMLElement& element, const StyleColors& colors,
+                                   std::optional<Color> unread) {
+    if (colors.background.set) return colors.background.value ? colors.background.value : unread;
     if (takesBgcolor(element))
         if (auto color = legacyAttribute(element, "bgcolor")) return color;
     if (element.is(Tag::mark)) return Color{1, 1, 0, 1};
@@ -239,20 +310,22 @@ struct Context {
 
 std::string hex(const Color& color) { return hashLabelCSSStringRepresentation(rounded(composite(color, kBlack))); }
 
-// "color-scheme" (or "prefers-color-scheme", "supported-color-schemes")
-// followed by a colon and a value naming dark.
-bool namesDarkScheme(std::string_view css) {
-    std::string lower = toASCIILower(css);
-    for (std::size_t at = lower.find("color-scheme"); at != std::string::npos; at = lower.find("color-scheme", at + 1)) {
-        std::size_t i = at + 12;
-        if (i < lower.size() && lower[i] == 's') ++i;
-        while (i < lower.size() && (lower[i] == ' ' || lower[i] == '\t' || lower[i] == '\n')) ++i;
-        if (i >= lower.size() || lower[i] != ':') continue;
-        std::size_t end = lower.find_first_of(";})", i);
-        if (lower.substr(i, end == std::string::npos ? std::string::npos : end - i).find("dark") != std::string::npos)
-            return true;
+// The text of each style element not inside another: an SVG style element
+// may hold elements, a style among them, whose text is part of the outer
+// one's. Reading only the outer ones reads every sheet's text once.
+std::vector<std::string> outermostSheetTexts(const HTMLElement& root) {
+    std::vector<std::string> texts;
+    const HTMLNode* node = &root;
+    while (node) {
+        const auto* element = node->as<HTMLElement>();
+        if (!element || element->localName() != "style") {
+            node = html::nextNodeInSubtree(node, &root);
+            continue;
+        }
+        texts.push_back(element->textContent());
+        node = html::nextNodeSkippingChildren(node, &root);
     }
-    return false;
+    return texts;
 }
 
 bool metaNamesDarkScheme(const HTMLElement& root) {
@@ -284,7 +357,7 @@ public:
     // contrast floor is changed.
     Adapter(const html::HTMLDocument& document, const DarkAdaptationOptions& options, bool keepDesign)
         : quirks_(document.quirksMode() == html::HTMLQuirksMode::Quirks), keepDesign_(keepDesign), options_(options),
-          sheets_(styleSheetDeclarations(document, keepDesign)) {}
+          sheets_(styleSheetStyles(document, keepDesign, quirks_)) {}
 
     DarkAdaptationReport report;
 
@@ -312,7 +385,12 @@ private:
     bool keepDesign_;
     DarkAdaptationOptions options_;
     std::unordered_map<std::string, Color> textCache_;
-    std::unordered_map<const HTMLElement*, std::string> sheets_;
+    std::unordered_map<const HTMLElement*, SheetStyle> sheets_;
+
+    // What a background colour that could not be read is taken for: light,
+    // so it is replaced with a dark one and text is held to the floor there.
+    // A message's own dark design keeps it, whatever it is.
+    std::optional<Color> unreadBackground() const { return keepDesign_ ? std::nullopt : std::optional(kWhite); }
 
     StyleColors colorsOf(const HTMLElement& element) const {
         auto found = sheets_.find(&element);
@@ -320,8 +398,9 @@ private:
     }
 
     std::optional<Color> pageBackground(const HTMLElement& root, const HTMLElement* body) const {
-        std::optional<Color> background = ownBackground(root, colorsOf(root));
-        if ((!background || background->a == 0) && body) background = ownBackground(*body, colorsOf(*body));
+        std::optional<Color> background = ownBackground(root, colorsOf(root), unreadBackground());
+        if ((!background || background->a == 0) && body)
+            background = ownBackground(*body, colorsOf(*body), unreadBackground());
         return background;
     }
 
@@ -355,7 +434,7 @@ private:
         for (const HTMLElement* element : {&root, body}) {
             if (!element) continue;
             auto found = sheets_.find(element);
-            if (found != sheets_.end() && namesDarkScheme(found->second)) return true;
+            if (found != sheets_.end() && found->second.namesDarkScheme) return true;
             if (const std::string* style = element->attribute("style"); style && namesDarkScheme(*style)) return true;
         }
         return metaNamesDarkScheme(root);
@@ -375,7 +454,11 @@ private:
     // The text colour the element sets for itself, before adaptation.
     std::optional<Color> ownText(const HTMLElement& element, const StyleColors& colors, const Context& parent) {
         bool link = element.is(Tag::a) && element.hasAttribute("href");
-        if (colors.text.set) return colors.text.value ? colors.text.value : link ? std::optional(parent.originalText) : std::nullopt;
+        if (colors.text.set) {
+            const TextColor& declared = colors.text.value;
+            if (declared.color) return declared.color;
+            return link || declared.unread ? std::optional(parent.originalText) : std::nullopt;
+        }
         if (element.is(Tag::font))
             if (auto color = legacyAttribute(element, "color")) return color;
         if (element.is(Tag::body))
@@ -392,7 +475,7 @@ private:
         auto add = [&](std::string_view name, const std::string& value) { added += importantDeclaration(name, value); };
 
         bool root = element.is(Tag::html);
-        std::optional<Color> background = ownBackground(element, colors);
+        std::optional<Color> background = ownBackground(element, colors, unreadBackground());
         bool paintsBackground = root || (background && background->a > 0);
         if (paintsBackground && !root) {
             context.originalBackdrop = composite(*background, parent.originalBackdrop);
@@ -448,7 +531,7 @@ private:
     Context holdToFloor(HTMLElement& element, const Context& parent) {
         StyleColors colors = colorsOf(element);
         Context context = parent;
-        std::optional<Color> background = ownBackground(element, colors);
+        std::optional<Color> background = ownBackground(element, colors, unreadBackground());
         bool backdropChanged = background && background->a > 0;
         if (backdropChanged) {
             context.originalBackdrop = composite(*background, parent.originalBackdrop);
@@ -478,9 +561,7 @@ bool declaresOwnDarkAppearance(const html::HTMLDocument& document) {
         if (const std::string* style = element->attribute("style"); style && namesDarkScheme(*style)) return true;
     }
     if (metaNamesDarkScheme(*root)) return true;
-    for (const HTMLElement* style : root->querySelectorAll("style"))
-        if (namesDarkScheme(style->textContent())) return true;
-    return false;
+    return std::ranges::any_of(outermostSheetTexts(*root), namesDarkScheme);
 }
 
 DarkAdaptationReport adaptDocumentForDarkAppearance(html::HTMLDocument& document, const DarkAdaptationOptions& options) {

@@ -1,6 +1,8 @@
 #include <zv/reading/LinkJudgement.h>
 
+#include <zv/html/HTMLCharacterData.h>
 #include <zv/html/HTMLElement.h>
+#include <zv/html/HTMLNodeIterator.h>
 
 #include "ASCIIText.h"
 
@@ -22,6 +24,26 @@ using html::HTMLElement;
 std::string_view trimmed(std::string_view text) {
     while (!text.empty() && static_cast<unsigned char>(text.front()) <= 0x20) text.remove_prefix(1);
     while (!text.empty() && static_cast<unsigned char>(text.back()) <= 0x20) text.remove_suffix(1);
+    return text;
+}
+
+// A link's visible text, at most about kLongestText bytes of it, read from
+// at most kMostNodes nodes: text that long names no address, and links
+// nested in links (an SVG <a> may hold another) would otherwise each read
+// the rest of the chain.
+constexpr std::size_t kLongestText = 4096;
+constexpr std::size_t kMostNodes = 4096;
+
+std::string visibleText(const HTMLElement& link) {
+    std::string text;
+    std::size_t nodes = 0;
+    for (const html::HTMLNode* node = link.firstChild(); node && nodes < kMostNodes && text.size() < kLongestText;
+         node = html::nextNodeInSubtree(node, &link), ++nodes)
+        if (node->isText()) text += node->as<html::HTMLCharacterData>()->data();
+    if (text.size() <= kLongestText) return text;
+    std::size_t end = kLongestText;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+    text.resize(end);
     return text;
 }
 
@@ -256,8 +278,18 @@ std::optional<std::string> linkWarning(std::string_view visibleText, std::string
 
 namespace {
 
-std::optional<std::string> judged(std::string_view visibleText, std::string_view href, bool unwrap) {
-    auto address = parsedAddress(trimmed(href));
+// The address as a browser reads it, which drops tabs and line breaks
+// anywhere: "ht\ttps://evil.example" opens https://evil.example.
+std::string withoutTabsAndLineBreaks(std::string_view href) {
+    std::string out;
+    for (char c : trimmed(href))
+        if (c != '\t' && c != '\n' && c != '\r') out += c;
+    return out;
+}
+
+std::optional<std::string> judged(std::string_view visibleText, std::string_view written, bool unwrap) {
+    std::string href = withoutTabsAndLineBreaks(written);
+    auto address = parsedAddress(href);
     if (!address) return std::nullopt;
     if (std::find(kExpectedSchemes.begin(), kExpectedSchemes.end(), address->scheme) == kExpectedSchemes.end())
         return "opens a " + address->scheme + ": address";
@@ -268,7 +300,7 @@ std::optional<std::string> judged(std::string_view visibleText, std::string_view
     if (isNumericHost(address->host) && hostInText(visibleText) != address->host) return "numeric host " + address->host;
     if (auto reason = spoofingReason(address->host)) return reason;
     if (unwrap)
-        if (auto wrapped = unwrappedGatewayLink(trimmed(href), address->host)) return judged(visibleText, *wrapped, false);
+        if (auto wrapped = unwrappedGatewayLink(href, address->host)) return judged(visibleText, *wrapped, false);
     if (auto named = hostInText(visibleText)) {
         std::string shown = registrableDomain(*named);
         std::string target = registrableDomain(address->host);
@@ -284,7 +316,7 @@ std::vector<JudgedLink> judgeLinks(const html::HTMLDocument& document) {
     const HTMLElement* root = document.documentElement();
     if (!root) return links;
     for (const HTMLElement* element : root->querySelectorAll("a[href], area[href]")) {
-        JudgedLink link{collapsedWhiteSpace(element->textContent()), std::string(trimmed(*element->attribute("href"))), {}};
+        JudgedLink link{collapsedWhiteSpace(visibleText(*element)), std::string(trimmed(*element->attribute("href"))), {}};
         if (link.text.empty())
             if (const std::string* alt = element->attribute("alt")) link.text = collapsedWhiteSpace(*alt);
         link.warning = linkWarning(link.text, link.href);

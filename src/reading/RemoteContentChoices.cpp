@@ -26,13 +26,46 @@ std::string defaultPath() {
     return result;
 }
 
-// The bare address of "Name <a@b>" or "a@b", in lower case; nothing without a domain.
-std::optional<std::string> bareAddress(std::string_view sender) {
-    std::size_t open = sender.rfind('<');
-    if (open != std::string_view::npos) {
-        std::size_t close = sender.find('>', open);
-        sender = sender.substr(open + 1, close == std::string_view::npos ? std::string_view::npos : close - open - 1);
+// Where the address of "Name <a@b>" or "a@b (Name)" stands: within the
+// angle brackets when there are some, else the whole. Quoted strings and
+// comments belong to the name and never give the address, so
+// "a@b (<c@d>)" and "Ann <a@b> (<c@d>)" are from a@b.
+std::string addressPart(std::string_view sender) {
+    std::string outside, angled;
+    std::optional<std::string> found;
+    bool inAngle = false, quoted = false;
+    int comments = 0;
+    for (std::size_t i = 0; i < sender.size(); ++i) {
+        char c = sender[i];
+        std::string& text = inAngle ? angled : outside;
+        if (c == '\\' && (quoted || comments) && i + 1 < sender.size()) {
+            if (!comments) text += sender.substr(i, 2);
+            ++i;
+        } else if (comments) {
+            comments += c == '(' ? 1 : c == ')' ? -1 : 0;
+        } else if (quoted || c == '"') {
+            quoted = quoted ? c != '"' : true;
+            text += c;
+        } else if (c == '(') {
+            comments = 1;
+        } else if (c == '<') {
+            inAngle = true;
+            angled.clear();
+        } else if (c == '>' && inAngle) {
+            inAngle = false;
+            found = angled;
+        } else {
+            text += c;
+        }
     }
+    if (inAngle) return angled;  // an unclosed "<a@b" still names a@b
+    return found ? *found : outside;
+}
+
+// The bare address of "Name <a@b>" or "a@b", in lower case; nothing without a domain.
+std::optional<std::string> bareAddress(std::string_view written) {
+    std::string part = addressPart(written);
+    std::string_view sender = part;
     while (!sender.empty() && std::isspace(static_cast<unsigned char>(sender.front()))) sender.remove_prefix(1);
     while (!sender.empty() && std::isspace(static_cast<unsigned char>(sender.back()))) sender.remove_suffix(1);
     std::size_t at = sender.rfind('@');

@@ -88,11 +88,27 @@ public:
     // `text` with every remote URL among `ranges` rewritten; nothing when none was.
     std::optional<std::string> rewrittenRanges(std::string_view text, const std::vector<TextRange>& ranges,
                                                std::optional<TrackerKind> imageKind = {}) {
+        return rewrittenRanges(text, ranges, [&](std::string_view url) { return rewritten(url, imageKind); });
+    }
+
+    // The same for the URLs of CSS, which may be written with escapes.
+    std::optional<std::string> rewrittenCSS(std::string_view css) {
+        return rewrittenRanges(css, reading::cssURLRanges(css), [&](std::string_view url) -> std::optional<std::string> {
+            if (url.find('\\') == std::string_view::npos) return rewritten(url);
+            auto written = rewritten(reading::cssUnescaped(url));
+            return written ? std::optional(reading::cssEscaped(*written)) : std::nullopt;
+        });
+    }
+
+private:
+    template <class Rewrite>
+    std::optional<std::string> rewrittenRanges(std::string_view text, const std::vector<TextRange>& ranges,
+                                               const Rewrite& rewrite) {
         std::string out;
         std::size_t copied = 0;
         bool changed = false;
         for (const TextRange& range : ranges) {
-            auto url = rewritten(text.substr(range.start, range.length), imageKind);
+            auto url = rewrite(text.substr(range.start, range.length));
             if (!url) continue;
             out.append(text, copied, range.start - copied);
             out += *url;
@@ -104,7 +120,6 @@ public:
         return out;
     }
 
-private:
     static std::string_view trimmed(std::string_view text) {
         auto [start, end] = trimmedBounds(text);
         return text.substr(start, end - start);
@@ -114,6 +129,19 @@ private:
 };
 
 enum class AttributeKind { Other, URL, Srcset, Style, Ping, Link };
+
+// The SVG presentation attributes that take a url(…): the engine reads them
+// as the CSS properties of their names, and fetches a mask or cursor image
+// named there. An animation's values are such values too: <set to="url(…)">
+// and <animate values="url(…)"> on a mask fetch the image.
+bool isSVGPresentationURL(const HTMLElement& element, std::string_view name) {
+    if (element.htmlNamespace() != html::Namespace::SVG) return false;
+    for (std::string_view property : {"mask", "filter", "clip-path", "cursor", "fill", "stroke", "marker-start",
+                                      "marker-mid", "marker-end"})
+        if (name == property) return true;
+    std::string_view tag = element.localName();
+    return (tag == "animate" || tag == "set") && (name == "to" || name == "from" || name == "by" || name == "values");
+}
 
 AttributeKind kindOf(const HTMLElement& element, const html::HTMLAttribute& attribute) {
     std::string_view name = attribute.name;
@@ -129,7 +157,7 @@ AttributeKind kindOf(const HTMLElement& element, const html::HTMLAttribute& attr
     if (name == "href" && element.htmlNamespace() == html::Namespace::SVG && element.localName() != "a")
         return AttributeKind::URL;
     if (name == "srcset" || name == "imagesrcset") return AttributeKind::Srcset;
-    if (name == "style") return AttributeKind::Style;
+    if (name == "style" || isSVGPresentationURL(element, name)) return AttributeKind::Style;
     if (name == "ping") return AttributeKind::Ping;
     if (name == "href") return AttributeKind::Link;
     return AttributeKind::Other;
@@ -160,11 +188,11 @@ std::vector<TextRange> srcsetURLCores(std::string_view srcset) {
 
 // Rewrites the element's remote references; returns the first remote URL of
 // an <img>'s picture (its src, else its srcset), "" when it has none.
-std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, bool blockTrackers) {
+std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, TrackingImageJudge* trackers) {
     // Copied: rewriting changes the element's attributes as it goes.
     html::HTMLAttributeList attributes = element.attributes();
     std::optional<TrackerKind> imageKind;
-    if (blockTrackers && showsAnImage(element)) imageKind = trackingImageKind(element);
+    if (trackers && showsAnImage(element)) imageKind = trackers->kindOf(element);
     bool isImg = element.htmlNamespace() == html::Namespace::HTML && element.localName() == "img";
     std::string pictureURL;
     auto notePicture = [&](std::string_view name, std::size_t remoteBefore) {
@@ -187,7 +215,7 @@ std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, bool blo
             break;
         case AttributeKind::Link: value = rewriter.cleanedLink(attribute.value); break;
         case AttributeKind::Style:
-            value = rewriter.rewrittenRanges(attribute.value, reading::cssURLRanges(attribute.value));
+            value = rewriter.rewrittenCSS(attribute.value);
             break;
         }
         if (value) element.setAttribute(attribute.qualifiedName(), *value);
@@ -200,13 +228,15 @@ std::string rewriteAttributes(HTMLElement& element, Rewriter& rewriter, bool blo
 
 // Rewrites the sheet's remote references; returns how many elements went
 // with its old content. An SVG style element may hold elements (they only
-// add their text to the sheet), and replacing its text frees them.
+// add their text to the sheet): its content becomes its text whether or not
+// a reference changed, so a style element nested in it, whose text this one
+// already read, is never read again (a chain of them would cost the square
+// of its length).
 std::size_t rewriteStyleSheet(HTMLElement& style, Rewriter& rewriter) {
     std::string css = style.textContent();
-    auto value = rewriter.rewrittenRanges(css, reading::cssURLRanges(css));
-    if (!value) return 0;
-    std::size_t dropped = style.querySelectorAll("*").size();
-    style.setTextContent(*value);
+    auto value = rewriter.rewrittenCSS(css);
+    std::size_t dropped = style.firstElementChild() ? style.querySelectorAll("*").size() : 0;
+    if (value || dropped) style.setTextContent(value ? *value : css);
     return dropped;
 }
 
@@ -240,6 +270,7 @@ SafeViewReport prepareDocumentForSafeView(html::HTMLDocument& document, const Sa
     HTMLElement* root = document.documentElement();
     if (!root) return {};
     Rewriter rewriter(options);
+    TrackingImageJudge trackers;
     std::vector<HTMLElement*> removed;
     std::vector<std::pair<HTMLElement*, std::string>> blockedImages;
     const std::vector<HTMLElement*> elements = root->querySelectorAll("*");
@@ -249,8 +280,9 @@ SafeViewReport prepareDocumentForSafeView(html::HTMLDocument& document, const Sa
             removed.push_back(element);
             continue;
         }
-        std::string pictureURL = rewriteAttributes(*element, rewriter, options.blockTrackers);
-        if (!pictureURL.empty() && !options.allowRemoteContent && options.imagePlaceholders)
+        std::string pictureURL = rewriteAttributes(*element, rewriter, options.blockTrackers ? &trackers : nullptr);
+        // Pixels and hidden images show nothing, so they get no placeholder.
+        if (!pictureURL.empty() && !options.allowRemoteContent && options.imagePlaceholders && !trackers.kindOf(*element))
             blockedImages.emplace_back(element, std::move(pictureURL));
         // In document order a style's elements come right after it: the ones
         // its rewriting dropped are skipped, not visited freed.

@@ -85,10 +85,7 @@ bool hidesItself(const HTMLElement& element) {
     return false;
 }
 
-bool isHidden(const HTMLElement& image) {
-    // Bounded by the tree's depth, which the parser limits.
-    for (const HTMLElement* element = &image; element; element = element->parentElement())
-        if (hidesItself(*element)) return true;
+bool hasZeroSizeAttribute(const HTMLElement& image) {
     for (const char* dimension : {"width", "height"})
         if (const std::string* value = image.attribute(dimension); value && cssPixels(*value) == 0.0) return true;
     return false;
@@ -175,10 +172,31 @@ std::optional<std::string> withoutTrackingParameters(std::string_view url) {
     return out;
 }
 
-std::optional<TrackerKind> trackingImageKind(const HTMLElement& image) {
-    if (isHidden(image)) return TrackerKind::Hidden;
+std::optional<TrackerKind> trackingImageKind(const HTMLElement& image) { return TrackingImageJudge().kindOf(image); }
+
+std::optional<TrackerKind> TrackingImageJudge::kindOf(const HTMLElement& image) {
+    if (hiddenWithin(image) || hasZeroSizeAttribute(image)) return TrackerKind::Hidden;
     if (isPixel(image)) return TrackerKind::Pixel;
     return std::nullopt;
+}
+
+// Whether the element or one around it hides itself. The elements not yet
+// judged are read from the outermost down, each once.
+bool TrackingImageJudge::hiddenWithin(const HTMLElement& element) {
+    std::vector<const HTMLElement*> unjudged;
+    bool hidden = false;
+    for (const HTMLElement* at = &element; at; at = at->parentElement()) {
+        if (auto found = hidden_.find(at); found != hidden_.end()) {
+            hidden = found->second;
+            break;
+        }
+        unjudged.push_back(at);
+    }
+    for (auto at = unjudged.rbegin(); at != unjudged.rend(); ++at) {
+        hidden = hidden || hidesItself(**at);
+        hidden_.emplace(*at, hidden);
+    }
+    return hidden;
 }
 
 bool imageURLNamesReader(std::string_view url, const std::vector<std::string>& readerAddresses) {

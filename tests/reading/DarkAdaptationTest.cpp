@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
+#include <future>
 #include <string>
 
 namespace {
@@ -177,6 +179,33 @@ TEST(DarkAdaptation, StylesKeepTheSendersDeclarationsAndBadInputIsHarmless) {
     for (int i = 0; i < 20000; ++i) deep += "<div style=\"background:#fff\">";
     EXPECT_EQ(adapt(deep).report.backgrounds, 20001u);
     EXPECT_EQ(adapt("").report.textColors, 1u);
+    // Colours it cannot read are replaced all the same: the sender's dark
+    // text never stays on the dark page, nor a light background under light text.
+    Adapted unread = adapt("<body><p id=t style=\"color: hsl(0.5turn 100% 10%)\">x</p>"
+                           "<div id=b style=\"background: var(--paper) no-repeat\">y</div>");
+    EXPECT_EQ(unread.hex("t", "color"), "#e8e8e8");
+    EXPECT_EQ(unread.hex("b", "background-color"), "#1e1e1e");
+    // One long rule named by many selectors, each matching every element:
+    // its declarations are read once, not once per selector and element.
+    std::string sheet = "<body><style>";
+    for (int i = 0; i < 1900; ++i) sheet += "*,";
+    sheet += "i {";
+    for (int i = 0; i < 400; ++i) sheet += "color: #123456;";
+    sheet += "}</style>";
+    for (int i = 0; i < 400; ++i) sheet += "<i>";
+    auto done = std::async(std::launch::async, [&] { return adapt(sheet).report.textColors; });
+    ASSERT_EQ(done.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "adaptation stalled";
+    EXPECT_EQ(done.get(), 402u) << "the root, the body and each <i>";
+    // Whether the sheets name a dark scheme is read in one pass, however many
+    // names they hold without a value's end, however they nest.
+    std::string names = "<style>";
+    for (int i = 0; i < 40000; ++i) names += "color-scheme:";
+    // SVG style elements each inside the last: the outer one's text holds them all.
+    names += "</style><svg>";
+    for (int i = 0; i < 80000; ++i) names += "<style>a";
+    auto judged = std::async(std::launch::async, [&] { return adapt(names).report.leftAsDesigned; });
+    ASSERT_EQ(judged.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "adaptation stalled";
+    EXPECT_FALSE(judged.get());
 }
 
 TEST(DarkAdaptation, StyleSheetsLeftInTheBodyCountBeneathStyleAttributes) {

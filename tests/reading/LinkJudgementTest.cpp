@@ -45,6 +45,10 @@ TEST(LinkJudgement, HonestAndDeceptiveLinks) {
         {"Open", "file:///home/bob/.ssh/id_rsa", "file:"},
         {"Share", "smb://evil.net/share", "smb:"},
         {"Image", "data:text/html,<script>x</script>", "data:"},
+        // Browsers drop tabs and line breaks inside an address.
+        {"mybank.com", "ht\ttps://evil.net/", "link goes to evil.net"},
+        {"Click", "java\nscript:alert(1)", "javascript:"},
+        {"mybank.com", "https://my\r\nbank.com/", nullptr},
     };
     for (const Case& c : cases) {
         std::optional<std::string> warning = zv::linkWarning(c.text, c.href);
@@ -78,6 +82,17 @@ TEST(LinkJudgement, EveryLinkOfADocumentInOrder) {
     EXPECT_EQ(links[1].warning, "text shows shop.com, link goes to evil.net");
     EXPECT_EQ(links[2].text, "Map");
     EXPECT_TRUE(links[2].warning);
+
+    // SVG links each inside the last: each reads a bounded part of the
+    // text it holds, not the rest of the chain, whose text would grow with
+    // the square of its length.
+    std::string chain = "<svg>";
+    for (int i = 0; i < 10000; ++i) chain += "<a href=\"https://shop.com/\">shop ";
+    links = zv::judgeLinks(*zv::html::HTMLParser(chain).parseDocument());
+    ASSERT_EQ(links.size(), 10000u);
+    EXPECT_LE(links[0].text.size(), 4096u);
+    EXPECT_TRUE(links[0].text.starts_with("shop shop"));
+    EXPECT_EQ(links.back().text, "shop");
 }
 
 }  // namespace

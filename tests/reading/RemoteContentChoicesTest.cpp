@@ -31,6 +31,9 @@ TEST_F(RemoteContentChoicesTest, ChoicesBySenderAndDomainOutliveTheStoreUntilFor
     auto choices = RemoteContentChoices::open(path());
     EXPECT_TRUE(choices->allowsRemoteContent("ann@news.example"));
     EXPECT_FALSE(choices->allowsRemoteContent("bob@news.example")) << "a sender's choice is that sender's only";
+    EXPECT_TRUE(choices->allowsRemoteContent("\"Bob <bob@news.example>\" <ann@news.example> (Ann)"));
+    for (const char* other : {"bob@news.example (<ann@news.example>)", "Bob <bob@news.example> (\\) <ann@news.example>)"})
+        EXPECT_FALSE(choices->allowsRemoteContent(other)) << other << ": a comment names no sender";
     EXPECT_TRUE(choices->allowsRemoteContent("\"Sales\" <sales@store.example>"));
     EXPECT_FALSE(choices->allowsRemoteContent("x@eu.store.example")) << "a domain's choice is that domain's only";
     EXPECT_EQ(choices->choices(), (std::vector<RemoteContentChoices::Choice>{{Scope::Domain, "store.example"},

@@ -59,6 +59,14 @@ TEST(SafeMessageView, RemoteReferencesFoundWhereverTheyFetch) {
          {"http://x.example/g.png", "//x.example/h.png"},
          "<p style=\"background-image:-webkit-image-set('wren-http://x.example/g.png' 1x, "
          "url(wren-https://x.example/h.png) 2x)/* url(https://x.example/comment) */\">t</p>"},
+        // CSS escapes in names and URLs: the engine reads these as url(http://…) and image-set('https://…').
+        {"<p style=\"background:u\\72 l(\\68ttp://x.example/y.png);mask:image-s\\65t('\\68 ttps://x.example/z\\(1\\).png' 1x)\">t</p>",
+         {"http://x.example/y.png", "https://x.example/z(1).png"},
+         "<p style=\"background:u\\72 l(wren-http://x.example/y.png);mask:image-s\\65t('wren-https://x.example/z\\28 1\\29 .png' 1x)\">t</p>"},
+        // var() puts a custom property's string into the image-set.
+        {"<p style=\"--u: 'https://x.example/v.png'; --t: 'text'; background:image-set(var(--u) 1x)\">t</p>",
+         {"https://x.example/v.png"},
+         "<p style=\"--u: 'wren-https://x.example/v.png'; --t: 'text'; background:image-set(var(--u) 1x)\">t</p>"},
         {"<style>@import \"https://x.example/i.css\"; p { background: url(http://x.example/j.png) }</style>",
          {"https://x.example/i.css", "http://x.example/j.png"},
          "<style>@import \"wren-https://x.example/i.css\"; p { background: url(wren-http://x.example/j.png) }</style>"},
@@ -70,6 +78,15 @@ TEST(SafeMessageView, RemoteReferencesFoundWhereverTheyFetch) {
          {"https://x.example/l.png", "HTTP://x.example/m.svg#a"},
          "<svg><image href=\"wren-https://x.example/l.png\"></image><use xlink:href=\"wren-http://x.example/m.svg#a\">"
          "</use><a href=\"https://x.example/n\">n</a></svg>"},
+        // SVG presentation attributes are CSS values.
+        {"<svg><rect mask=\"url(https://x.example/m.png)\" filter=\"url('//x.example/f.svg#f')\" fill=\"url(#p)\"></rect></svg>",
+         {"https://x.example/m.png", "//x.example/f.svg#f"},
+         "<svg><rect mask=\"url(wren-https://x.example/m.png)\" filter=\"url('wren-https://x.example/f.svg#f')\" fill=\"url(#p)\"></rect></svg>"},
+        {"<svg><rect><set attributeName=\"mask\" to=\"url(https://x.example/s.png)\"></set><animate attributeName=\"mask\" "
+         "values=\"url(http://x.example/a.png);none\"></animate></rect></svg>",
+         {"https://x.example/s.png", "http://x.example/a.png"},
+         "<svg><rect><set attributeName=\"mask\" to=\"url(wren-https://x.example/s.png)\"></set><animate attributeName=\"mask\" "
+         "values=\"url(wren-http://x.example/a.png);none\"></animate></rect></svg>"},
         {"<table background=\"https://x.example/o.png\"><tbody><tr><td>c</td></tr></tbody></table>"
          "<video poster=\"http://x.example/p.png\"></video><object data=\"//x.example/q\"></object>",
          {"https://x.example/o.png", "http://x.example/p.png", "//x.example/q"},
@@ -175,6 +192,29 @@ TEST(SafeMessageView, HostileAttributesFinish) {
     auto done = std::async(std::launch::async, [&] { return prepare(body, true).remoteURLs.size(); });
     ASSERT_EQ(done.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "preparation stalled";
     EXPECT_EQ(done.get(), 2u);
+
+    // SVG style elements each inside the last: the outer one's text holds
+    // them all, and is read once.
+    std::string nested = "<svg>";
+    for (int i = 0; i < 60000; ++i) nested += "<style>a ";
+    nested += "</svg><img src=\"https://x.example/after.png\">";
+    auto sheets = std::async(std::launch::async, [&] { return prepare(nested, true).remoteURLs; });
+    ASSERT_EQ(sheets.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "preparation stalled";
+    EXPECT_EQ(sheets.get(), URLs{"https://x.example/after.png"});
+
+    // Each blocked image is judged for hiding by the styles around it: a
+    // long one around many images is still read once.
+    std::string around = "<div style=\"";
+    for (int i = 0; i < 20000; ++i) around += "color: red; ";
+    around += "\">";
+    for (int i = 0; i < 10000; ++i) around += "<img src=\"https://x.example/a.png\" alt=a>";
+    auto judged = std::async(std::launch::async, [&] { return prepare(around, false).html; });
+    ASSERT_EQ(judged.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "preparation stalled";
+    std::string html = judged.get();
+    std::size_t placeholders = 0;
+    for (std::size_t at = html.find("role=\"img\""); at != std::string::npos; at = html.find("role=\"img\"", at + 1))
+        ++placeholders;
+    EXPECT_EQ(placeholders, 10000u);
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ ZV_EXPORT std::optional<std::string> linkWarning(std::string_view visibleText, s
 ZV_EXPORT std::string registrableDomain(std::string_view host);
 
 struct JudgedLink {
-    std::string text;  // the visible text, white space collapsed
+    std::string text;  // the visible text, white space collapsed (its first 4 KB)
     std::string href;  // as written, white space trimmed
     std::optional<std::string> warning;
 };

@@ -8,7 +8,9 @@
 // - every remote reference (http:, https: and protocol-relative "//" URLs in
 //   src, lowsrc, dynsrc, background, poster, data, SVG href and xlink:href,
 //   each URL of srcset and imagesrcset, url(), image-set() and @import in
-//   style attributes and <style> elements) is counted and rewritten: to the
+//   style attributes, SVG presentation attributes such as mask and filter
+//   and the values SVG animations give them, and <style> elements) is
+//   counted and rewritten: to the
 //   internal schemes (ZVWebViewInternalHTTPSchemeKey, …HTTPS…) when remote
 //   content is allowed, so it is fetched through the scheme handler and the
 //   URL cache, else to the exclusion schemes, which the handler always

@@ -22,6 +22,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace zv {
@@ -59,6 +60,20 @@ ZV_EXPORT std::optional<std::string> withoutTrackingParameters(std::string_view 
 // its style and the styles of the elements around it (inline styles only:
 // head CSS is applied to the content before this runs).
 ZV_EXPORT std::optional<TrackerKind> trackingImageKind(const html::HTMLElement& image);
+
+// trackingImageKind for the many images of one document: each element's
+// style is read once, however many images lie inside it, so judging every
+// image of a message costs one pass over it. It remembers what it read, so
+// it serves one tree while no element's style or hidden attribute changes.
+class ZV_EXPORT TrackingImageJudge {
+public:
+    std::optional<TrackerKind> kindOf(const html::HTMLElement& image);
+
+private:
+    bool hiddenWithin(const html::HTMLElement& element);
+
+    std::unordered_map<const html::HTMLElement*, bool> hidden_;
+};
 
 // Whether an image URL names its reader (see above); `readerAddresses` are
 // the reader's mail addresses, if the host knows them.
