@@ -1,6 +1,7 @@
 #include "CSSURLLocator.h"
 
 #include "ASCIIText.h"
+#include "UTF8.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -31,18 +32,10 @@ bool startsEscape(std::string_view css, std::size_t i) {
     return css[i] == '\\' && i + 1 < css.size() && css[i + 1] != '\n';
 }
 
-void appendUTF8(std::string& out, char32_t c) {
+// What an escape stands for: U+FFFD for zero, a surrogate or past U+10FFFF.
+void appendEscapedCodePoint(std::string& out, char32_t c) {
     if (c == 0 || (c >= 0xD800 && c <= 0xDFFF) || c > 0x10FFFF) c = 0xFFFD;
-    if (c < 0x80) {
-        out += char(c);
-    } else if (c < 0x800) {
-        out += char(0xC0 | (c >> 6)), out += char(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        out += char(0xE0 | (c >> 12)), out += char(0x80 | ((c >> 6) & 0x3F)), out += char(0x80 | (c & 0x3F));
-    } else {
-        out += char(0xF0 | (c >> 18)), out += char(0x80 | ((c >> 12) & 0x3F)), out += char(0x80 | ((c >> 6) & 0x3F));
-        out += char(0x80 | (c & 0x3F));
-    }
+    html::appendUTF8(out, c);
 }
 
 class Scanner {
@@ -153,7 +146,7 @@ std::string cssUnescaped(std::string_view css) {
         if (i + 1 < css.size() && hexDigitValue(css[i + 1]) >= 0) {
             char32_t c = 0;
             for (std::size_t k = i + 1; k < end && hexDigitValue(css[k]) >= 0; ++k) c = c * 16 + hexDigitValue(css[k]);
-            appendUTF8(out, c);
+            appendEscapedCodePoint(out, c);
         } else if (i + 1 < css.size() && css[i + 1] != '\n') {
             out += css[i + 1];
         }
