@@ -86,6 +86,7 @@ private:
 typedef struct {
     std::shared_ptr<HostPageController> controller;
     ZvWebView* webView;  // the wrapper last handed out
+    std::shared_ptr<GTask*> pendingLoad;  // the load_uri_async task not yet answered
 } ZvPageControllerPrivate;
 
 G_DEFINE_TYPE_WITH_PRIVATE(ZvPageController, zv_page_controller, G_TYPE_OBJECT)
@@ -153,7 +154,18 @@ static void zv_page_controller_init(ZvPageController* self)
     p->controller = std::make_shared<HostPageController>(self);
 }
 
+static GTask* takePendingLoad(ZvPageControllerPrivate* p)
+{
+    return p->pendingLoad ? std::exchange(*p->pendingLoad, nullptr) : nullptr;
+}
+
 namespace zv::glib {
+
+void cancelPendingLoad(ZvPageController* controller)
+{
+    if (g_autoptr(GTask) task = takePendingLoad(privateOf(controller)))
+        g_task_return_new_error(task, G_IO_ERROR, G_IO_ERROR_CANCELLED, "the page controller left its window");
+}
 
 // The engine holds the wrapper as long as the engine's controller: a
 // controller made for a page's name has nobody else to keep it.
@@ -244,7 +256,10 @@ char* zv_page_controller_expand_variable(ZvPageController* self, const char* nam
  * @callback: (scope async): called when the page has loaded or failed
  * @user_data: (closure): for @callback
  *
- * Has the window load the page.
+ * Has the window load the page. A load started before this one has
+ * answered, or whose controller leaves the window first, is given up: its
+ * callback gets %G_IO_ERROR_CANCELLED. A controller in no window fails at
+ * once (%ZV_ERROR_LOAD_FAILED).
  */
 void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, GCancellable* cancellable,
                                        GAsyncReadyCallback callback, gpointer user_data)
@@ -256,9 +271,20 @@ void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, 
         g_task_return_new_error(task, ZV_ERROR, ZV_ERROR_INVALID_ARGUMENT, "\"%s\" is not a URL", uri ? uri : "");
         return;
     }
+    // Without a window nothing loads, and the completion would wait for
+    // whichever load a window makes once it is given this controller.
+    if (!privateOf(self)->controller->windowController()) {
+        g_task_return_new_error(task, ZV_ERROR, ZV_ERROR_LOAD_FAILED, "the page controller is in no window");
+        return;
+    }
     // The engine calls back after every later load too: only the first answers.
     auto pending = std::make_shared<GTask*>(static_cast<GTask*>(g_object_ref(task)));
-    privateOf(self)->controller->loadURL(*url, [pending](std::optional<zv::Error> error) {
+    auto* p = privateOf(self);
+    // The engine keeps one completion: a load still waiting loses its own to
+    // this one, so it is answered here or never.
+    g_autoptr(GTask) replaced = takePendingLoad(p);
+    p->pendingLoad = pending;
+    p->controller->loadURL(*url, [pending](std::optional<zv::Error> error) {
         g_autoptr(GTask) task = std::exchange(*pending, nullptr);
         if (!task)
             return;
@@ -267,13 +293,16 @@ void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, 
         else
             g_task_return_boolean(task, TRUE);
     });
+    if (replaced)
+        g_task_return_new_error(replaced, G_IO_ERROR, G_IO_ERROR_CANCELLED, "a later load replaced this one");
 }
 
 /**
  * zv_page_controller_load_uri_finish:
  * @self: a controller
  * @result: the result handed to the callback
- * @error: set when the page could not be loaded (%ZV_ERROR_LOAD_FAILED)
+ * @error: set when the page could not be loaded (%ZV_ERROR_LOAD_FAILED) or
+ *   the load was given up (%G_IO_ERROR_CANCELLED)
  *
  * Returns: %TRUE when the page loaded
  */
@@ -392,6 +421,20 @@ char* zv_page_controller_get_element_content(ZvPageController* self, const char*
     return zv::glib::newText(value->is_string() ? value->get<std::string>() : value->dump());
 }
 
+// The engine writes a value into a script string escaping line breaks and
+// double quotes but leaving backslashes to its callers.
+static std::string backslashesEscaped(std::string_view value)
+{
+    std::string escaped;
+    escaped.reserve(value.size());
+    for (char c : value) {
+        if (c == '\\')
+            escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
+}
+
 /**
  * zv_page_controller_set_element_content:
  * @self: a controller whose page has loaded
@@ -404,7 +447,7 @@ void zv_page_controller_set_element_content(ZvPageController* self, const char* 
 {
     g_return_if_fail(ZV_IS_PAGE_CONTROLLER(self));
     privateOf(self)->controller->setContentOfElementId(zv::glib::Utf8Input(element_id).view(),
-                                                       zv::glib::Utf8Input(text).view());
+                                                       backslashesEscaped(zv::glib::Utf8Input(text).view()));
 }
 
 /**
@@ -419,7 +462,7 @@ void zv_page_controller_set_element_html(ZvPageController* self, const char* ele
 {
     g_return_if_fail(ZV_IS_PAGE_CONTROLLER(self));
     privateOf(self)->controller->setHtmlOfElementId(zv::glib::Utf8Input(element_id).view(),
-                                                    zv::glib::Utf8Input(html).view());
+                                                    backslashesEscaped(zv::glib::Utf8Input(html).view()));
 }
 
 /**

@@ -54,6 +54,8 @@ GtkWidget* findViewOf(ZvFindController* controller);
 std::shared_ptr<ZVWebPageController> pageControllerOf(ZvPageController* controller);
 // The wrapper of a controller from pageControllerOf (transfer none), or NULL.
 ZvPageController* pageControllerWrapper(const std::shared_ptr<ZVWebPageController>& controller);
+// Answers a load_uri_async still waiting: its controller leaves its window.
+void cancelPendingLoad(ZvPageController* controller);
 // A reference to the one wrapper of `view`, made on first request.
 ZvWebView* wrapWebView(const std::shared_ptr<ZVWebView>& view);
 

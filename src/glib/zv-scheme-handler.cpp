@@ -207,7 +207,8 @@ ZvSchemeHandler* zv_scheme_handler_new(void)
     };
     delegate->reportedLoadProgress = [ref](zv::ZVWebViewURLSchemeHandler&, double progress) {
         g_autoptr(GObject) self = static_cast<GObject*>(g_weak_ref_get(ref.get()));
-        if (!self)
+        // A load answered when every other one had been already leaves 1 at 1.
+        if (!self || ZV_SCHEME_HANDLER(self)->p->progress == progress)
             return;
         ZV_SCHEME_HANDLER(self)->p->progress = progress;
         g_object_notify_by_pspec(self, properties[PROP_PROGRESS]);

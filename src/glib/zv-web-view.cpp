@@ -178,8 +178,16 @@ static gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, W
         return FALSE;
     const char* uri = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
     webkit_policy_decision_ignore(decision);
-    g_signal_emit(ZV_WEB_VIEW(data), signals[SIGNAL_LINK_CLICKED], 0, uri);
+    g_autoptr(GObject) self = static_cast<GObject*>(g_weak_ref_get(static_cast<GWeakRef*>(data)));
+    if (self)
+        g_signal_emit(self, signals[SIGNAL_LINK_CLICKED], 0, uri);
     return TRUE;
+}
+
+static void freeWeakRef(gpointer data, GClosure*)
+{
+    g_weak_ref_clear(static_cast<GWeakRef*>(data));
+    g_free(data);
 }
 
 namespace zv::glib {
@@ -241,8 +249,12 @@ ZvWebView* zv_web_view_new_safe(ZvWebView* related)
     if (related)
         configuration.relatedView = zv::GObjectRef<WebKitWebView>::ref(zv_web_view_get_web_view(related));
     auto* self = zv::glib::wrapWebView(zv::ZVWebView::create(configuration));
-    g_signal_connect_object(zv_web_view_get_web_view(self), "decide-policy", G_CALLBACK(onDecidePolicy), self,
-                            GConnectFlags(0));
+    // The packed widget may outlive the wrapper: its links stay refused
+    // then, with nobody left to hear of them.
+    auto* wrapper = g_new0(GWeakRef, 1);
+    g_weak_ref_init(wrapper, self);
+    g_signal_connect_data(zv_web_view_get_web_view(self), "decide-policy", G_CALLBACK(onDecidePolicy), wrapper,
+                          freeWeakRef, GConnectFlags(0));
     return self;
 }
 
@@ -392,6 +404,20 @@ gboolean zv_web_view_add_search_scripts(ZvWebView* self)
     return self->p->view->addSearchUserScripts();
 }
 
+// The engine puts the search text between backquotes as it is: the
+// characters a template literal reads as syntax are escaped here.
+static std::string templateLiteralText(std::string_view text)
+{
+    std::string escaped;
+    escaped.reserve(text.size());
+    for (char c : text) {
+        if (c == '\\' || c == '`' || c == '$')
+            escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
+}
+
 /**
  * zv_web_view_highlight:
  * @self: a view
@@ -403,7 +429,7 @@ gboolean zv_web_view_add_search_scripts(ZvWebView* self)
 void zv_web_view_highlight(ZvWebView* self, const char* text, ZvFindStyle style)
 {
     g_return_if_fail(ZV_IS_WEB_VIEW(self));
-    self->p->view->highlightOccurrencesOfString(zv::glib::Utf8Input(text).view(), style);
+    self->p->view->highlightOccurrencesOfString(templateLiteralText(zv::glib::Utf8Input(text).view()), style);
 }
 
 /**

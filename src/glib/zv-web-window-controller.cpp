@@ -56,6 +56,13 @@ static ZvPageController* createRegisteredPageController(ZvWebWindowController* s
     return page == p->pages.end() ? nullptr : ZV_PAGE_CONTROLLER(g_object_new(page->second, nullptr));
 }
 
+// The window's controller is about to be replaced.
+static void leaveWindow(ZvWebWindowController* self)
+{
+    if (ZvPageController* current = zv::glib::pageControllerWrapper(privateOf(self)->window->pageController()))
+        zv::glib::cancelPendingLoad(current);
+}
+
 static void openWithDesktop(ZvWebWindowController*, const char* uri)
 {
     g_autoptr(GError) error = nullptr;
@@ -74,7 +81,10 @@ static void zv_web_window_controller_constructed(GObject* object)
     p->webView = zv::glib::wrapWebView(p->window->webView());
     p->window->setPageControllerFactory([self](const std::string& name) -> std::shared_ptr<zv::ZVWebPageController> {
         g_autoptr(ZvPageController) controller = zv_web_window_controller_create_page_controller(self, name.c_str());
-        return controller ? zv::glib::pageControllerOf(controller) : nullptr;
+        if (!controller)
+            return nullptr;
+        leaveWindow(self);  // the engine puts the new one in its place
+        return zv::glib::pageControllerOf(controller);
     });
     p->window->setURLOpener([self](const zv::URL& url) {
         zv_web_window_controller_open_uri(self, url.string().c_str());
@@ -90,6 +100,7 @@ static void zv_web_window_controller_dispose(GObject* object)
         p->window->setPageControllerFactory(nullptr);
         p->window->setURLOpener(nullptr);
         p->window->closeWindow();
+        leaveWindow(ZV_WEB_WINDOW_CONTROLLER(object));
         p->window->setPageController(nullptr);
     }
     p->window.reset();
@@ -178,6 +189,8 @@ void zv_web_window_controller_set_page_controller(ZvWebWindowController* self, Z
 {
     g_return_if_fail(ZV_IS_WEB_WINDOW_CONTROLLER(self));
     g_return_if_fail(ZV_IS_PAGE_CONTROLLER(controller));
+    if (controller != zv_web_window_controller_get_page_controller(self))
+        leaveWindow(self);
     privateOf(self)->window->setPageController(zv::glib::pageControllerOf(controller));
 }
 

@@ -1,6 +1,8 @@
 # ZvWebView and ZvFindController from Python in a real window (the test runs
 # under a virtual display): a message loads, find counts its matches across
 # two views, and a click in the page arrives as a signal. Waits are bounded.
+import gc
+import socket
 import time
 
 import gi
@@ -93,6 +95,23 @@ def test_links_stay_with_the_host(views):
     assert clicked == ["https://example.org/"]
     assert first.props.web_view.get_uri() == "about:blank"
 
+
+
+def test_a_dropped_safe_view_keeps_its_page(views):
+    # The host packs the engine's widget and lets the wrapper go.
+    view = Zv.WebView.new_safe(views[0])
+    web = view.props.web_view
+    window = Gtk.Window(child=web)
+    window.present()
+    loaded(view, '<a id="go" href="https://example.org/">go</a>')
+    del view
+    gc.collect()
+    started = []
+    web.connect("load-changed", lambda _, event: started.append(event))
+    web.evaluate_javascript("document.getElementById('go').click()", -1, None, None, None)
+    wait_until(lambda: started, 2)
+    assert (started, web.get_uri()) == ([], "about:blank")
+    window.destroy()
 
 class Message(GObject.Object, Zv.MessageItem):
     """A message of the host's conversation: counted by hand until a step
@@ -233,6 +252,8 @@ def test_page_controller_subclass(tmp_path):
     assert page.calls.index("will-load") < page.calls.index(("greet", {"who": "Ana"}))
     assert wait_until(lambda: "did-load" in page.calls)
     assert page.get_element_content("hello") == "Hello, Ana"
+    page.set_element_content("hello", r"C:\new\table")
+    assert page.get_element_content("hello") == r"C:\new\table"
     assert window.get_window().get_title() == "Greetings"
     assert page.get_web_view() is window.get_web_view()
 
@@ -244,6 +265,36 @@ def test_page_controller_subclass(tmp_path):
     view.evaluate_javascript("WindowController.setPageControllerClassName('Farewell')", -1, None, None, None)
     assert wait_until(lambda: type(window.get_page_controller()) is FarewellPage)
     assert window.get_page_controller().calls == ["did-load"]
+    window.close()
+
+
+def test_a_load_given_up_still_answers(tmp_path):
+    if not Gtk.init_check():
+        pytest.skip("no display")
+    window = Zv.WebWindowController.new()
+    page = window.get_page_controller()
+    answers = {}
+
+    def load(name):
+        (tmp_path / f"{name}.html").write_text(f"<p>{name}</p>")
+
+        def done(controller, result):
+            try:
+                answer = "loaded" if controller.load_uri_finish(result) else "not loaded"
+            except GLib.Error as error:
+                answer = "cancelled" if error.matches(Gio.io_error_quark(), Gio.IOErrorEnum.CANCELLED) else error.message
+            answers.setdefault(name, []).append(answer)
+        page.load_uri_async((tmp_path / f"{name}.html").as_uri(), None, done)
+
+    # The second load starts before the first has answered: both callbacks run, once.
+    load("One")
+    load("Two")
+    assert wait_until(lambda: len(answers) == 2), answers
+    # The window takes another controller before the third answers.
+    load("Three")
+    window.set_page_controller(Zv.PageController.new())
+    assert wait_until(lambda: len(answers) == 3), answers
+    assert answers == {"One": ["cancelled"], "Two": ["loaded"], "Three": ["cancelled"]}
     window.close()
 
 
@@ -281,3 +332,32 @@ def test_message_parts_by_content_id(views):
         -1, None, None, None, measured)
     assert wait_until(lambda: widths)
     assert widths == ["24,24"] and store.asked == ["cid:stored@x"]
+
+
+def test_progress_notifies_only_changes(views):
+    # A port just freed refuses at once: each load fails, and each answer leaves every load done.
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        port = probe.getsockname()[1]
+    view = Zv.WebView.new_safe(views[0])
+    handler = Zv.SchemeHandler.new()
+    handler.attach(view)
+    seen = []
+    handler.connect("notify::progress", lambda source, _: seen.append(source.props.progress))
+    for count, name in enumerate(("a", "b"), 1):
+        loaded(view, f'<img src="wren-http://127.0.0.1:{port}/{name}.png">')
+        assert wait_until(lambda: len(handler.get_completed_loads()) == count), handler.get_pending_loads()
+    assert seen == [1.0]
+
+
+def test_highlight_takes_text_as_written(views):
+    view = Zv.WebView.new_safe(views[0])
+    assert view.add_search_scripts()
+    loaded(view, r"<p>Type `echo ${HOME}` or \d, then `echo ${HOME}` when done.</p>")
+    counts = []
+    # Backquotes, "${" and backslashes are the script literal's own syntax: each must arrive as written.
+    for text in ("`echo ${HOME}`", "\\d"):
+        view.highlight(text, Zv.FindStyle.CONTAINS)
+        view.count_matches_async(None, lambda v, result: counts.append(v.count_matches_finish(result)))
+    assert wait_until(lambda: len(counts) == 2)
+    assert counts == [2, 1]

@@ -184,6 +184,8 @@ def cancelled():
      lambda _, result: Zv.text_snippet_for_stream_finish(result), Gio.IOErrorEnum.CANCELLED),
     (lambda done: Zv.PageController.new().load_uri_async("no url", None, done),
      lambda page, result: page.load_uri_finish(result), Zv.Error.INVALID_ARGUMENT),
+    (lambda done: Zv.PageController.new().load_uri_async("file:///tmp/About.html", None, done),
+     lambda page, result: page.load_uri_finish(result), Zv.Error.LOAD_FAILED),
 ])
 def test_async_answers(start, finish, answer):
     got = finish_async(start, finish)
