@@ -312,13 +312,41 @@ static ZvDomEvent domEventOf(zv::EventType type)
     }
 }
 
+// The engine puts each selector between single quotes as it is.
+static std::vector<std::string> singleQuotedTexts(const char* const* selectors)
+{
+    std::vector<std::string> escaped;
+    for (const std::string& selector : zv::glib::stringList(selectors)) {
+        std::string text;
+        text.reserve(selector.size());
+        for (char c : selector) {
+            switch (c) {
+            case '\\':
+            case '\'':
+                text += '\\';
+                text += c;
+                break;
+            case '\n':
+                text += "\\n";
+                break;
+            case '\r':
+                text += "\\r";
+                break;
+            default:
+                text += c;
+            }
+        }
+        escaped.push_back(std::move(text));
+    }
+    return escaped;
+}
+
 /**
  * zv_web_view_set_event_selectors:
  * @self: a view
  * @event: the page event
  * @selectors: (array zero-terminated=1) (nullable): CSS selectors of the
- *   elements whose @event is reported; none stops reporting it. A selector
- *   must not contain a single quote.
+ *   elements whose @event is reported; none stops reporting it.
  *
  * Chooses the elements #ZvWebView::event reports @event for. Takes effect
  * with the next load: the page script is installed at document start.
@@ -326,7 +354,7 @@ static ZvDomEvent domEventOf(zv::EventType type)
 void zv_web_view_set_event_selectors(ZvWebView* self, ZvDomEvent event, const char* const* selectors)
 {
     g_return_if_fail(ZV_IS_WEB_VIEW(self));
-    self->p->selectors[event] = zv::glib::stringList(selectors);
+    self->p->selectors[event] = singleQuotedTexts(selectors);
     // A new delegate: the view rebuilds its page script only for a new one.
     auto delegate = std::make_shared<zv::ZVWebViewEventDelegate>();
     auto table = self->p->selectors;

@@ -14,7 +14,7 @@ from gi.repository import Gio, GLib, GObject, Gtk, WebKit, Zv  # noqa: E402
 import pytest  # noqa: E402
 
 FIRST = ('<html><head><title>Lunch</title></head><body><p class="note">Noon suits me.</p>'
-         '<p>See you at noon, by the terrace.</p></body></html>')
+         '<p>See you at noon, by the <b class="place:main" title="it\'s">terrace</b>.</p></body></html>')
 SECOND = '<html><body><p>Is noon too early?</p><p>Or later?</p></body></html>'
 
 
@@ -45,7 +45,8 @@ def views():
     second = Zv.WebView.new_safe(first)
     for view in (first, second):
         assert view.add_search_scripts()
-    first.set_event_selectors(Zv.DomEvent.CLICK, ["p.note"])
+    # Selectors as CSS writes them: an escaped colon, a quote in a string.
+    first.set_event_selectors(Zv.DomEvent.CLICK, ["p.note", 'b.place\\:main[title="it\'s"]'])
     box = Gtk.Box(orientation=Gtk.Orientation.VERTICAL)
     for view in (first, second):
         view.props.web_view.set_vexpand(True)
@@ -77,12 +78,12 @@ def test_click_reaches_the_host(views):
     first, _ = views
     events = []
     first.connect("event", lambda _, kind, info: events.append((kind, info.unpack())))
-    first.props.web_view.evaluate_javascript("document.querySelector('p.note').click()", -1, None, None, None)
-    assert wait_until(lambda: events), "no event arrived"
-    kind, info = events[0]
-    assert kind == Zv.DomEvent.CLICK
-    assert (info["eventType"], info["elementTag"], info["elementClass"]) == ("click", "P", "note")
-    assert info["webView"] == first.props.identifier
+    first.props.web_view.evaluate_javascript("document.querySelector('p.note').click();"
+                                             "document.querySelector('b').click()", -1, None, None, None)
+    assert wait_until(lambda: len(events) == 2), "no event arrived"
+    assert [(kind, info["eventType"], info["elementTag"], info["elementClass"]) for kind, info in events] == [
+        (Zv.DomEvent.CLICK, "click", "P", "note"), (Zv.DomEvent.CLICK, "click", "B", "place:main")]
+    assert events[0][1]["webView"] == first.props.identifier
 
 
 def test_links_stay_with_the_host(views):
