@@ -2,6 +2,8 @@
 
 #include <zv/scheme/URLCache.h>
 
+#include <vector>
+
 /**
  * ZvUrlCache:
  *
@@ -64,30 +66,43 @@ ZvUrlCache* zv_url_cache_new(const char* path, gint64 capacity)
  *
  * Returns: (transfer none): the shared cache
  */
+// One wrapper for the process at a time, replaced when the shared cache is.
+// A wrapper once handed out is never freed: it is transfer none, and another
+// thread may still be using it. Hosts replace the shared cache once or twice.
+static GMutex sharedLock;
+static ZvUrlCache* sharedWrapper;
+static std::vector<ZvUrlCache*> retiredWrappers;
+
+static void replaceSharedWrapper(ZvUrlCache* wrapper)
+{
+    if (sharedWrapper)
+        retiredWrappers.push_back(sharedWrapper);
+    sharedWrapper = wrapper;
+}
+
 ZvUrlCache* zv_url_cache_get_shared(void)
 {
-    // One wrapper for the process, replaced when the shared cache is.
-    static GMutex lock;
-    static ZvUrlCache* shared;
-    g_autoptr(GMutexLocker) locker = g_mutex_locker_new(&lock);
+    g_autoptr(GMutexLocker) locker = g_mutex_locker_new(&sharedLock);
     auto cache = zv::URLCache::shared();
-    if (!shared || *shared->cache != cache) {
-        g_clear_object(&shared);
-        shared = wrap(std::move(cache));
-    }
-    return shared;
+    if (!sharedWrapper || *sharedWrapper->cache != cache)
+        replaceSharedWrapper(wrap(std::move(cache)));
+    return sharedWrapper;
 }
 
 /**
  * zv_url_cache_set_shared:
  * @cache: the cache the scheme handlers use from now on
  *
- * Replaces the shared cache.
+ * Replaces the shared cache. zv_url_cache_get_shared() answers @cache from
+ * now on; what it answered before stays usable.
  */
 void zv_url_cache_set_shared(ZvUrlCache* cache)
 {
     g_return_if_fail(ZV_IS_URL_CACHE(cache));
+    g_autoptr(GMutexLocker) locker = g_mutex_locker_new(&sharedLock);
     zv::URLCache::setShared(*cache->cache);
+    if (cache != sharedWrapper)
+        replaceSharedWrapper(ZV_URL_CACHE(g_object_ref(cache)));
 }
 
 /**

@@ -46,6 +46,17 @@ main (void)
   g_autofree char *second = items->len == 2 ? zv_html_element_get_text_content (items->pdata[1]) : NULL;
   expect ("select", second, "b");
 
+  /* The shared cache, replaced while a wrapper of the one before is held. */
+  g_autofree char *folder = g_dir_make_tmp ("zv-test-XXXXXX", NULL);
+  g_setenv ("XDG_CACHE_HOME", folder, TRUE);
+  ZvUrlCache *before = zv_url_cache_get_shared ();
+  g_autofree char *path = g_build_filename (folder, "other.sqlite", NULL);
+  g_autoptr(ZvUrlCache) other = zv_url_cache_new (path, 0);
+  zv_url_cache_set_shared (other);
+  expect ("shared cache", zv_url_cache_get_shared () == other ? "the one set" : "another", "the one set");
+  g_autoptr(GBytes) stored = zv_url_cache_lookup (before, "https://example.org/", NULL, NULL);
+  expect ("cache replaced", stored ? "a body" : NULL, NULL);
+
   if (failures == 0)
     printf ("%s\n", preview);
   return failures ? 1 : 0;
