@@ -29,8 +29,9 @@ std::string defaultPath() {
 // Where the address of "Name <a@b>" or "a@b (Name)" stands: within the
 // angle brackets when there are some, else the whole. Quoted strings and
 // comments belong to the name and never give the address, so
-// "a@b (<c@d>)" and "Ann <a@b> (<c@d>)" are from a@b.
-std::string addressPart(std::string_view sender) {
+// "a@b (<c@d>)" and "Ann <a@b> (<c@d>)" are from a@b. A "(" never closed,
+// as in "Ann :-( <a@b>", is read again as a plain character.
+std::string addressPart(std::string_view sender, bool readComments = true) {
     std::string outside, angled;
     std::optional<std::string> found;
     bool inAngle = false, quoted = false;
@@ -46,7 +47,7 @@ std::string addressPart(std::string_view sender) {
         } else if (quoted || c == '"') {
             quoted = quoted ? c != '"' : true;
             text += c;
-        } else if (c == '(') {
+        } else if (c == '(' && readComments) {
             comments = 1;
         } else if (c == '<') {
             inAngle = true;
@@ -58,6 +59,7 @@ std::string addressPart(std::string_view sender) {
             text += c;
         }
     }
+    if (comments) return addressPart(sender, false);
     if (inAngle) return angled;  // an unclosed "<a@b" still names a@b
     return found ? *found : outside;
 }

@@ -32,6 +32,7 @@ TEST_F(RemoteContentChoicesTest, ChoicesBySenderAndDomainOutliveTheStoreUntilFor
     EXPECT_TRUE(choices->allowsRemoteContent("ann@news.example"));
     EXPECT_FALSE(choices->allowsRemoteContent("bob@news.example")) << "a sender's choice is that sender's only";
     EXPECT_TRUE(choices->allowsRemoteContent("\"Bob <bob@news.example>\" <ann@news.example> (Ann)"));
+    EXPECT_TRUE(choices->allowsRemoteContent("Ann :-( <ann@news.example>")) << "a \"(\" never closed opens no comment";
     for (const char* other : {"bob@news.example (<ann@news.example>)", "Bob <bob@news.example> (\\) <ann@news.example>)"})
         EXPECT_FALSE(choices->allowsRemoteContent(other)) << other << ": a comment names no sender";
     EXPECT_TRUE(choices->allowsRemoteContent("\"Sales\" <sales@store.example>"));
