@@ -159,12 +159,35 @@ static GTask* takePendingLoad(ZvPageControllerPrivate* p)
     return p->pendingLoad ? std::exchange(*p->pendingLoad, nullptr) : nullptr;
 }
 
+// Answers a load given up from the task's own main context, later: called
+// from a dispatched source, GTask would run the callback at once, inside the
+// host's call that replaced the load.
+static void answerCancelledLater(GTask* task, const char* why)
+{
+    struct Answer {
+        GTask* task;
+        const char* why;
+    };
+    GSource* idle = g_idle_source_new();
+    g_source_set_callback(
+        idle,
+        [](gpointer data) -> gboolean {
+            std::unique_ptr<Answer> answer(static_cast<Answer*>(data));
+            g_autoptr(GTask) task = answer->task;
+            g_task_return_new_error(task, G_IO_ERROR, G_IO_ERROR_CANCELLED, "%s", answer->why);
+            return G_SOURCE_REMOVE;
+        },
+        new Answer{task, why}, nullptr);
+    g_source_attach(idle, g_task_get_context(task));
+    g_source_unref(idle);
+}
+
 namespace zv::glib {
 
 void cancelPendingLoad(ZvPageController* controller)
 {
-    if (g_autoptr(GTask) task = takePendingLoad(privateOf(controller)))
-        g_task_return_new_error(task, G_IO_ERROR, G_IO_ERROR_CANCELLED, "the page controller left its window");
+    if (GTask* task = takePendingLoad(privateOf(controller)))
+        answerCancelledLater(task, "the page controller left its window");
 }
 
 // The engine holds the wrapper as long as the engine's controller: a
@@ -282,7 +305,8 @@ void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, 
     auto* p = privateOf(self);
     // The engine keeps one completion: a load still waiting loses its own to
     // this one, so it is answered here or never.
-    g_autoptr(GTask) replaced = takePendingLoad(p);
+    if (GTask* replaced = takePendingLoad(p))
+        answerCancelledLater(replaced, "a later load replaced this one");
     p->pendingLoad = pending;
     p->controller->loadURL(*url, [pending](std::optional<zv::Error> error) {
         g_autoptr(GTask) task = std::exchange(*pending, nullptr);
@@ -293,8 +317,6 @@ void zv_page_controller_load_uri_async(ZvPageController* self, const char* uri, 
         else
             g_task_return_boolean(task, TRUE);
     });
-    if (replaced)
-        g_task_return_new_error(replaced, G_IO_ERROR, G_IO_ERROR_CANCELLED, "a later load replaced this one");
 }
 
 /**

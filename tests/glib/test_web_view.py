@@ -287,9 +287,21 @@ def test_a_load_given_up_still_answers(tmp_path):
             answers.setdefault(name, []).append(answer)
         page.load_uri_async((tmp_path / f"{name}.html").as_uri(), None, done)
 
+    def from_main_loop(step):
+        # As a host's handlers run: from a dispatched source, where no answer may come inside the call.
+        unchanged = []
+
+        def run():
+            before = {name: list(got) for name, got in answers.items()}
+            step()
+            unchanged.append(before == answers)
+            return GLib.SOURCE_REMOVE
+        GLib.idle_add(run)
+        assert wait_until(lambda: unchanged) and unchanged == [True], answers
+
     # The second load starts before the first has answered: both callbacks run, once.
     load("One")
-    load("Two")
+    from_main_loop(lambda: load("Two"))
     assert wait_until(lambda: len(answers) == 2), answers
     # The window takes another controller before the third answers.
     load("Three")
