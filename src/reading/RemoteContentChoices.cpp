@@ -1,12 +1,13 @@
 #include <zv/reading/RemoteContentChoices.h>
 
+#include "../text/CaseMapping.h"
+
 #include <zv/foundation/Log.h>
 
 #include <glib.h>
 #include <glib/gstdio.h>
 #include <sqlite3.h>
 
-#include <algorithm>
 #include <cctype>
 #include <optional>
 
@@ -72,10 +73,7 @@ std::optional<std::string> bareAddress(std::string_view written) {
     while (!sender.empty() && std::isspace(static_cast<unsigned char>(sender.back()))) sender.remove_suffix(1);
     std::size_t at = sender.rfind('@');
     if (at == std::string_view::npos || at == 0 || at + 1 == sender.size()) return std::nullopt;
-    std::string address(sender);
-    std::transform(address.begin(), address.end(), address.begin(),
-                   [](unsigned char c) { return char(std::tolower(c)); });
-    return address;
+    return textcase::lowercase(sender);
 }
 
 std::string valueFor(const std::string& address, RemoteContentChoices::Scope scope) {

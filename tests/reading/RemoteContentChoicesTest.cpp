@@ -45,6 +45,9 @@ TEST_F(RemoteContentChoicesTest, ChoicesBySenderAndDomainOutliveTheStoreUntilFor
     EXPECT_FALSE(choices->allowsRemoteContent("ann@news.example"));
     choices->forgetAll();
     EXPECT_TRUE(choices->choices().empty());
+
+    EXPECT_TRUE(choices->alwaysAllow("Zoë <ZOË@ÉCOLE.example>", Scope::Sender));
+    EXPECT_TRUE(choices->allowsRemoteContent("zoë@école.example")) << "letters beyond ASCII are lower-cased too";
 }
 
 TEST_F(RemoteContentChoicesTest, ADamagedFileIsSetAsideAndAFreshStoreStarts) {
