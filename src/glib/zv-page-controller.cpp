@@ -443,20 +443,6 @@ char* zv_page_controller_get_element_content(ZvPageController* self, const char*
     return zv::glib::newText(value->is_string() ? value->get<std::string>() : value->dump());
 }
 
-// The engine writes a value into a script string escaping line breaks and
-// double quotes but leaving backslashes to its callers.
-static std::string backslashesEscaped(std::string_view value)
-{
-    std::string escaped;
-    escaped.reserve(value.size());
-    for (char c : value) {
-        if (c == '\\')
-            escaped += '\\';
-        escaped += c;
-    }
-    return escaped;
-}
-
 /**
  * zv_page_controller_set_element_content:
  * @self: a controller whose page has loaded
@@ -468,8 +454,9 @@ static std::string backslashesEscaped(std::string_view value)
 void zv_page_controller_set_element_content(ZvPageController* self, const char* element_id, const char* text)
 {
     g_return_if_fail(ZV_IS_PAGE_CONTROLLER(self));
-    privateOf(self)->controller->setContentOfElementId(zv::glib::Utf8Input(element_id).view(),
-                                                       backslashesEscaped(zv::glib::Utf8Input(text).view()));
+    // The engine escapes line breaks and double quotes but leaves backslashes to its callers.
+    std::string value = zv::glib::scriptLiteralText(zv::glib::Utf8Input(text).view(), "\\");
+    privateOf(self)->controller->setContentOfElementId(zv::glib::Utf8Input(element_id).view(), value);
 }
 
 /**
@@ -483,8 +470,9 @@ void zv_page_controller_set_element_content(ZvPageController* self, const char* 
 void zv_page_controller_set_element_html(ZvPageController* self, const char* element_id, const char* html)
 {
     g_return_if_fail(ZV_IS_PAGE_CONTROLLER(self));
-    privateOf(self)->controller->setHtmlOfElementId(zv::glib::Utf8Input(element_id).view(),
-                                                    backslashesEscaped(zv::glib::Utf8Input(html).view()));
+    // The engine escapes line breaks and double quotes but leaves backslashes to its callers.
+    std::string value = zv::glib::scriptLiteralText(zv::glib::Utf8Input(html).view(), "\\");
+    privateOf(self)->controller->setHtmlOfElementId(zv::glib::Utf8Input(element_id).view(), value);
 }
 
 /**

@@ -30,6 +30,21 @@ std::vector<std::string> stringList(const char* const* strv)
     return list;
 }
 
+std::string scriptLiteralText(std::string_view text, std::string_view special)
+{
+    std::string escaped;
+    escaped.reserve(text.size());
+    for (char c : text) {
+        if (special.find(c) == special.npos) {
+            escaped += c;
+            continue;
+        }
+        escaped += '\\';
+        escaped += c == '\n' ? 'n' : c == '\r' ? 'r' : c;
+    }
+    return escaped;
+}
+
 char** newStrv(const std::vector<std::string>& strings)
 {
     char** strv = g_new0(char*, strings.size() + 1);

@@ -37,6 +37,10 @@ private:
 // A newly allocated copy for the caller to g_free.
 char* newText(std::string_view text);
 std::vector<std::string> stringList(const char* const* strv);
+// `text` for a script literal the engine writes it into as it is: a backslash
+// before each character of `special`, a line feed or carriage return among
+// them written as \n or \r.
+std::string scriptLiteralText(std::string_view text, std::string_view special);
 char** newStrv(const std::vector<std::string>& strings);
 
 // Dictionaries become a{sv}, arrays av, null an empty maybe.

@@ -58,14 +58,6 @@ ZvUrlCache* zv_url_cache_new(const char* path, gint64 capacity)
     return wrap(zv::URLCache::open(path, capacity > 0 ? capacity : zv::URLCache::kDefaultCapacity));
 }
 
-/**
- * zv_url_cache_get_shared:
- *
- * The cache every scheme handler uses: by default
- * `$XDG_CACHE_HOME/<program name>/URLCache.sqlite`, opened on first use.
- *
- * Returns: (transfer none): the shared cache
- */
 // One wrapper for the process at a time, replaced when the shared cache is.
 // A wrapper once handed out is never freed: it is transfer none, and another
 // thread may still be using it. Hosts replace the shared cache once or twice.
@@ -80,6 +72,14 @@ static void replaceSharedWrapper(ZvUrlCache* wrapper)
     sharedWrapper = wrapper;
 }
 
+/**
+ * zv_url_cache_get_shared:
+ *
+ * The cache every scheme handler uses: by default
+ * `$XDG_CACHE_HOME/<program name>/URLCache.sqlite`, opened on first use.
+ *
+ * Returns: (transfer none): the shared cache
+ */
 ZvUrlCache* zv_url_cache_get_shared(void)
 {
     g_autoptr(GMutexLocker) locker = g_mutex_locker_new(&sharedLock);

@@ -312,35 +312,6 @@ static ZvDomEvent domEventOf(zv::EventType type)
     }
 }
 
-// The engine puts each selector between single quotes as it is.
-static std::vector<std::string> singleQuotedTexts(const char* const* selectors)
-{
-    std::vector<std::string> escaped;
-    for (const std::string& selector : zv::glib::stringList(selectors)) {
-        std::string text;
-        text.reserve(selector.size());
-        for (char c : selector) {
-            switch (c) {
-            case '\\':
-            case '\'':
-                text += '\\';
-                text += c;
-                break;
-            case '\n':
-                text += "\\n";
-                break;
-            case '\r':
-                text += "\\r";
-                break;
-            default:
-                text += c;
-            }
-        }
-        escaped.push_back(std::move(text));
-    }
-    return escaped;
-}
-
 /**
  * zv_web_view_set_event_selectors:
  * @self: a view
@@ -354,7 +325,11 @@ static std::vector<std::string> singleQuotedTexts(const char* const* selectors)
 void zv_web_view_set_event_selectors(ZvWebView* self, ZvDomEvent event, const char* const* selectors)
 {
     g_return_if_fail(ZV_IS_WEB_VIEW(self));
-    self->p->selectors[event] = singleQuotedTexts(selectors);
+    // The engine puts each selector between single quotes as it is.
+    auto& escaped = self->p->selectors[event];
+    escaped.clear();
+    for (const std::string& selector : zv::glib::stringList(selectors))
+        escaped.push_back(zv::glib::scriptLiteralText(selector, "\\'\n\r"));
     // A new delegate: the view rebuilds its page script only for a new one.
     auto delegate = std::make_shared<zv::ZVWebViewEventDelegate>();
     auto table = self->p->selectors;
@@ -432,20 +407,6 @@ gboolean zv_web_view_add_search_scripts(ZvWebView* self)
     return self->p->view->addSearchUserScripts();
 }
 
-// The engine puts the search text between backquotes as it is: the
-// characters a template literal reads as syntax are escaped here.
-static std::string templateLiteralText(std::string_view text)
-{
-    std::string escaped;
-    escaped.reserve(text.size());
-    for (char c : text) {
-        if (c == '\\' || c == '`' || c == '$')
-            escaped += '\\';
-        escaped += c;
-    }
-    return escaped;
-}
-
 /**
  * zv_web_view_highlight:
  * @self: a view
@@ -457,7 +418,9 @@ static std::string templateLiteralText(std::string_view text)
 void zv_web_view_highlight(ZvWebView* self, const char* text, ZvFindStyle style)
 {
     g_return_if_fail(ZV_IS_WEB_VIEW(self));
-    self->p->view->highlightOccurrencesOfString(templateLiteralText(zv::glib::Utf8Input(text).view()), style);
+    // The engine puts the search text between backquotes as it is.
+    self->p->view->highlightOccurrencesOfString(zv::glib::scriptLiteralText(zv::glib::Utf8Input(text).view(), "\\`$"),
+                                                style);
 }
 
 /**
