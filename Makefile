@@ -7,7 +7,7 @@ ZVWK = $(BUILD)/zvwk
 # Lets checkouts side by side share ccache's objects (paths become relative).
 export CCACHE_BASEDIR ?= $(abspath $(CURDIR)/..)
 
-.PHONY: run test deps configure build fuzz fuzz-build fuzz-all reliability bench asan docs clean
+.PHONY: run test deps configure build fuzz fuzz-build fuzz-run fuzz-all reliability bench asan docs clean
 
 # Only what the demonstration runs: the zvwk target, not the tests and
 # benchmarks a full build adds.
@@ -37,12 +37,14 @@ asan:
 # folders to the target's committed seeds (fuzz/seeds/<target>) and its
 # corpus in build-fuzz (e.g. FUZZ_SEEDS="samples /path/to/mail"), FUZZ_FLAGS
 # more libFuzzer flags.
-# fuzz-all runs every target in turn.
+# fuzz-all runs every target, as many at once as there are cores, each
+# target's output printed whole when it ends.
 FUZZ_TARGETS = fuzz_parser fuzz_plaintext fuzz_snippet fuzz_selector fuzz_headcss fuzz_strings \
 	fuzz_url fuzz_safeview fuzz_script_messages fuzz_mail
 FUZZ_SECONDS ?= 600
 FUZZ_TARGET ?= fuzz_parser
 FUZZ_SEEDS ?= samples
+FUZZ_JOBS ?= $(shell nproc)
 FUZZ_CORPUS = build-fuzz/corpus$(if $(filter-out fuzz_parser,$(FUZZ_TARGET)),-$(FUZZ_TARGET))
 FUZZ_DICT = $(wildcard fuzz/$(FUZZ_TARGET:fuzz_%=%).dict)
 fuzz-build: deps
@@ -50,12 +52,19 @@ fuzz-build: deps
 	@cmake --build build-fuzz --target $(FUZZ_TARGETS)
 
 fuzz: fuzz-build
+	@$(MAKE) --no-print-directory fuzz-run
+
+# One target, already built: the runs of fuzz-all must not build at once.
+fuzz-run:
 	mkdir -p $(FUZZ_CORPUS)
 	build-fuzz/fuzz/$(FUZZ_TARGET) -max_total_time=$(FUZZ_SECONDS) -max_len=65536 -timeout=10 $(FUZZ_FLAGS) \
 		$(if $(FUZZ_DICT),-dict=$(FUZZ_DICT)) $(FUZZ_CORPUS) $(wildcard fuzz/seeds/$(FUZZ_TARGET)) $(FUZZ_SEEDS)
 
 fuzz-all: fuzz-build
-	@for t in $(FUZZ_TARGETS); do $(MAKE) --no-print-directory fuzz FUZZ_TARGET=$$t || exit 1; done
+	@$(MAKE) --no-print-directory -j$(FUZZ_JOBS) --output-sync=recurse $(FUZZ_TARGETS:%=fuzz-all-%)
+
+fuzz-all-%:
+	@$(MAKE) --no-print-directory fuzz-run FUZZ_TARGET=$*
 
 # What CI runs after the tests: the sanitizer build's tests, then a minute of
 # each fuzz target, with a fixed seed so that what a run finds can be found again.
