@@ -10,6 +10,8 @@
 
 #include <cctype>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace zv {
 
@@ -84,6 +86,52 @@ const char* scopeName(RemoteContentChoices::Scope scope) {
     return scope == RemoteContentChoices::Scope::Sender ? "sender" : "domain";
 }
 
+int userVersion(sqlite3* db) {
+    sqlite3_stmt* statement = nullptr;
+    int version = 0;
+    if (sqlite3_prepare_v2(db, "PRAGMA user_version", -1, &statement, nullptr) == SQLITE_OK &&
+        sqlite3_step(statement) == SQLITE_ROW)
+        version = sqlite3_column_int(statement, 0);
+    sqlite3_finalize(statement);
+    return version;
+}
+
+// Stores written before letters beyond ASCII were lowered hold "zoË@École.x"
+// where a lookup now asks for "zoë@école.x": their values are lowered once,
+// and user_version 1 says it was done.
+void lowerEarlierValues(sqlite3* db) {
+    if (userVersion(db) >= 1) return;
+    std::vector<std::pair<std::string, std::string>> rows;  // scope, value
+    sqlite3_stmt* select = nullptr;
+    if (sqlite3_prepare_v2(db, "SELECT scope, value FROM choices", -1, &select, nullptr) != SQLITE_OK) return;
+    while (sqlite3_step(select) == SQLITE_ROW)
+        rows.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(select, 0)),
+                          reinterpret_cast<const char*>(sqlite3_column_text(select, 1)));
+    sqlite3_finalize(select);
+    sqlite3_stmt* update = nullptr;
+    // OR REPLACE: where the lowered value is stored already, the two become one.
+    if (sqlite3_prepare_v2(db, "UPDATE OR REPLACE choices SET value=?1 WHERE scope=?2 AND value=?3", -1, &update,
+                           nullptr) != SQLITE_OK ||
+        sqlite3_exec(db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK) {
+        sqlite3_finalize(update);
+        return;
+    }
+    for (const auto& [scope, value] : rows) {
+        std::string lowered = textcase::lowercase(value);
+        if (lowered == value) continue;
+        sqlite3_bind_text(update, 1, lowered.c_str(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_text(update, 2, scope.c_str(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_text(update, 3, value.c_str(), -1, SQLITE_TRANSIENT);
+        sqlite3_step(update);
+        sqlite3_reset(update);
+    }
+    sqlite3_finalize(update);
+    if (sqlite3_exec(db, "PRAGMA user_version=1; COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK) {
+        sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+        log(LogLevel::Warning, std::string("remote content choices not lowered: ") + sqlite3_errmsg(db));
+    }
+}
+
 }  // namespace
 
 std::shared_ptr<RemoteContentChoices> RemoteContentChoices::shared() {
@@ -125,12 +173,15 @@ bool RemoteContentChoices::openDatabase(const std::string& path) {
     if (sqlite3_open(path.c_str(), &db_) != SQLITE_OK) return false;
     sqlite3_busy_timeout(db_, 2000);
     // synchronous=FULL: a choice is on disk before alwaysAllow returns.
-    return sqlite3_exec(db_,
-                        "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;"
-                        "CREATE TABLE IF NOT EXISTS choices(scope TEXT NOT NULL, value TEXT NOT NULL,"
-                        " PRIMARY KEY(scope, value)) WITHOUT ROWID;"
-                        "SELECT count(*) FROM choices;",
-                        nullptr, nullptr, nullptr) == SQLITE_OK;
+    if (sqlite3_exec(db_,
+                     "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;"
+                     "CREATE TABLE IF NOT EXISTS choices(scope TEXT NOT NULL, value TEXT NOT NULL,"
+                     " PRIMARY KEY(scope, value)) WITHOUT ROWID;"
+                     "SELECT count(*) FROM choices;",
+                     nullptr, nullptr, nullptr) != SQLITE_OK)
+        return false;
+    lowerEarlierValues(db_);
+    return true;
 }
 
 bool RemoteContentChoices::change(const char* sql, Scope scope, const std::string& value) {

@@ -3,6 +3,7 @@
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <filesystem>
 
@@ -48,6 +49,23 @@ TEST_F(RemoteContentChoicesTest, ChoicesBySenderAndDomainOutliveTheStoreUntilFor
 
     EXPECT_TRUE(choices->alwaysAllow("Zoë <ZOË@ÉCOLE.example>", Scope::Sender));
     EXPECT_TRUE(choices->allowsRemoteContent("zoë@école.example")) << "letters beyond ASCII are lower-cased too";
+}
+
+TEST_F(RemoteContentChoicesTest, AStoreThatLoweredOnlyASCIILettersStillMatches) {
+    std::filesystem::create_directories(folder_.pathOf("sub"));
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(path().c_str(), &db), SQLITE_OK);
+    int made = sqlite3_exec(db,
+                            "CREATE TABLE choices(scope TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY(scope, value))"
+                            " WITHOUT ROWID; INSERT INTO choices VALUES ('sender', 'zoË@École.example'),"
+                            " ('domain', 'Élan.example'), ('domain', 'élan.example')",
+                            nullptr, nullptr, nullptr);
+    sqlite3_close(db);
+    ASSERT_EQ(made, SQLITE_OK);
+    auto choices = RemoteContentChoices::open(path());
+    EXPECT_TRUE(choices->allowsRemoteContent("Zoë <zoë@école.example>"));
+    EXPECT_EQ(choices->choices(), (std::vector<RemoteContentChoices::Choice>{{Scope::Domain, "élan.example"},
+                                                                             {Scope::Sender, "zoë@école.example"}}));
 }
 
 TEST_F(RemoteContentChoicesTest, ADamagedFileIsSetAsideAndAFreshStoreStarts) {
