@@ -318,10 +318,12 @@ void zv_find_controller_set_web_views(ZvFindController* self, ZvWebView** views,
 {
     g_return_if_fail(ZV_IS_FIND_CONTROLLER(self));
     g_return_if_fail(views || n_views == 0);
+    // Every view is checked before any is held, so a bad one leaks nothing.
+    for (guint i = 0; i < n_views; ++i)
+        g_return_if_fail(ZV_IS_WEB_VIEW(views[i]));
     std::vector<std::shared_ptr<zv::ZVWebView>> list;
     std::vector<ZvWebView*> held;
     for (guint i = 0; i < n_views; ++i) {
-        g_return_if_fail(ZV_IS_WEB_VIEW(views[i]));
         list.push_back(zv::glib::webViewOf(views[i]));
         held.push_back(ZV_WEB_VIEW(g_object_ref(views[i])));
     }

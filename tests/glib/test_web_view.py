@@ -74,6 +74,13 @@ def test_find_counts_across_views(views):
     assert sorted(counts) == [1, 2]
 
 
+def test_a_list_with_a_missing_view_holds_none_of_them(views):
+    first, _ = views
+    before = first.__grefcount__
+    Zv.FindController.new(Zv.FindControllerOptions.NONE).set_web_views([first, None])
+    assert first.__grefcount__ == before
+
+
 def test_click_reaches_the_host(views):
     first, _ = views
     events = []
