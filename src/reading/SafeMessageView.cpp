@@ -8,6 +8,7 @@
 #include <zv/html/HTMLElement.h>
 #include <zv/scheme/SchemeKeys.h>
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -48,6 +49,20 @@ std::string withoutInternalScheme(std::string url) {
     return url;
 }
 
+// "//host", "\\host" and "/\host": a browser reads each against an http(s)
+// base as a URL of the base's scheme.
+bool isSchemeRelative(std::string_view url) {
+    return url.size() >= 2 && (url[0] == '/' || url[0] == '\\') && (url[1] == '/' || url[1] == '\\');
+}
+
+// For http(s) a browser reads a backslash before the query as a slash, so
+// "http:\\x\a.png" fetches "http://x/a.png"; the rewritten URL must too.
+std::string withSlashes(std::string url) {
+    std::size_t end = std::min(url.find_first_of("?#"), url.size());
+    std::replace(url.begin(), url.begin() + std::ptrdiff_t(end), '\\', '/');
+    return url;
+}
+
 class Rewriter {
 public:
     explicit Rewriter(const SafeViewOptions& options) : options_(options) {}
@@ -58,8 +73,9 @@ public:
     // (of `imageKind` when the element is one) is never let through.
     std::optional<std::string> rewritten(std::string_view written, std::optional<TrackerKind> imageKind = std::nullopt) {
         std::string url = withoutInternalScheme(parsedForm(written));
-        bool remote = startsWithIgnoringASCIICase(url, "https:") || startsWithIgnoringASCIICase(url, "http:") || url.starts_with("//");
+        bool remote = startsWithIgnoringASCIICase(url, "https:") || startsWithIgnoringASCIICase(url, "http:") || isSchemeRelative(url);
         if (!remote) return std::nullopt;
+        url = withSlashes(std::move(url));
         std::optional<TrackerKind> tracker;
         if (options_.blockTrackers)
             tracker = imageKind ? imageKind

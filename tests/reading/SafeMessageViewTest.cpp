@@ -92,6 +92,11 @@ TEST(SafeMessageView, RemoteReferencesFoundWhereverTheyFetch) {
          {"https://x.example/o.png", "http://x.example/p.png", "//x.example/q"},
          "<table background=\"wren-https://x.example/o.png\"><tbody><tr><td>c</td></tr></tbody></table>"
          "<video poster=\"wren-http://x.example/p.png\"></video><object data=\"wren-https://x.example/q\"></object>"},
+        // Against an http(s) base a browser reads backslashes as slashes.
+        {"<img src=\"\\\\x.example/a.png\"><img src=\"/\\x.example/b.png\"><img src=\"http:\\\\x.example\\c.png?q=\\\">",
+         {"//x.example/a.png", "//x.example/b.png", "http://x.example/c.png?q=\\"},
+         "<img src=\"wren-https://x.example/a.png\"><img src=\"wren-https://x.example/b.png\">"
+         "<img src=\"wren-http://x.example/c.png?q=\\\">"},
         // The internal schemes named by the message itself are remote references too.
         {"<img src=\"WREN-HTTPS://x.example/u.png\"><img src=\"wren-http://x.example/v.png\">",
          {"https://x.example/u.png", "http://x.example/v.png"},
