@@ -1,5 +1,6 @@
 #include <zv/reading/RemoteContentChoices.h>
 
+#include "../common/SQLiteStatement.h"
 #include "../text/CaseMapping.h"
 
 #include <zv/foundation/Log.h>
@@ -86,14 +87,9 @@ const char* scopeName(RemoteContentChoices::Scope scope) {
     return scope == RemoteContentChoices::Scope::Sender ? "sender" : "domain";
 }
 
-int userVersion(sqlite3* db) {
-    sqlite3_stmt* statement = nullptr;
-    int version = 0;
-    if (sqlite3_prepare_v2(db, "PRAGMA user_version", -1, &statement, nullptr) == SQLITE_OK &&
-        sqlite3_step(statement) == SQLITE_ROW)
-        version = sqlite3_column_int(statement, 0);
-    sqlite3_finalize(statement);
-    return version;
+std::int64_t userVersion(sqlite3* db) {
+    SQLiteStatement statement(db, "PRAGMA user_version");
+    return statement.ok() && statement.step() == SQLITE_ROW ? statement.integer(0) : 0;
 }
 
 // Stores written before letters beyond ASCII were lowered hold "zoË@École.x"
@@ -102,30 +98,23 @@ int userVersion(sqlite3* db) {
 void lowerEarlierValues(sqlite3* db) {
     if (userVersion(db) >= 1) return;
     std::vector<std::pair<std::string, std::string>> rows;  // scope, value
-    sqlite3_stmt* select = nullptr;
-    if (sqlite3_prepare_v2(db, "SELECT scope, value FROM choices", -1, &select, nullptr) != SQLITE_OK) return;
-    while (sqlite3_step(select) == SQLITE_ROW)
-        rows.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(select, 0)),
-                          reinterpret_cast<const char*>(sqlite3_column_text(select, 1)));
-    sqlite3_finalize(select);
-    sqlite3_stmt* update = nullptr;
-    // OR REPLACE: where the lowered value is stored already, the two become one.
-    if (sqlite3_prepare_v2(db, "UPDATE OR REPLACE choices SET value=?1 WHERE scope=?2 AND value=?3", -1, &update,
-                           nullptr) != SQLITE_OK ||
-        sqlite3_exec(db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK) {
-        sqlite3_finalize(update);
-        return;
+    {
+        SQLiteStatement select(db, "SELECT scope, value FROM choices");
+        if (!select.ok()) return;
+        while (select.step() == SQLITE_ROW) rows.emplace_back(select.text(0), select.text(1));
     }
+    // OR REPLACE: where the lowered value is stored already, the two become one.
+    SQLiteStatement update(db, "UPDATE OR REPLACE choices SET value=?1 WHERE scope=?2 AND value=?3");
+    if (!update.ok() || sqlite3_exec(db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK) return;
     for (const auto& [scope, value] : rows) {
         std::string lowered = textcase::lowercase(value);
         if (lowered == value) continue;
-        sqlite3_bind_text(update, 1, lowered.c_str(), -1, SQLITE_TRANSIENT);
-        sqlite3_bind_text(update, 2, scope.c_str(), -1, SQLITE_TRANSIENT);
-        sqlite3_bind_text(update, 3, value.c_str(), -1, SQLITE_TRANSIENT);
-        sqlite3_step(update);
-        sqlite3_reset(update);
+        update.bind(1, lowered);
+        update.bind(2, scope);
+        update.bind(3, value);
+        update.step();
+        update.reset();
     }
-    sqlite3_finalize(update);
     if (sqlite3_exec(db, "PRAGMA user_version=1; COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK) {
         sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
         log(LogLevel::Warning, std::string("remote content choices not lowered: ") + sqlite3_errmsg(db));
@@ -185,12 +174,11 @@ bool RemoteContentChoices::openDatabase(const std::string& path) {
 }
 
 bool RemoteContentChoices::change(const char* sql, Scope scope, const std::string& value) {
-    sqlite3_stmt* statement = nullptr;
-    if (sqlite3_prepare_v2(db_, sql, -1, &statement, nullptr) != SQLITE_OK) return false;
-    sqlite3_bind_text(statement, 1, scopeName(scope), -1, SQLITE_STATIC);
-    sqlite3_bind_text(statement, 2, value.c_str(), -1, SQLITE_TRANSIENT);
-    bool done = sqlite3_step(statement) == SQLITE_DONE;
-    sqlite3_finalize(statement);
+    SQLiteStatement statement(db_, sql);
+    if (!statement.ok()) return false;
+    statement.bind(1, scopeName(scope));
+    statement.bind(2, value);
+    bool done = statement.step() == SQLITE_DONE;
     if (!done) log(LogLevel::Warning, std::string("remote content choice not changed: ") + sqlite3_errmsg(db_));
     return done;
 }
@@ -199,17 +187,13 @@ bool RemoteContentChoices::allowsRemoteContent(std::string_view senderAddress) {
     auto address = bareAddress(senderAddress);
     if (!address) return false;
     std::lock_guard lock(mutex_);
-    sqlite3_stmt* statement = nullptr;
-    if (sqlite3_prepare_v2(db_,
-                           "SELECT 1 FROM choices WHERE (scope='sender' AND value=?1) OR (scope='domain' AND value=?2)",
-                           -1, &statement, nullptr) != SQLITE_OK)
-        return false;
+    SQLiteStatement statement(db_,
+                              "SELECT 1 FROM choices WHERE (scope='sender' AND value=?1) OR (scope='domain' AND value=?2)");
+    if (!statement.ok()) return false;
     std::string domain = valueFor(*address, Scope::Domain);
-    sqlite3_bind_text(statement, 1, address->c_str(), -1, SQLITE_TRANSIENT);
-    sqlite3_bind_text(statement, 2, domain.c_str(), -1, SQLITE_TRANSIENT);
-    bool found = sqlite3_step(statement) == SQLITE_ROW;
-    sqlite3_finalize(statement);
-    return found;
+    statement.bind(1, *address);
+    statement.bind(2, domain);
+    return statement.step() == SQLITE_ROW;
 }
 
 bool RemoteContentChoices::alwaysAllow(std::string_view senderAddress, Scope scope) {
@@ -236,16 +220,10 @@ void RemoteContentChoices::forgetAll() {
 std::vector<RemoteContentChoices::Choice> RemoteContentChoices::choices() {
     std::lock_guard lock(mutex_);
     std::vector<Choice> out;
-    sqlite3_stmt* statement = nullptr;
-    if (sqlite3_prepare_v2(db_, "SELECT scope, value FROM choices ORDER BY scope, value", -1, &statement, nullptr) !=
-        SQLITE_OK)
-        return out;
-    while (sqlite3_step(statement) == SQLITE_ROW) {
-        std::string scope = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-        out.push_back({scope == "sender" ? Scope::Sender : Scope::Domain,
-                       reinterpret_cast<const char*>(sqlite3_column_text(statement, 1))});
-    }
-    sqlite3_finalize(statement);
+    SQLiteStatement statement(db_, "SELECT scope, value FROM choices ORDER BY scope, value");
+    if (!statement.ok()) return out;
+    while (statement.step() == SQLITE_ROW)
+        out.push_back({statement.text(0) == "sender" ? Scope::Sender : Scope::Domain, statement.text(1)});
     return out;
 }
 

@@ -1,5 +1,7 @@
 #include <zv/scheme/URLCache.h>
 
+#include "../common/SQLiteStatement.h"
+
 #include <zv/foundation/Log.h>
 
 #include <glib.h>
@@ -19,48 +21,6 @@ namespace {
 constexpr int kSchemaVersion = 1;
 
 const LogOrigin kOrigin{"com.quillmere.ZVFoundation", "URLHandling"};
-
-// One prepared statement, finalized on every path out.
-class Statement {
-public:
-    Statement(sqlite3* db, const char* sql) { status_ = sqlite3_prepare_v2(db, sql, -1, &stmt_, nullptr); }
-    ~Statement() { sqlite3_finalize(stmt_); }
-    Statement(const Statement&) = delete;
-    Statement& operator=(const Statement&) = delete;
-
-    bool ok() const { return status_ == SQLITE_OK; }
-    int status() const { return status_; }
-
-    void bind(int index, const std::string& text) {
-        sqlite3_bind_text(stmt_, index, text.data(), int(text.size()), SQLITE_STATIC);
-    }
-    void bind(int index, std::int64_t value) { sqlite3_bind_int64(stmt_, index, value); }
-    void bindBlob(int index, const Data& data) {
-        // An empty vector's data() may be null, which SQLite would store as NULL.
-        static const std::uint8_t empty = 0;
-        sqlite3_bind_blob(stmt_, index, data.empty() ? &empty : data.data(), int(data.size()), SQLITE_STATIC);
-    }
-
-    // SQLITE_ROW, SQLITE_DONE or an error code.
-    int step() {
-        status_ = sqlite3_step(stmt_);
-        return status_;
-    }
-
-    std::string text(int column) const {
-        const unsigned char* value = sqlite3_column_text(stmt_, column);
-        return value ? std::string(reinterpret_cast<const char*>(value), sqlite3_column_bytes(stmt_, column)) : "";
-    }
-    std::int64_t integer(int column) const { return sqlite3_column_int64(stmt_, column); }
-    Data blob(int column) const {
-        const auto* bytes = static_cast<const std::uint8_t*>(sqlite3_column_blob(stmt_, column));
-        return bytes ? Data(bytes, bytes + sqlite3_column_bytes(stmt_, column)) : Data();
-    }
-
-private:
-    sqlite3_stmt* stmt_ = nullptr;
-    int status_ = SQLITE_OK;
-};
 
 // Failures that mean the file itself is unusable, as opposed to a busy or full disk.
 bool isDamage(int status) {
@@ -161,7 +121,7 @@ URLCache::Opening URLCache::openDatabase() {
     // statement ends before the journal mode can change.
     std::int64_t found = 0;
     {
-        Statement version(db_, "PRAGMA user_version");
+        SQLiteStatement version(db_, "PRAGMA user_version");
         status = version.ok() ? version.step() : version.status();
         if (status != SQLITE_ROW) {
             log(LogLevel::Warning, "URLCache: cannot read " + path_ + ": " + sqlite3_errstr(status), kOrigin);
@@ -184,7 +144,7 @@ URLCache::Opening URLCache::openDatabase() {
                  execute("CREATE INDEX IF NOT EXISTS responses_by_access ON responses(accessed)") &&
                  execute("PRAGMA user_version=1");
     if (!ready) return isDamage(sqlite3_errcode(db_)) ? Opening::Damaged : Opening::Unusable;
-    Statement totals(db_, "SELECT COALESCE(SUM(size), 0), COALESCE(MAX(accessed), 0) FROM responses");
+    SQLiteStatement totals(db_, "SELECT COALESCE(SUM(size), 0), COALESCE(MAX(accessed), 0) FROM responses");
     status = totals.ok() ? totals.step() : totals.status();
     if (status != SQLITE_ROW) {
         log(LogLevel::Warning, "URLCache: cannot read " + path_ + ": " + sqlite3_errstr(status), kOrigin);
@@ -238,7 +198,7 @@ void URLCache::resetAfterDamage(const char* during) {
 std::optional<CachedURLResponse> URLCache::cachedResponse(const std::string& url) {
     std::lock_guard lock(mutex_);
     if (!db_) return std::nullopt;
-    Statement select(db_, "SELECT status, version, mime, encoding, length, headers, body FROM responses WHERE url = ?");
+    SQLiteStatement select(db_, "SELECT status, version, mime, encoding, length, headers, body FROM responses WHERE url = ?");
     if (!select.ok()) {
         if (isDamage(select.status())) resetAfterDamage("reading");
         return std::nullopt;
@@ -259,7 +219,7 @@ std::optional<CachedURLResponse> URLCache::cachedResponse(const std::string& url
     cached.response.headerFields = headersFromJSON(select.text(5));
     cached.data = select.blob(6);
 
-    Statement touch(db_, "UPDATE responses SET accessed = ? WHERE url = ?");
+    SQLiteStatement touch(db_, "UPDATE responses SET accessed = ? WHERE url = ?");
     touch.bind(1, ++clock_);
     touch.bind(2, url);
     touch.step();  // a read that cannot be recorded only ages the entry
@@ -272,7 +232,7 @@ void URLCache::storeCachedResponse(const std::string& url, const CachedURLRespon
     auto size = std::int64_t(cached.data.size());
     if (size > capacity_ / 20) return;
 
-    Statement old(db_, "DELETE FROM responses WHERE url = ? RETURNING size");
+    SQLiteStatement old(db_, "DELETE FROM responses WHERE url = ? RETURNING size");
     if (!old.ok()) {
         if (isDamage(old.status())) resetAfterDamage("writing");
         return;
@@ -285,7 +245,7 @@ void URLCache::storeCachedResponse(const std::string& url, const CachedURLRespon
     }
     evictTo(capacity_ - size);
 
-    Statement insert(db_,
+    SQLiteStatement insert(db_,
                      "INSERT INTO responses(url, status, version, mime, encoding, length, headers, size, accessed, body)"
                      " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
     const URLResponse& response = cached.response;
@@ -315,7 +275,7 @@ void URLCache::storeCachedResponse(const std::string& url, const CachedURLRespon
 // Deletes the entries read least recently until the bodies fit in `target` bytes.
 void URLCache::evictTo(std::int64_t target) {
     while (usage_ > target && usage_ > 0) {
-        Statement oldest(db_, "SELECT url, size FROM responses ORDER BY accessed LIMIT 64");
+        SQLiteStatement oldest(db_, "SELECT url, size FROM responses ORDER BY accessed LIMIT 64");
         if (!oldest.ok()) return;
         std::int64_t freed = 0;
         std::vector<std::string> victims;
@@ -325,7 +285,7 @@ void URLCache::evictTo(std::int64_t target) {
         }
         if (victims.empty()) return;
         for (const auto& victim : victims) {
-            Statement remove(db_, "DELETE FROM responses WHERE url = ?");
+            SQLiteStatement remove(db_, "DELETE FROM responses WHERE url = ?");
             remove.bind(1, victim);
             if (remove.step() != SQLITE_DONE) return;
         }
@@ -336,7 +296,7 @@ void URLCache::evictTo(std::int64_t target) {
 void URLCache::removeCachedResponse(const std::string& url) {
     std::lock_guard lock(mutex_);
     if (!db_) return;
-    Statement remove(db_, "DELETE FROM responses WHERE url = ? RETURNING size");
+    SQLiteStatement remove(db_, "DELETE FROM responses WHERE url = ? RETURNING size");
     remove.bind(1, url);
     if (remove.ok() && remove.step() == SQLITE_ROW) usage_ -= remove.integer(0);
 }
