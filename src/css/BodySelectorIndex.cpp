@@ -216,15 +216,28 @@ std::vector<html::HTMLElement*> BodySelectorIndex::loneClassMatches(std::string_
     return {found.elements.begin(), found.elements.end()};
 }
 
+std::vector<html::HTMLElement*> BodySelectorIndex::walk(const html::CSSSelector& selector) {
+    if (!elementCount_) {
+        elementCount_ = 0;
+        forEachDescendantElement(body_, [&](html::HTMLElement&, size_t) { ++*elementCount_; });
+    }
+    visited_ += *elementCount_;
+    return body_.elementsMatchingSelector(selector);
+}
+
 std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_view text) {
     const html::CSSSelector selector = html::CSSSelector::parse(text);
     if (!selector.isValid()) return {};
     std::optional<std::vector<std::string_view>> compounds = compoundsOf(text);
     std::optional<SubjectKey> key = compounds ? keyOf(compounds->back()) : std::nullopt;
-    if (!key) return body_.elementsMatchingSelector(selector);
+    if (!key) return walk(selector);
     if (!buckets_) buckets_ = std::make_unique<Buckets>(body_);
     const std::string_view& subject = compounds->back();
-    if (compounds->size() == 1 && isLoneClass(subject, *key)) return loneClassMatches(subject.substr(1));
+    if (compounds->size() == 1 && isLoneClass(subject, *key)) {
+        std::vector<html::HTMLElement*> found = loneClassMatches(subject.substr(1));
+        visited_ += found.size();
+        return found;
+    }
     const ElementNameTable::Elements candidates = buckets_->find(*key);
     if (candidates.elements.empty()) return {};
     // A compound left of the subject whose id, class or tag no element has.
@@ -239,7 +252,8 @@ std::vector<html::HTMLElement*> BodySelectorIndex::elementsMatching(std::string_
     // newsletter of bench/inlinecss_bench), hence the factor.
     bool costly = candidates.depths > 4 * buckets_->elementCount * compounds->size() ||
                   text.find('~') != std::string_view::npos;
-    if (compounds->size() > 1 && costly) return body_.elementsMatchingSelector(selector);
+    if (compounds->size() > 1 && costly) return walk(selector);
+    visited_ += candidates.elements.size() + (compounds->size() > 1 ? candidates.depths : 0);
     // The candidates lie all over a large body and each test waits on memory:
     // asking for those a few places ahead keeps several loads in flight.
     constexpr size_t kAhead = 16;

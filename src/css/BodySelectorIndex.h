@@ -22,10 +22,12 @@
 // "style").
 #pragma once
 
+#include <zv/html/CSSSelector.h>
 #include <zv/html/HTMLDocument.h>
 #include <zv/html/HTMLElement.h>
 
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -42,15 +44,23 @@ public:
     // none when it does not parse.
     std::vector<html::HTMLElement*> elementsMatching(std::string_view selector);
 
+    // The elements the queries so far have looked at: the candidates of a
+    // keyed query and the ancestors its combinators climb, the whole body for
+    // each walk. A caller running sheets it does not trust bounds its work by this.
+    size_t elementsVisited() const { return visited_; }
+
 private:
     struct Buckets;
 
     // The elements of class `name`.
     std::vector<html::HTMLElement*> loneClassMatches(std::string_view name) const;
+    std::vector<html::HTMLElement*> walk(const html::CSSSelector& selector);
 
     html::HTMLElement& body_;
     html::HTMLQuirksMode quirksMode_;  // learned once: a deep body makes it a long walk
     std::unique_ptr<Buckets> buckets_;  // built on the first keyed query
+    std::optional<size_t> elementCount_;  // counted on the first walk
+    size_t visited_ = 0;
 };
 
 }  // namespace zv::css

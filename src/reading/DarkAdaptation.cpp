@@ -3,6 +3,7 @@
 #include "ASCIIText.h"
 #include "StyleText.h"
 #include "DarkAdaptationPalette.h"
+#include "../css/BodySelectorIndex.h"
 
 #include <zv/html/HTMLElement.h>
 #include <zv/html/HTMLNodeIterator.h>
@@ -215,13 +216,21 @@ bool namesDarkScheme(std::string_view css) {
 // What the document's remaining style sheets give each element: the
 // senders' colours that head CSS inlining left in place (sheets in the body,
 // or all of them when the head was not purged). Each rule's declarations are
-// read once, however many elements it matches.
+// read once, however many elements it matches. Selectors are looked up in an
+// index of the tree, so a rule costs the elements that may match it, not a
+// walk of the whole tree.
 std::unordered_map<const HTMLElement*, SheetStyle> styleSheetStyles(const html::HTMLDocument& document,
                                                                    bool darkMediaRules, bool quirks) {
-    // Rules beyond this are not read: each costs a query over the tree.
-    constexpr std::size_t kRuleBudget = 2000;
+    // A hostile sheet of selectors the index cannot key (":not(x)" a hundred
+    // thousand times) would still walk the tree for each; the rules left when
+    // the walks add up to this many elements are not read.
+    constexpr std::size_t kVisitBudget = 10'000'000;
     std::unordered_map<const HTMLElement*, SheetStyle> styles;
-    std::size_t rules = 0;
+    // The index only reads the tree.
+    auto* root = const_cast<HTMLElement*>(document.documentElement());
+    if (!root) return styles;
+    css::BodySelectorIndex index(*root);
+    const html::HTMLQuirksMode quirksMode = document.quirksMode();
     for (const HTMLElement* sheet : document.querySelectorAll("style")) {
         if (sheet->htmlNamespace() != html::Namespace::HTML) continue;
         std::string text = sheet->textContent();
@@ -230,14 +239,19 @@ std::unordered_map<const HTMLElement*, SheetStyle> styleSheetStyles(const html::
             readDeclarations(colors, rule.declarations, quirks);
             bool namesDark = namesDarkScheme(rule.declarations);
             for (std::string_view written : rule.selectors) {
-                if (++rules > kRuleBudget) return styles;
+                if (index.elementsVisited() > kVisitBudget) return styles;
                 auto selector = staticSelector(written);
                 if (!selector) continue;
-                for (const HTMLElement* element : document.querySelectorAll(*selector)) {
+                auto apply = [&](const HTMLElement* element) {
                     SheetStyle& style = styles[element];
                     merge(style.colors, colors);
                     style.namesDarkScheme = style.namesDarkScheme || namesDark;
-                }
+                };
+                // The index finds the root's descendants; the root is asked apart.
+                if (html::CSSSelector parsed = html::CSSSelector::parse(*selector);
+                    parsed.isValid() && parsed.matches(*root, quirksMode))
+                    apply(root);
+                for (const HTMLElement* element : index.elementsMatching(*selector)) apply(element);
             }
         }
     }

@@ -196,6 +196,15 @@ TEST(DarkAdaptation, StylesKeepTheSendersDeclarationsAndBadInputIsHarmless) {
     auto done = std::async(std::launch::async, [&] { return adapt(sheet).report.textColors; });
     ASSERT_EQ(done.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "adaptation stalled";
     EXPECT_EQ(done.get(), 402u) << "the root, the body and each <i>";
+    // A million selectors no index can key, each a walk of 5,000 elements:
+    // the walks stop at a budget instead of running for hours.
+    std::string walks = "<body><style>";
+    for (int i = 0; i < 1000000; ++i) walks += ":not(x),";
+    walks += "i { color: #123456 }</style>";
+    for (int i = 0; i < 5000; ++i) walks += "<i></i>";
+    auto walked = std::async(std::launch::async, [&] { return adapt(walks).report.textColors; });
+    ASSERT_EQ(walked.wait_for(std::chrono::seconds(30)), std::future_status::ready) << "adaptation stalled";
+    walked.get();
     // Whether the sheets name a dark scheme is read in one pass, however many
     // names they hold without a value's end, however they nest.
     std::string names = "<style>";
@@ -222,6 +231,15 @@ TEST(DarkAdaptation, StyleSheetsLeftInTheBodyCountBeneathStyleAttributes) {
     // White on white (the sheet's :link rule): the white stays, on the page's grey.
     EXPECT_EQ(adapted.hex("link", "background-color"), "#1e1e1e");
     EXPECT_EQ(adapted.hex("link", "color"), "#ffffff");
+
+    // A framework's sheet of thousands of rules is read to its end: its last
+    // rule's black text would otherwise stay black on the dark page.
+    std::string framework = "<body><style>";
+    for (int i = 0; i < 5000; ++i) framework += ".c" + std::to_string(i) + " { margin: 0 }\n";
+    framework += ".last { color: #000000 }</style><p><span id=t class=last>x</span></p>";
+    Adapted late = adapt(framework);
+    ASSERT_TRUE(late.color("t", "color"));
+    EXPECT_GE(contrast(*late.color("t", "color"), {30 / 255.0, 30 / 255.0, 30 / 255.0, 1}), 4.5);
 }
 
 }  // namespace
