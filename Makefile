@@ -40,7 +40,7 @@ asan:
 # fuzz-all runs every target, as many at once as there are cores, each
 # target's output printed whole when it ends.
 FUZZ_TARGETS = fuzz_parser fuzz_plaintext fuzz_snippet fuzz_selector fuzz_headcss fuzz_strings \
-	fuzz_url fuzz_safeview fuzz_dark fuzz_script_messages fuzz_mail
+	fuzz_url fuzz_safeview fuzz_dark fuzz_links fuzz_script_messages fuzz_mail
 FUZZ_SECONDS ?= 600
 FUZZ_TARGET ?= fuzz_parser
 FUZZ_SEEDS ?= samples

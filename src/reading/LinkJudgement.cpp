@@ -34,17 +34,22 @@ std::string_view trimmed(std::string_view text) {
 constexpr std::size_t kLongestText = 4096;
 constexpr std::size_t kMostNodes = 4096;
 
+// At most kLongestText bytes, cut on a character's boundary.
+std::string cutToLongestText(std::string text) {
+    if (text.size() <= kLongestText) return text;
+    std::size_t end = kLongestText;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+    text.resize(end);
+    return text;
+}
+
 std::string visibleText(const HTMLElement& link) {
     std::string text;
     std::size_t nodes = 0;
     for (const html::HTMLNode* node = link.firstChild(); node && nodes < kMostNodes && text.size() < kLongestText;
          node = html::nextNodeInSubtree(node, &link), ++nodes)
         if (node->isText()) text += node->as<html::HTMLCharacterData>()->data();
-    if (text.size() <= kLongestText) return text;
-    std::size_t end = kLongestText;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
-    text.resize(end);
-    return text;
+    return cutToLongestText(std::move(text));
 }
 
 std::string collapsedWhiteSpace(std::string_view text) {
@@ -318,7 +323,7 @@ std::vector<JudgedLink> judgeLinks(const html::HTMLDocument& document) {
     for (const HTMLElement* element : root->querySelectorAll("a[href], area[href]")) {
         JudgedLink link{collapsedWhiteSpace(visibleText(*element)), std::string(trimmed(*element->attribute("href"))), {}};
         if (link.text.empty())
-            if (const std::string* alt = element->attribute("alt")) link.text = collapsedWhiteSpace(*alt);
+            if (const std::string* alt = element->attribute("alt")) link.text = collapsedWhiteSpace(cutToLongestText(*alt));
         link.warning = linkWarning(link.text, link.href);
         links.push_back(std::move(link));
     }

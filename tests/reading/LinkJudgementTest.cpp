@@ -82,6 +82,12 @@ TEST(LinkJudgement, EveryLinkOfADocumentInOrder) {
     EXPECT_EQ(links[1].warning, "text shows shop.com, link goes to evil.net");
     EXPECT_EQ(links[2].text, "Map");
     EXPECT_TRUE(links[2].warning);
+    // A long alt text is cut like a long visible text, on a character's boundary.
+    std::string alt;
+    for (int i = 0; i < 3000; ++i) alt += "\u00e9";
+    links = zv::judgeLinks(*zv::html::HTMLParser("<map><area href=x alt=\"a" + alt + "\"></map>").parseDocument());
+    ASSERT_EQ(links.size(), 1u);
+    EXPECT_EQ(links[0].text, "a" + alt.substr(0, 4094));
 
     // SVG links each inside the last: each reads a bounded part of the
     // text it holds, not the rest of the chain, whose text would grow with
