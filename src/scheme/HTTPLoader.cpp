@@ -6,11 +6,14 @@
 #include <libsoup/soup.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <deque>
+#include <map>
 #include <memory>
+#include <string>
 #include <strings.h>
 #include <utility>
+#include <vector>
 
 namespace zv {
 
@@ -78,14 +81,81 @@ struct Load {
     GObjectRef<SoupMessage> message;
     GObjectRef<GInputStream> stream;
     HTTPCompletion completion;
+    std::string host;  // "scheme://host:port" for a load of the shared session, else empty
     Data body;
-    std::array<std::uint8_t, kReadSize> buffer;
+    std::vector<std::uint8_t> buffer;  // sized once the answer comes: a waiting load holds none
 };
+
+void send(std::unique_ptr<Load> load);
+
+// Loads of the shared session beyond what a host can take at once wait
+// here, in the order asked, rather than in libsoup's queue: libsoup walks every
+// waiting message on each step of each connection, so a conversation asking
+// one host for hundreds of images cost the loader time quadratic in their
+// number. A host that answers over HTTP/2 carries many loads on one
+// connection, so it takes as many as a server commonly allows streams.
+class Admission {
+public:
+    static Admission& shared() {
+        static Admission admission;  // used on the loader's thread only
+        return admission;
+    }
+    void admitOrWait(std::unique_ptr<Load> load) {
+        Host& host = hosts_[load->host];
+        if (host.running < host.capacity()) return begin(host, std::move(load));
+        host.waiting.push_back(std::move(load));
+    }
+    void answeredOverHTTP2(const std::string& name) {
+        Host& host = hosts_[name];
+        host.multiplexed = true;
+        admitWaiting(host);
+    }
+    // Called once a load's stream and message are gone, so that its connection is free.
+    void finished(const std::string& name) {
+        auto found = hosts_.find(name);
+        Host& host = found->second;
+        --host.running;
+        admitWaiting(host);
+        if (host.running == 0 && !host.multiplexed) hosts_.erase(found);
+    }
+
+private:
+    static constexpr unsigned kStreamsPerHTTP2Connection = 100;
+    struct Host {
+        unsigned running = 0;
+        bool multiplexed = false;
+        std::deque<std::unique_ptr<Load>> waiting;
+        unsigned capacity() const { return multiplexed ? kStreamsPerHTTP2Connection : kConnectionsPerHost; }
+    };
+
+    void begin(Host& host, std::unique_ptr<Load> load) {
+        ++host.running;
+        send(std::move(load));
+    }
+    void admitWaiting(Host& host) {
+        while (!host.waiting.empty() && host.running < host.capacity()) {
+            std::unique_ptr<Load> load = std::move(host.waiting.front());
+            host.waiting.pop_front();
+            begin(host, std::move(load));
+        }
+    }
+
+    std::map<std::string, Host> hosts_;
+};
+
+void finish(std::unique_ptr<Load> load, std::optional<URLResponse> response, std::optional<Data> data,
+            std::optional<Error> error) {
+    HTTPCompletion completion = std::move(load->completion);
+    std::string host = std::move(load->host);
+    load.reset();
+    if (!host.empty()) Admission::shared().finished(host);
+    completion(std::move(response), std::move(data), std::move(error));
+}
 
 void fail(std::unique_ptr<Load> load, GError* error) {
     Error failure{kURLErrorDomain, urlErrorCode(error), error->message};
     g_error_free(error);
-    load->completion(std::nullopt, std::nullopt, std::move(failure));
+    finish(std::move(load), std::nullopt, std::nullopt, std::move(failure));
 }
 
 // Dropping the stream unread makes libsoup close the connection.
@@ -94,7 +164,7 @@ void failAsTooLarge(std::unique_ptr<Load> load) {
     Error failure{kURLErrorDomain, kURLErrorDataLengthExceedsMaximum,
                   std::string("response body larger than 64 MiB: ") + url};
     g_free(url);
-    load->completion(std::nullopt, std::nullopt, std::move(failure));
+    finish(std::move(load), std::nullopt, std::nullopt, std::move(failure));
 }
 
 void readMore(std::unique_ptr<Load> load);
@@ -105,8 +175,9 @@ void chunkRead(GObject* source, GAsyncResult* result, gpointer data) {
     gssize read = g_input_stream_read_finish(G_INPUT_STREAM(source), result, &error);
     if (read < 0) return fail(std::move(load), error);
     if (read == 0) {
-        load->completion(responseOf(load->message.get()), std::move(load->body), std::nullopt);
-        return;
+        URLResponse response = responseOf(load->message.get());
+        Data body = std::move(load->body);
+        return finish(std::move(load), std::move(response), std::move(body), std::nullopt);
     }
     if (load->body.size() + size_t(read) > kMaximumBodySize) return failAsTooLarge(std::move(load));
     load->body.insert(load->body.end(), load->buffer.begin(), load->buffer.begin() + read);
@@ -125,6 +196,9 @@ void sent(GObject* source, GAsyncResult* result, gpointer data) {
     GInputStream* stream = soup_session_send_finish(SOUP_SESSION(source), result, &error);
     if (!stream) return fail(std::move(load), error);
     load->stream = GObjectRef<GInputStream>::adopt(stream);
+    load->buffer.resize(kReadSize);
+    if (!load->host.empty() && soup_message_get_http_version(load->message.get()) == SOUP_HTTP_2_0)
+        Admission::shared().answeredOverHTTP2(load->host);
     SoupMessageHeaders* headers = soup_message_get_response_headers(load->message.get());
     if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH) {
         goffset declared = soup_message_headers_get_content_length(headers);
@@ -154,16 +228,26 @@ void start(const URLRequest& request, HTTPCompletion completion) {
     for (const auto& [name, value] : request.headerFields) {
         if (strcasecmp(name.c_str(), "Host") != 0) soup_message_headers_replace(headers, name.c_str(), value.c_str());
     }
-    SoupSession* session;
-    if (request.timeoutInterval == URLRequest::kDefaultTimeoutInterval) {
-        session = SOUP_SESSION(g_object_ref(sharedSession()));
-    } else {
+    auto load = std::make_unique<Load>();
+    load->message = GObjectRef<SoupMessage>::adopt(message);
+    load->completion = std::move(completion);
+    if (request.timeoutInterval != URLRequest::kDefaultTimeoutInterval) {
+        // A session of its own has no other loads to wait for.
         double seconds = std::ceil(std::max(request.timeoutInterval, 1.0));
-        session = newSession(unsigned(std::min(seconds, 86400.0)));
+        load->session = GObjectRef<SoupSession>::adopt(newSession(unsigned(std::min(seconds, 86400.0))));
+        return send(std::move(load));
     }
-    auto* load = new Load{GObjectRef<SoupSession>::adopt(session), GObjectRef<SoupMessage>::adopt(message), {},
-                          std::move(completion), {}, {}};
-    soup_session_send_async(session, message, G_PRIORITY_DEFAULT, nullptr, sent, load);
+    load->session = GObjectRef<SoupSession>::ref(sharedSession());
+    GUri* uri = soup_message_get_uri(message);
+    load->host = std::string(g_uri_get_scheme(uri)) + "://" + g_uri_get_host(uri) + ":" +
+                 std::to_string(g_uri_get_port(uri));
+    Admission::shared().admitOrWait(std::move(load));
+}
+
+void send(std::unique_ptr<Load> load) {
+    Load* sending = load.release();
+    soup_session_send_async(sending->session.get(), sending->message.get(), G_PRIORITY_DEFAULT, nullptr, sent,
+                            sending);
 }
 
 gpointer runLoader(gpointer data) {

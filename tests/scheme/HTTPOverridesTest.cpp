@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <future>
 #include <thread>
 
@@ -200,6 +201,33 @@ INSTANTIATE_TEST_SUITE_P(Faults, ServerFaultTest,
                                            Fault{"/truncated", false, -1005}, Fault{"/oversized", false, -1103},
                                            Fault{"/endless", false, -1103}),
                          [](const auto& info) { return std::string(info.param.path + 1); });
+
+// Six loads hold a host's connections; later ones for it wait their turn
+// while another host answers, and a host gets its connections back from
+// every way a load can end.
+TEST_F(HTTPOverridesTest, LoadsBeyondAHostsConnectionsWaitAndAllEnd) {
+    std::vector<std::shared_ptr<RecordingTask>> tasks;
+    for (int i = 0; i < 6; ++i) tasks.push_back(start(server_.wrenURL("/stall-" + std::to_string(i))));
+    ASSERT_TRUE(spinMainContextUntil([&] { return server_.stalledCount() == 6; }, kAnswerTimeout));
+    auto waiting = start(server_.wrenURL("/image-waiting.png"));
+    test::LoopbackServer other;
+    auto elsewhere = load(other.wrenURL("/image-elsewhere.png"));
+    EXPECT_EQ(elsewhere->data, test::LoopbackServer::png());
+    EXPECT_FALSE(waiting->answered());
+    EXPECT_EQ(server_.hits("/image-waiting.png"), 0);
+
+    server_.releaseStalled();
+    tasks.push_back(waiting);
+    for (const char* path : {"/status500", "/reset", "/truncated", "/oversized", "/endless", "/image"})
+        for (int i = 0; i < 4; ++i) tasks.push_back(start(server_.wrenURL(path + std::string("-") + std::to_string(i))));
+    EXPECT_TRUE(spinMainContextUntil([&] {
+        return std::all_of(tasks.begin(), tasks.end(), [](const auto& task) { return task->answered(); });
+    }, kAnswerTimeout));
+    for (const auto& task : tasks) EXPECT_EQ(task->answers, 1) << task->request().url;
+    EXPECT_EQ(waiting->data, test::LoopbackServer::png());
+    EXPECT_EQ(tasks.back()->data, test::LoopbackServer::png());
+    EXPECT_TRUE(handler_->pendingLoads().empty());
+}
 
 TEST_F(HTTPOverridesTest, AnErrorStatusIsCachedLikeAnyAnswer) {
     load(server_.wrenURL("/status500"));

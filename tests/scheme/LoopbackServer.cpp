@@ -247,15 +247,15 @@ void LoopbackServer::answer(SoupServerMessage* message, const std::string& path)
         g_bytes_unref(bytes);
         soup_message_headers_replace(soup_server_message_get_response_headers(message), "Access-Control-Allow-Origin", "*");
         respondWith(message, 200, "text/plain", Data(text.begin(), text.end()));
-    } else if (path == "/status500") {
+    } else if (path.starts_with("/status500")) {
         respondWith(message, 500, "text/plain", Data{'b', 'r', 'o', 'k', 'e', 'n'});
-    } else if (path == "/truncated") {
+    } else if (path.starts_with("/truncated")) {
         writeRawAndClose(message, "HTTP/1.1 200 OK\r\nContent-Type: image/png\r\nContent-Length: 100\r\n\r\n0123456789");
-    } else if (path == "/reset") {
+    } else if (path.starts_with("/reset")) {
         writeRawAndClose(message, "");
-    } else if (path == "/oversized") {
+    } else if (path.starts_with("/oversized")) {
         writeRawAndClose(message, "HTTP/1.1 200 OK\r\nContent-Type: image/png\r\nContent-Length: 4294967296\r\n\r\n0123");
-    } else if (path == "/endless") {
+    } else if (path.starts_with("/endless")) {
         respondEndlessly(message);
     } else {
         respondWith(message, 404, "text/plain", Data{});
