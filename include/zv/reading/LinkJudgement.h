@@ -36,7 +36,8 @@ ZV_EXPORT std::optional<std::string> linkWarning(std::string_view visibleText, s
 
 // The registrable domain of a host name ("news.bbc.co.uk" → "bbc.co.uk"),
 // lower case, in ASCII; the host itself when it is a public suffix or not a
-// domain name.
+// domain name. A host that cannot be written in ASCII (invalid UTF-8, a
+// label too long) keeps its non-ASCII bytes as given.
 ZV_EXPORT std::string registrableDomain(std::string_view host);
 
 struct JudgedLink {
