@@ -92,8 +92,8 @@ void send(std::unique_ptr<Load> load);
 // here, in the order asked, rather than in libsoup's queue: libsoup walks every
 // waiting message on each step of each connection, so a conversation asking
 // one host for hundreds of images cost the loader time quadratic in their
-// number. A host that answers over HTTP/2 carries many loads on one
-// connection, so it takes as many as a server commonly allows streams.
+// number. A host that answers over HTTP/2 carries its loads on one
+// connection, as many at once as servers are asked to allow streams (100).
 class Admission {
 public:
     static Admission& shared() {
