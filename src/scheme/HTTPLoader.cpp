@@ -106,7 +106,7 @@ public:
         host.waiting.push_back(std::move(load));
     }
     void answeredOverHTTP2(const std::string& name) {
-        Host& host = hosts_[name];
+        Host& host = hosts_.at(name);  // the load that tells is running
         host.multiplexed = true;
         admitWaiting(host);
     }
@@ -116,7 +116,8 @@ public:
         Host& host = found->second;
         --host.running;
         admitWaiting(host);
-        if (host.running == 0 && !host.multiplexed) hosts_.erase(found);
+        // Forgotten once idle, HTTP/2 or not: a reader meets hosts without end.
+        if (host.running == 0) hosts_.erase(found);
     }
 
 private:

@@ -13,7 +13,8 @@
 // thread. There is no cancelling a load. Requests with
 // the default time-out of 60 seconds share one process-wide session (six
 // connections per host, as browsers allow; a host that answers over HTTP/2
-// takes up to 100 loads at once on its one connection). Loads beyond that
+// takes up to 100 loads at once on its one connection while it has loads
+// in flight). Loads beyond that
 // wait in the loader, in the order asked, each host apart from the others.
 // Any other time-out gets a session of its own, dropped when its load ends. libsoup counts time-outs
 // in whole seconds, so a fraction is rounded up.
