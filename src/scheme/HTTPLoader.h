@@ -10,14 +10,15 @@
 // other load while it runs: it does what must follow the answer at once
 // (handing the body on, queueing a cache write) and sends anything that
 // touches the main thread's objects, such as a WebKit task, to the main
-// thread. There is no cancelling a load. Requests with
-// the default time-out of 60 seconds share one process-wide session (six
-// connections per host, as browsers allow; a host that answers over HTTP/2
-// takes up to 100 loads at once on its one connection while it has loads
-// in flight). Loads beyond that
-// wait in the loader, in the order asked, each host apart from the others.
-// Any other time-out gets a session of its own, dropped when its load ends. libsoup counts time-outs
-// in whole seconds, so a fraction is rounded up.
+// thread. There is no cancelling a load.
+//
+// Requests with the default time-out of 60 seconds share one process-wide
+// session: six connections per host, as browsers allow, or up to 100 loads
+// on its one connection for a host that answers over HTTP/2 (known while it
+// has loads in flight). Loads beyond that wait in the loader, in the order
+// asked, each host apart from the others. Any other time-out gets a session
+// of its own, dropped when its load ends. libsoup counts time-outs in whole
+// seconds, so a fraction is rounded up.
 //
 // A body is read into memory, at most 64 MiB of it: a server that announces
 // or sends more fails the load with -1103 (data length exceeds maximum) and
