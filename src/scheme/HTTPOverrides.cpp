@@ -9,6 +9,10 @@
 #include <zv/foundation/OperationQueue.h>
 #include <zv/scheme/URLCache.h>
 
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
 namespace zv {
 
 namespace {
@@ -34,13 +38,70 @@ void refuse(const URLRequest&, ZVWebViewURLSchemeHandler::Completion completion)
     completion(std::nullopt, std::nullopt, std::nullopt, false);
 }
 
-// SQLite reads and writes of the URL cache, bodies of megabytes included, run
-// here, off the main thread, one at a time and in the order asked: a store
-// comes before any lookup asked after it.
-OperationQueue& cacheQueue() {
-    static const std::shared_ptr<OperationQueue> queue =
-        OperationQueue::withSetup([](OperationQueue& created) { created.setMaxConcurrentOperationCount(1); }, nullptr);
+// SQLite work of the URL cache runs off the main thread, lookups on one
+// queue and stores on another, each one at a time in the order asked: a page
+// of large images leaves seconds of writing behind it, and the next page's
+// lookups must not wait for all of it.
+std::shared_ptr<OperationQueue> serialQueue() {
+    return OperationQueue::withSetup([](OperationQueue& created) { created.setMaxConcurrentOperationCount(1); }, nullptr);
+}
+
+OperationQueue& lookupQueue() {
+    static const std::shared_ptr<OperationQueue> queue = serialQueue();
     return *queue;
+}
+
+OperationQueue& storeQueue() {
+    static const std::shared_ptr<OperationQueue> queue = serialQueue();
+    return *queue;
+}
+
+// Answers on their way to the cache, so that a lookup asked after a store
+// finds its answer though the store has not run yet.
+class PendingStores {
+public:
+    static PendingStores& shared() {
+        static PendingStores pending;
+        return pending;
+    }
+    void add(const std::shared_ptr<URLCache>& cache, const std::string& url,
+             const std::shared_ptr<const CachedURLResponse>& stored) {
+        std::lock_guard lock(mutex_);
+        entries_[url] = {cache.get(), stored};
+    }
+    std::shared_ptr<const CachedURLResponse> find(const URLCache* cache, const std::string& url) {
+        std::lock_guard lock(mutex_);
+        auto found = entries_.find(url);
+        return found != entries_.end() && found->second.cache == cache ? found->second.stored : nullptr;
+    }
+    // Once written: a later store of the same URL stays until it is written too.
+    void remove(const std::string& url, const CachedURLResponse* stored) {
+        std::lock_guard lock(mutex_);
+        auto found = entries_.find(url);
+        if (found != entries_.end() && found->second.stored.get() == stored) entries_.erase(found);
+    }
+
+private:
+    struct Entry {
+        const URLCache* cache;
+        std::shared_ptr<const CachedURLResponse> stored;
+    };
+    std::mutex mutex_;
+    std::unordered_map<std::string, Entry> entries_;
+};
+
+std::optional<CachedURLResponse> lookUp(URLCache& cache, const std::string& url) {
+    if (auto pending = PendingStores::shared().find(&cache, url)) return *pending;
+    return cache.cachedResponse(url);
+}
+
+void store(const std::shared_ptr<URLCache>& cache, const std::string& url, CachedURLResponse answer) {
+    auto stored = std::make_shared<const CachedURLResponse>(std::move(answer));
+    PendingStores::shared().add(cache, url, stored);
+    storeQueue().addOperation([cache, url, stored] {
+        cache->storeCachedResponse(url, *stored);
+        PendingStores::shared().remove(url, stored.get());
+    });
 }
 
 }  // namespace
@@ -95,9 +156,9 @@ void ZVWebViewURLSchemeHandler::handleRequest(const URLRequest& incoming, const 
         });
         return;
     }
-    cacheQueue().addOperation([self, incoming, rewritten, completion = std::move(completion),
-                               cache = URLCache::shared()]() mutable {
-        if (auto cached = cache->cachedResponse(rewritten.url)) {
+    lookupQueue().addOperation([self, incoming, rewritten, completion = std::move(completion),
+                                cache = URLCache::shared()]() mutable {
+        if (auto cached = lookUp(*cache, rewritten.url)) {
             log(LogLevel::Info, "RequestCache: returning cached response for " + rewritten.url,
                 {kLogIdentifier, "URLHandling"});
             completion(std::move(cached->response), std::move(cached->data), std::nullopt, true);
@@ -108,7 +169,7 @@ void ZVWebViewURLSchemeHandler::handleRequest(const URLRequest& incoming, const 
     });
 }
 
-// From any thread: a miss goes from the cache's thread straight to the HTTP
+// From any thread: a miss goes from the lookup queue's thread straight to the HTTP
 // loader's. The delegate hears of the load on the main thread, queued there
 // before the load starts, so before any answer the completion queues there.
 // The answer comes on the loader's thread, where its body is copied for
@@ -128,10 +189,7 @@ void ZVWebViewURLSchemeHandler::fetch(const URLRequest& incoming, const URLReque
     loadHTTP(rewritten, [cache, key = rewritten.url, completion = std::move(completion)](
                             std::optional<URLResponse> response, std::optional<Data> data, std::optional<Error> error) {
         if (data && response && response->isHTTP()) {
-            if (cache) {
-                auto stored = std::make_shared<const CachedURLResponse>(CachedURLResponse{*response, *data});
-                cacheQueue().addOperation([cache, key, stored] { cache->storeCachedResponse(key, *stored); });
-            }
+            if (cache) store(cache, key, CachedURLResponse{*response, *data});
             completion(std::move(response), std::move(data), std::nullopt, false);
             return;
         }

@@ -8,6 +8,7 @@
 #include <zv/scheme/URLCache.h>
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <algorithm>
 #include <future>
@@ -83,6 +84,22 @@ TEST_F(HTTPOverridesTest, FirstLoadGoesToTheNetworkTheSecondToTheCache) {
     EXPECT_EQ(hits[0]["ZV_IDENTIFIER"], "com.quillmere.ZVFoundation");
     EXPECT_EQ(hits[0]["ZV_CATEGORY"], "URLHandling");
     EXPECT_EQ(misses[0]["ZV_CATEGORY"], "URLHandling");
+}
+
+// Stores queue apart from lookups: while another connection holds the
+// database's write lock, a store waits for it, and the same URL asked again
+// is answered from the store still on its way, not from the network.
+TEST_F(HTTPOverridesTest, AnAnswerIsFoundWhileItsStoreWaitsForTheDatabase) {
+    sqlite3* other = nullptr;
+    ASSERT_EQ(sqlite3_open((folder_.path() + "/URLCache.sqlite").c_str(), &other), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
+    const std::string url = server_.wrenURL("/image-locked.png");
+    load(url);
+    auto again = load(url);
+    sqlite3_exec(other, "COMMIT", nullptr, nullptr, nullptr);
+    sqlite3_close(other);
+    EXPECT_EQ(again->data, test::LoopbackServer::png());
+    EXPECT_EQ(server_.hits("/image-locked.png"), 1);
 }
 
 TEST_F(HTTPOverridesTest, TheInternalPrefixIsCutWhateverFollows) {

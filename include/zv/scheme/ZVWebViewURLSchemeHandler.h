@@ -139,14 +139,17 @@ public:
     // whatever the entry's age (untracked), and otherwise from the network
     // (tracked): `incoming`'s URL joins pendingLoads, the delegate hears
     // startedURLRequest (on the main thread), and an HTTP answer with a body
-    // is handed on and stored in the cache. The cache is read and written on
-    // a worker thread, one operation at a time in the order asked, so a page
-    // of many images never stalls the main loop on SQLite; the network load
-    // runs on a thread of its own and calls `completion` there. Answers still
-    // reach the task on the main thread. Requests other than GET bypass the
-    // cache. A time-out of exactly 60 seconds shares one session; any other
-    // gets a session of its own with that time-out. A body over 64 MiB fails
-    // the load with kURLErrorDataLengthExceedsMaximum.
+    // is handed on and stored in the cache. The cache is read on one worker
+    // thread and written on another, each one operation at a time in the
+    // order asked, so a page of many images never stalls the main loop on
+    // SQLite, and a lookup waits at most for the store being written, not
+    // for those queued; an answer still on its way to the cache is found by
+    // a lookup asked after it was handed on. The network load runs on a
+    // thread of its own and calls `completion` there. Answers still reach
+    // the task on the main thread. Requests other than GET bypass the cache.
+    // A time-out of exactly 60 seconds shares one session; any other gets a
+    // session of its own with that time-out. A body over 64 MiB fails the
+    // load with kURLErrorDataLengthExceedsMaximum.
     void handleRequest(const URLRequest& incoming, const URLRequest& rewritten, Completion completion);
 
     // Answers a "wren-symbol" request with the PNG of the symbol (see
